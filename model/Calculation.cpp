@@ -1,0 +1,332 @@
+#include "model/Calculation.h"
+
+#include <algorithm>
+#include <cmath>
+#include <unordered_set>
+
+#include "model/Numeric.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+/// Fixed constants of the method.
+constexpr double kBalanceTolerance = 0.15;  // the 15 % rule
+constexpr double kCircuitSqrt3 = 1.732;     // circuit current: 1.732, not sqrt 3
+constexpr double kLineVoltage = 0.38;       // kV, transformer and total currents
+
+double Sqrt3() { return std::sqrt(3.0); }
+
+int PhaseGroup(const std::wstring& phase)
+{
+    for (size_t k = 0; k < kPhaseTexts.size(); ++k) {
+        if (phase == kPhaseTexts[k]) {
+            return static_cast<int>(k);
+        }
+    }
+    return -1;
+}
+
+const std::wstring& SummedText(const CLoadCalData& c, SumField field)
+{
+    switch (field) {
+        case SumField::Reactive:
+            return c.m_strCalcQ;
+        case SumField::Active:
+            return c.m_strCalcP;
+        case SumField::Installed:
+            break;
+    }
+    return c.m_strRatedPower;
+}
+
+/// The per-phase sums of one group and the balance rule over them.
+struct GroupAccumulator {
+    double current[3] = {0, 0, 0};
+    double value[3] = {0, 0, 0};
+    double threePhase = 0;
+
+    void Add(int phase, double i, double x)
+    {
+        if (phase >= 0 && phase < 3) {
+            current[phase] += i;
+            value[phase] += x;
+        } else if (phase == 3) {
+            threePhase += x;
+        }
+    }
+
+    double Result() const
+    {
+        const double mean = (current[0] + current[1] + current[2]) / 3;
+        const double limit = kBalanceTolerance * mean;
+        const bool balanced = std::fabs(mean - current[0]) < limit &&
+                              std::fabs(mean - current[1]) < limit &&
+                              std::fabs(mean - current[2]) < limit;
+        if (balanced) {
+            return value[0] + value[1] + value[2] + threePhase;
+        }
+        double largest = value[0];
+        if (value[1] > largest) {
+            largest = value[1];
+        }
+        if (value[2] > largest) {
+            largest = value[2];
+        }
+        return 3 * largest + threePhase;
+    }
+};
+
+std::wstring ApparentFrom(const std::wstring& active, const std::wstring& reactive)
+{
+    const double p = ParseNumber(active);
+    const double q = ParseNumber(reactive);
+    return FormatG(std::sqrt(p * p + q * q));
+}
+
+std::wstring PowerFactorFrom(const std::wstring& active, const std::wstring& apparent)
+{
+    const double p = ParseNumber(active);
+    const double s = ParseNumber(apparent);
+    return FormatG(s > 1e-8 ? p / s : 0.0);
+}
+
+std::wstring CurrentFrom(const std::wstring& apparent)
+{
+    return FormatG(ParseNumber(apparent) / (Sqrt3() * kLineVoltage));
+}
+
+/// Steps 2 to 11 of a transformer's recalculation, given the texts of its
+/// group active and reactive sums.
+void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
+                          const std::wstring& reactiveSum)
+{
+    const double pc = ParseNumber(activeSum) * ParseNumber(t.m_strKp);
+    t.m_strCalcP = FormatG(pc);
+    const double qc = ParseNumber(reactiveSum) * ParseNumber(t.m_strKq);
+
+    const double alpha = ParseNumber(t.m_strAlpha);
+    const double beta = ParseNumber(t.m_strBeta);
+    double cos1 = 0;
+    if (!IsNearZero(alpha * pc)) {
+        const double ratio = beta * qc / (alpha * pc);
+        const double r = ratio * ratio;
+        cos1 = std::sqrt(1 / (r + 1));
+    }
+    t.m_strCosBefore = FormatG(cos1);
+
+    const double cos2 = ParseNumber(t.m_strCosAfter);
+    const double qcomp = pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+    t.m_strCompCapacity = FormatG(qcomp);
+
+    double qinst = ParseNumber(t.m_strActualCompCapacity);
+    if (std::fabs(qinst) < 1e-9) {  // the tighter threshold of this one test
+        qinst = qcomp;
+    }
+    const double q2 = qc - qinst;
+    t.m_strCalcQ = FormatG(q2);
+
+    const double s2 = std::sqrt(pc * pc + q2 * q2);
+    t.m_strCalcS = FormatG(s2);
+    t.m_strCalcI = FormatG(s2 / (Sqrt3() * kLineVoltage));
+
+    const double loadRate = ParseNumber(t.m_strLoadRate);
+    const double x = IsNearZero(loadRate) ? 0.0 : s2 / loadRate;
+    double capacity = 0;
+    for (double standard : kStandardCapacities) {
+        if (standard > x) {
+            capacity = standard;
+            break;
+        }
+    }
+    t.m_strRatedCapacity = FormatG(capacity);
+    t.m_strActualLoadRate = FormatG(capacity > 1e-8 ? s2 / capacity : 0.0);
+}
+
+}  // namespace
+
+void RecalculateCircuit(CLoadCalData& c)
+{
+    const double pe = ParseNumber(c.m_strRatedPower);
+    const double k = ParseNumber(c.m_strDemandFactor);
+    const double cosPhi = ParseNumber(c.m_strPowerFactor);
+    const double u = ParseNumber(c.m_strVoltage);
+
+    const double p = pe * k;
+    const double q = IsNearZero(cosPhi) ? 0.0 : p * std::sqrt(1 - cosPhi * cosPhi) / cosPhi;
+    const double s = std::sqrt(p * p + q * q);
+    double i = 0;
+    if (!IsNearZero(u * cosPhi)) {
+        const bool threePhase = c.m_strPhase.find(kPhaseThree) != std::wstring::npos;
+        i = threePhase ? p / (kCircuitSqrt3 * u * cosPhi) : p / (u * cosPhi);
+    }
+    c.m_strCalcP = FormatG(p);
+    c.m_strCalcQ = FormatG(q);
+    c.m_strCalcS = FormatG(s);
+    c.m_strCalcI = FormatG(i);
+}
+
+bool BelongsTo(const CLoadCalData& circuit, const std::wstring& name)
+{
+    for (const auto& piece : OwnerPieces(circuit.m_strTransformer)) {
+        if (EqualsNoCase(piece, name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+int FindTransformer(const CTransformerArray& transformers, const std::wstring& name)
+{
+    for (int i = 0; i < transformers.GetSize(); ++i) {
+        if (EqualsNoCase(transformers[i].m_strName, name)) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+std::wstring GroupSum(const CLoadArray& loads, const std::wstring& owner, SumField field)
+{
+    GroupAccumulator acc;
+    for (const auto& c : loads) {
+        if (BelongsTo(c, owner)) {
+            acc.Add(PhaseGroup(c.m_strPhase), ParseNumber(c.m_strCalcI),
+                    ParseNumber(SummedText(c, field)));
+        }
+    }
+    return FormatG(acc.Result());
+}
+
+std::wstring Total(const CLoadArray& loads, SumField field) { return COwnerIndex(loads).Total(field); }
+std::wstring TotalApparent(const CLoadArray& loads) { return COwnerIndex(loads).TotalApparent(); }
+std::wstring TotalPowerFactor(const CLoadArray& loads) { return COwnerIndex(loads).TotalPowerFactor(); }
+std::wstring TotalCurrent(const CLoadArray& loads) { return COwnerIndex(loads).TotalCurrent(); }
+SummaryTotals ComputeTotals(const CLoadArray& loads) { return COwnerIndex(loads).Totals(); }
+
+COwnerIndex::COwnerIndex(const CLoadArray& loads)
+{
+    m_figures.reserve(static_cast<size_t>(loads.GetSize()));
+    std::unordered_set<std::wstring> seenOwners;
+    for (int idx = 0; idx < loads.GetSize(); ++idx) {
+        const CLoadCalData& c = loads[idx];
+        m_figures.push_back({PhaseGroup(c.m_strPhase),
+                             ParseNumber(c.m_strCalcI),
+                             {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP),
+                              ParseNumber(c.m_strRatedPower)}});
+        for (const auto& piece : OwnerPieces(c.m_strTransformer)) {
+            auto& members = m_members[FoldCase(piece)];
+            if (members.empty() || members.back() != idx) {  // a circuit counts once per group
+                members.push_back(idx);
+            }
+        }
+        if (seenOwners.insert(c.m_strTransformer).second) {
+            m_distinctOwners.push_back(c.m_strTransformer);
+        }
+    }
+}
+
+std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) const
+{
+    GroupAccumulator acc;
+    const auto it = m_members.find(FoldCase(owner));
+    if (it != m_members.end()) {
+        const auto f = static_cast<size_t>(field);
+        for (int idx : it->second) {
+            const Figures& fig = m_figures[static_cast<size_t>(idx)];
+            acc.Add(fig.phase, fig.current, fig.value[f]);
+        }
+    }
+    return FormatG(acc.Result());
+}
+
+std::wstring COwnerIndex::Total(SumField field) const
+{
+    double total = 0;
+    for (const auto& owner : m_distinctOwners) {
+        total += ParseNumber(GroupSum(owner, field));
+    }
+    return FormatG(total);
+}
+
+std::wstring COwnerIndex::TotalApparent() const
+{
+    return ApparentFrom(Total(SumField::Active), Total(SumField::Reactive));
+}
+
+std::wstring COwnerIndex::TotalPowerFactor() const
+{
+    return PowerFactorFrom(Total(SumField::Active), TotalApparent());
+}
+
+std::wstring COwnerIndex::TotalCurrent() const { return CurrentFrom(TotalApparent()); }
+
+SummaryTotals COwnerIndex::Totals() const
+{
+    SummaryTotals t;
+    t.installed = Total(SumField::Installed);
+    t.active = Total(SumField::Active);
+    t.reactive = Total(SumField::Reactive);
+    t.apparent = ApparentFrom(t.active, t.reactive);
+    t.powerFactor = PowerFactorFrom(t.active, t.apparent);
+    t.current = CurrentFrom(t.apparent);
+    return t;
+}
+
+int RecalculateTransformer(const CLoadArray& loads, CTransformerArray& transformers,
+                           const std::wstring& name)
+{
+    const int index = FindTransformer(transformers, name);
+    if (index < 0) {
+        return -1;
+    }
+    CalculateTransformer(transformers[index], GroupActiveSum(loads, name),
+                         GroupReactiveSum(loads, name));
+    return index;
+}
+
+int RecalculateTransformer(const COwnerIndex& ownerIndex, CTransformerArray& transformers,
+                           const std::wstring& name)
+{
+    const int index = FindTransformer(transformers, name);
+    if (index < 0) {
+        return -1;
+    }
+    CalculateTransformer(transformers[index], ownerIndex.GroupSum(name, SumField::Active),
+                         ownerIndex.GroupSum(name, SumField::Reactive));
+    return index;
+}
+
+void RecalculateAllTransformers(const CLoadArray& loads, CTransformerArray& transformers)
+{
+    RecalculateAllTransformers(COwnerIndex(loads), transformers);
+}
+
+void RecalculateAllTransformers(const COwnerIndex& ownerIndex, CTransformerArray& transformers)
+{
+    // Each transformer is recalculated by its own name: with two names equal
+    // but for case the first one is found both times. The map keeps that
+    // first-match rule without a walk over the list per transformer.
+    std::unordered_map<std::wstring, int> first;
+    for (int i = 0; i < transformers.GetSize(); ++i) {
+        first.emplace(FoldCase(transformers[i].m_strName), i);
+    }
+    for (int i = 0; i < transformers.GetSize(); ++i) {
+        const std::wstring name = transformers[i].m_strName;
+        const int target = first.at(FoldCase(name));
+        CalculateTransformer(transformers[target], ownerIndex.GroupSum(name, SumField::Active),
+                             ownerIndex.GroupSum(name, SumField::Reactive));
+    }
+}
+
+SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transformers)
+{
+    for (auto& c : loads) {
+        RecalculateCircuit(c);
+    }
+    const COwnerIndex index(loads);
+    RecalculateAllTransformers(index, transformers);
+    return index.Totals();
+}
+
+}  // namespace loadcal

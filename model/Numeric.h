@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+namespace loadcal {
+
+/// Reads a figure from a record text the way the C library's wcstod does in
+/// the "C" numeric locale, whatever the process locale: leading blanks are
+/// skipped, the longest numeric prefix is taken ("12kW" reads 12), and an
+/// empty or non-numeric text reads 0.
+double ParseNumber(const std::wstring& text);
+
+/// Writes a figure as printf's "%G" does in the "C" locale: six significant
+/// digits, fixed or exponent notation, trailing zeros dropped ("15.1939",
+/// "1.6E+16", "INF", "NAN").
+std::wstring FormatG(double value);
+
+/// The same as FormatG, but by the C library's own swprintf(L"%G") under a
+/// "C" locale; FormatG is checked against it.
+std::wstring FormatGByPrintf(double value);
+
+/// A guard used throughout the arithmetic: |x| <= 1e-8 counts as zero.
+inline bool IsNearZero(double x) { return x <= 1e-8 && x >= -1e-8; }
+
+}  // namespace loadcal

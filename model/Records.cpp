@@ -1,0 +1,85 @@
+#include "model/Records.h"
+
+#include "model/Calculation.h"
+
+namespace loadcal {
+namespace {
+
+using LoadMember = std::wstring CLoadCalData::*;
+using TransformerMember = std::wstring CTransformerCalData::*;
+
+constexpr std::array<LoadMember, CLoadCalData::kFieldCount> kLoadMembers = {
+    &CLoadCalData::m_strCircuitNo,   &CLoadCalData::m_strEquipNo,
+    &CLoadCalData::m_strEquipName,   &CLoadCalData::m_strPhase,
+    &CLoadCalData::m_strRatedPower,  &CLoadCalData::m_strDemandFactor,
+    &CLoadCalData::m_strPowerFactor, &CLoadCalData::m_strCalcP,
+    &CLoadCalData::m_strCalcQ,       &CLoadCalData::m_strCalcS,
+    &CLoadCalData::m_strCalcI,       &CLoadCalData::m_strVoltage,
+    &CLoadCalData::m_strTransformer,
+};
+
+constexpr std::array<TransformerMember, CTransformerCalData::kFieldCount> kTransformerMembers = {
+    &CTransformerCalData::m_strName,           &CTransformerCalData::m_strRatedCapacity,
+    &CTransformerCalData::m_strActualLoadRate, &CTransformerCalData::m_strLoadRate,
+    &CTransformerCalData::m_strKp,             &CTransformerCalData::m_strKq,
+    &CTransformerCalData::m_strCalcCapacity,   &CTransformerCalData::m_strCalcP,
+    &CTransformerCalData::m_strCalcQ,          &CTransformerCalData::m_strCalcS,
+    &CTransformerCalData::m_strCalcI,          &CTransformerCalData::m_strAlpha,
+    &CTransformerCalData::m_strBeta,           &CTransformerCalData::m_strCosBefore,
+    &CTransformerCalData::m_strCosAfter,       &CTransformerCalData::m_strCompCapacity,
+    &CTransformerCalData::m_strActualCompCapacity,
+};
+
+template <size_t N>
+size_t CheckField(int field)
+{
+    if (field < 0 || static_cast<size_t>(field) >= N) {
+        throw CInvalidArgException("record field " + std::to_string(field) + " outside 0.." +
+                                   std::to_string(N - 1));
+    }
+    return static_cast<size_t>(field);
+}
+
+}  // namespace
+
+CLoadCalData::CLoadCalData() : m_strDemandFactor(L"1.0"), m_strPowerFactor(L"0.8"), m_strVoltage(kVoltageThree) {}
+
+std::wstring& CLoadCalData::FieldAt(int field)
+{
+    return this->*kLoadMembers[CheckField<kFieldCount>(field)];
+}
+
+const std::wstring& CLoadCalData::FieldAt(int field) const
+{
+    return this->*kLoadMembers[CheckField<kFieldCount>(field)];
+}
+
+bool CLoadCalData::IsBlank() const
+{
+    return m_strCircuitNo.empty() && m_strEquipNo.empty() && m_strEquipName.empty() &&
+           m_strRatedPower.empty() && m_strTransformer.empty();
+}
+
+void CLoadCalData::Calculate() { RecalculateCircuit(*this); }
+
+CTransformerCalData::CTransformerCalData()
+    : m_strLoadRate(L"0.7"),
+      m_strKp(L"0.9"),
+      m_strKq(L"0.97"),
+      m_strAlpha(L"0.7"),
+      m_strBeta(L"0.76"),
+      m_strCosAfter(L"0.9")
+{
+}
+
+std::wstring& CTransformerCalData::FieldAt(int field)
+{
+    return this->*kTransformerMembers[CheckField<kFieldCount>(field)];
+}
+
+const std::wstring& CTransformerCalData::FieldAt(int field) const
+{
+    return this->*kTransformerMembers[CheckField<kFieldCount>(field)];
+}
+
+}  // namespace loadcal

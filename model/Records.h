@@ -1,0 +1,108 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+#include "model/RecordArray.h"
+
+namespace loadcal {
+
+/// The four phase texts, in the order of the choice list and of the phase
+/// sums. They are compared as whole, case-sensitive strings.
+inline constexpr std::wstring_view kPhaseL1 = L"L1,N";
+inline constexpr std::wstring_view kPhaseL2 = L"L2,N";
+inline constexpr std::wstring_view kPhaseL3 = L"L3,N";
+inline constexpr std::wstring_view kPhaseThree = L"L1,L2,L3,N";
+inline constexpr std::array<std::wstring_view, 4> kPhaseTexts = {kPhaseL1, kPhaseL2, kPhaseL3,
+                                                                 kPhaseThree};
+/// Default working voltage (kV) of a single-phase and of a three-phase circuit.
+inline constexpr std::wstring_view kVoltageSingle = L"0.22";
+inline constexpr std::wstring_view kVoltageThree = L"0.38";
+
+/// One load circuit: 13 texts in a fixed order. Figures stay the text typed or
+/// the "%G" text a calculation wrote; units: powers in kW / kVar / kVA,
+/// current in A, voltage in kV, factors as ratios. A plain value: copying
+/// copies every field.
+class CLoadCalData {
+public:
+    /// Field numbers in record order (archive and JSON order).
+    enum Field {
+        kCircuitNo, kEquipNo, kEquipName, kPhase, kRatedPower, kDemandFactor, kPowerFactor,
+        kCalcP, kCalcQ, kCalcS, kCalcI, kVoltage, kTransformer, kFieldCount
+    };
+
+    CLoadCalData();
+
+    std::wstring m_strCircuitNo;     ///< circuit number
+    std::wstring m_strEquipNo;       ///< equipment number
+    std::wstring m_strEquipName;     ///< equipment name
+    std::wstring m_strPhase;         ///< one of the four phase texts
+    std::wstring m_strRatedPower;    ///< installed power Pe, kW
+    std::wstring m_strDemandFactor;  ///< demand factor K
+    std::wstring m_strPowerFactor;   ///< power factor cos phi
+    std::wstring m_strCalcP;         ///< Pjs, kW
+    std::wstring m_strCalcQ;         ///< Qjs, kVar
+    std::wstring m_strCalcS;         ///< Sjs, kVA
+    std::wstring m_strCalcI;         ///< Ijs, A
+    std::wstring m_strVoltage;       ///< working voltage U, kV
+    std::wstring m_strTransformer;   ///< owner name(s), joined with ","
+
+    /// Field by record order (0 .. kFieldCount-1); throws CInvalidArgException otherwise.
+    std::wstring& FieldAt(int field);
+    const std::wstring& FieldAt(int field) const;
+
+    /// True when circuit number, equipment number and name, rated power and
+    /// owner are all empty; phase, factors, voltage and results do not count.
+    bool IsBlank() const;
+
+    /// Circuit calculation: fills Pjs, Qjs, Sjs and Ijs (fields 7 to 10) from
+    /// Pe, K, cos phi, U and the phase.
+    void Calculate();
+
+    friend bool operator==(const CLoadCalData&, const CLoadCalData&) = default;
+};
+
+/// One transformer: 17 texts in a fixed order. Load rates are ratios (0.7
+/// means 70 %), powers in kW / kVar / kVA, current in A. A plain value.
+class CTransformerCalData {
+public:
+    enum Field {
+        kName, kRatedCapacity, kActualLoadRate, kLoadRate, kKp, kKq, kCalcCapacity, kCalcP,
+        kCalcQ, kCalcS, kCalcI, kAlpha, kBeta, kCosBefore, kCosAfter, kCompCapacity,
+        kActualCompCapacity, kFieldCount
+    };
+
+    CTransformerCalData();
+
+    std::wstring m_strName;                ///< unique without regard to case
+    std::wstring m_strRatedCapacity;       ///< standard rated capacity, kVA
+    std::wstring m_strActualLoadRate;      ///< S2 / rated capacity, ratio
+    std::wstring m_strLoadRate;            ///< expected load rate, ratio
+    std::wstring m_strKp;                  ///< active simultaneity factor
+    std::wstring m_strKq;                  ///< reactive simultaneity factor
+    std::wstring m_strCalcCapacity;        ///< spare figure, kept but never computed
+    std::wstring m_strCalcP;               ///< Pc = Kp x sum Pjs, kW
+    std::wstring m_strCalcQ;               ///< Q2 after compensation, kVar
+    std::wstring m_strCalcS;               ///< S2 after compensation, kVA
+    std::wstring m_strCalcI;               ///< I2, A
+    std::wstring m_strAlpha;               ///< average active-load coefficient
+    std::wstring m_strBeta;                ///< average reactive-load coefficient
+    std::wstring m_strCosBefore;           ///< cos phi1 before compensation
+    std::wstring m_strCosAfter;            ///< target cos phi2
+    std::wstring m_strCompCapacity;        ///< required compensation, kVar
+    std::wstring m_strActualCompCapacity;  ///< installed compensation, kVar (empty/0: required)
+
+    std::wstring& FieldAt(int field);
+    const std::wstring& FieldAt(int field) const;
+
+    /// A transformer row is empty when its name is empty.
+    bool IsBlank() const { return m_strName.empty(); }
+
+    friend bool operator==(const CTransformerCalData&, const CTransformerCalData&) = default;
+};
+
+using CLoadArray = CArray<CLoadCalData>;
+using CTransformerArray = CArray<CTransformerCalData>;
+
+}  // namespace loadcal

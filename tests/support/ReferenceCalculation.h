@@ -1,0 +1,19 @@
+#pragma once
+
+// A straightforward transcription of the demand-factor method, kept only for
+// tests and benchmarks: every group sum walks the whole circuit list and
+// splits each owner field, every total calls the group sum once per distinct
+// owner text. The engine's indexed path must give the same texts.
+
+#include "model/Calculation.h"
+
+namespace loadcal::reference {
+
+std::wstring GroupSum(const CLoadArray& loads, const std::wstring& owner, SumField field);
+std::wstring Total(const CLoadArray& loads, SumField field);
+SummaryTotals Totals(const CLoadArray& loads);
+void RecalculateTransformer(const CLoadArray& loads, CTransformerArray& transformers,
+                            const std::wstring& name);
+SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transformers);
+
+}  // namespace loadcal::reference
