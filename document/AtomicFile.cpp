@@ -1,0 +1,93 @@
+#include "document/AtomicFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <random>
+
+#include "document/DocumentError.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+std::string Describe(const std::filesystem::path& p) { return "\"" + p.string() + "\""; }
+
+std::filesystem::path TempBeside(const std::filesystem::path& target)
+{
+    static std::mt19937_64 rng{std::random_device{}()};
+    const auto folder = target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
+    return folder / ("." + target.filename().string() + ".tmp" + std::to_string(::getpid()) + "-" +
+                     std::to_string(rng() % 1000000000));
+}
+
+void FsyncPath(const std::filesystem::path& p, bool directory)
+{
+    const int fd = ::open(p.c_str(), directory ? (O_RDONLY | O_DIRECTORY) : O_RDONLY);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+}
+
+}  // namespace
+
+std::filesystem::path ToFsPath(const std::wstring& path) { return std::filesystem::path(ToUtf8(path)); }
+
+std::wstring FromFsPath(const std::filesystem::path& path) { return FromUtf8(path.string()); }
+
+void WriteFileAtomically(const std::filesystem::path& target, std::string_view bytes)
+{
+    CAtomicFile file(target);
+    const int fd = ::open(file.TempPath().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (fd < 0) {
+        throw DocumentError("cannot write " + Describe(target) + ": " + std::strerror(errno));
+    }
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n = ::write(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            const int err = errno;
+            ::close(fd);
+            throw DocumentError("cannot write " + Describe(target) + ": " + std::strerror(err));
+        }
+        done += static_cast<size_t>(n);
+    }
+    if (::fsync(fd) != 0 || ::close(fd) != 0) {
+        throw DocumentError("cannot write " + Describe(target) + ": " + std::strerror(errno));
+    }
+    file.Commit();
+}
+
+CAtomicFile::CAtomicFile(std::filesystem::path target)
+    : m_target(std::move(target)), m_temp(TempBeside(m_target))
+{
+}
+
+CAtomicFile::~CAtomicFile()
+{
+    if (!m_committed) {
+        std::error_code ec;
+        std::filesystem::remove(m_temp, ec);
+    }
+}
+
+void CAtomicFile::Commit()
+{
+    if (!std::filesystem::exists(m_temp)) {
+        throw DocumentError("cannot write " + Describe(m_target) + ": nothing was written");
+    }
+    FsyncPath(m_temp, false);
+    if (::rename(m_temp.c_str(), m_target.c_str()) != 0) {
+        throw DocumentError("cannot write " + Describe(m_target) + ": " + std::strerror(errno));
+    }
+    m_committed = true;
+    FsyncPath(m_target.has_parent_path() ? m_target.parent_path() : ".", true);
+}
+
+}  // namespace loadcal
