@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unordered_set>
 
 #include "model/Numeric.h"
 #include "model/Text.h"
@@ -160,10 +159,10 @@ void RecalculateCircuit(CLoadCalData& c)
         const bool threePhase = c.m_strPhase.find(kPhaseThree) != std::wstring::npos;
         i = threePhase ? p / (kCircuitSqrt3 * u * cosPhi) : p / (u * cosPhi);
     }
-    c.m_strCalcP = FormatG(p);
-    c.m_strCalcQ = FormatG(q);
-    c.m_strCalcS = FormatG(s);
-    c.m_strCalcI = FormatG(i);
+    FormatGInto(p, c.m_strCalcP);
+    FormatGInto(q, c.m_strCalcQ);
+    FormatGInto(s, c.m_strCalcS);
+    FormatGInto(i, c.m_strCalcI);
 }
 
 bool BelongsTo(const CLoadCalData& circuit, const std::wstring& name)
@@ -206,33 +205,47 @@ SummaryTotals ComputeTotals(const CLoadArray& loads) { return COwnerIndex(loads)
 
 COwnerIndex::COwnerIndex(const CLoadArray& loads)
 {
+    // Circuits share few distinct owner texts: each is split and folded once,
+    // into the list of groups (folded pieces) it names.
+    std::unordered_map<std::wstring, std::vector<int>> groupsOfOwner;
+    std::vector<std::vector<int>> members;
     m_figures.reserve(static_cast<size_t>(loads.GetSize()));
-    std::unordered_set<std::wstring> seenOwners;
     for (int idx = 0; idx < loads.GetSize(); ++idx) {
         const CLoadCalData& c = loads[idx];
         m_figures.push_back({PhaseGroup(c.m_strPhase),
                              ParseNumber(c.m_strCalcI),
                              {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP),
                               ParseNumber(c.m_strRatedPower)}});
-        for (const auto& piece : OwnerPieces(c.m_strTransformer)) {
-            auto& members = m_members[FoldCase(piece)];
-            if (members.empty() || members.back() != idx) {  // a circuit counts once per group
-                members.push_back(idx);
+        auto found = groupsOfOwner.find(c.m_strTransformer);
+        if (found == groupsOfOwner.end()) {
+            std::vector<int> groups;
+            for (const auto& piece : OwnerPieces(c.m_strTransformer)) {
+                const auto [it, added] =
+                    m_groupOfPiece.emplace(FoldCase(piece), static_cast<int>(members.size()));
+                if (added) {
+                    members.emplace_back();
+                }
+                if (std::find(groups.begin(), groups.end(), it->second) == groups.end()) {
+                    groups.push_back(it->second);  // a circuit counts once per group
+                }
             }
-        }
-        if (seenOwners.insert(c.m_strTransformer).second) {
+            found = groupsOfOwner.emplace(c.m_strTransformer, std::move(groups)).first;
             m_distinctOwners.push_back(c.m_strTransformer);
         }
+        for (int group : found->second) {
+            members[static_cast<size_t>(group)].push_back(idx);
+        }
     }
+    m_members = std::move(members);
 }
 
 std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) const
 {
     GroupAccumulator acc;
-    const auto it = m_members.find(FoldCase(owner));
-    if (it != m_members.end()) {
+    const auto it = m_groupOfPiece.find(FoldCase(owner));
+    if (it != m_groupOfPiece.end()) {
         const auto f = static_cast<size_t>(field);
-        for (int idx : it->second) {
+        for (int idx : m_members[static_cast<size_t>(it->second)]) {
             const Figures& fig = m_figures[static_cast<size_t>(idx)];
             acc.Add(fig.phase, fig.current, fig.value[f]);
         }

@@ -92,8 +92,9 @@ private:
         double value[3];  ///< by SumField: Qjs, Pjs, Pe
     };
     std::vector<Figures> m_figures;
-    std::unordered_map<std::wstring, std::vector<int>> m_members;
-    std::vector<std::wstring> m_distinctOwners;
+    std::unordered_map<std::wstring, int> m_groupOfPiece;  ///< folded owner piece -> group
+    std::vector<std::vector<int>> m_members;                ///< group -> circuits, list order
+    std::vector<std::wstring> m_distinctOwners;             ///< exact texts, first occurrence first
 };
 
 /// Recalculates the transformer named name (without regard to case; the

@@ -10,10 +10,16 @@ namespace loadcal {
 /// empty or non-numeric text reads 0.
 double ParseNumber(const std::wstring& text);
 
+/// The same as ParseNumber, always by the C library's wcstod_l; ParseNumber
+/// is checked against it.
+double ParseNumberByLibrary(const std::wstring& text);
+
 /// Writes a figure as printf's "%G" does in the "C" locale: six significant
 /// digits, fixed or exponent notation, trailing zeros dropped ("15.1939",
 /// "1.6E+16", "INF", "NAN").
 std::wstring FormatG(double value);
+/// FormatG into an existing text, reusing its storage.
+void FormatGInto(double value, std::wstring& out);
 
 /// The same as FormatG, but by the C library's own swprintf(L"%G") under a
 /// "C" locale; FormatG is checked against it.

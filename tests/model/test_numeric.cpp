@@ -102,3 +102,32 @@ TEST(Text, EncodingsRoundTripEveryCharacter)
     EXPECT_EQ(FromUtf16(ToUtf16(lone)), lone);
     EXPECT_TRUE(IsValidUtf8(ToUtf8(lone)));
 }
+
+TEST(Numeric, FastParsingAgreesWithWcstodOnRandomTexts)
+{
+    // Random texts built from the characters a figure is typed with, plus
+    // the odd ones wcstod treats specially (blanks, hexadecimal, inf, nan).
+    static const wchar_t kAlphabet[] = L"0123456789..--++eEEx kWinfa,";
+    std::mt19937 rng(11);
+    std::uniform_int_distribution<size_t> pick(0, std::size(kAlphabet) - 2);
+    std::uniform_int_distribution<int> len(0, 12);
+    for (int i = 0; i < 300000; ++i) {
+        std::wstring text;
+        for (int k = len(rng); k > 0; --k) {
+            text.push_back(kAlphabet[pick(rng)]);
+        }
+        const double fast = ParseNumber(text);
+        const double lib = ParseNumberByLibrary(text);
+        ASSERT_TRUE(fast == lib || (std::isnan(fast) && std::isnan(lib)))
+            << ToUtf8(text) << ": " << fast << " vs " << lib;
+    }
+    std::mt19937_64 r64(5);
+    for (int i = 0; i < 100000; ++i) {
+        const double v = std::ldexp(static_cast<double>(r64() >> 11), static_cast<int>(r64() % 200) - 150);
+        const std::wstring text = FromUtf8(std::to_string(v)) + L"kW";
+        ASSERT_EQ(ParseNumber(text), ParseNumberByLibrary(text)) << ToUtf8(text);
+    }
+    for (const wchar_t* t : {L"1e400", L"-1e400", L"1e-400", L"0x1A", L"-0x10", L" 5", L"+5", L"inf"}) {
+        EXPECT_EQ(ParseNumber(t), ParseNumberByLibrary(t)) << ToUtf8(t);
+    }
+}
