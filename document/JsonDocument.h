@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "model/Calculation.h"
+#include "model/Records.h"
+
+namespace loadcal {
+
+/// The JSON form of a calculation document, for scripts and other tools:
+///
+///   { "loads": [ { "circuitNo", ..., "transformer" } ],
+///     "transformers": [ { "name", ..., "actualCompCapacity" } ],
+///     "totals": { "Pe", "P", "Q", "S", "cos", "I" } }
+///
+/// Every value is a JSON string holding a field's text exactly; keys follow
+/// the record order. Output carries every key, and the six grand totals of
+/// the records as they stand. On input "totals" is ignored, a missing record
+/// key takes the record's construction default, and an unknown key, a
+/// non-string value or a malformed document is a DocumentError naming the
+/// source and the position or key.
+std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& transformers,
+                           const SummaryTotals& totals);
+
+/// Reads a document; `source` names it in error messages (usually the file).
+void DocumentFromJson(std::string_view json, const std::string& source, CLoadArray& loads,
+                      CTransformerArray& transformers);
+
+}  // namespace loadcal
