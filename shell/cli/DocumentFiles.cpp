@@ -1,0 +1,71 @@
+#include "shell/cli/DocumentFiles.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "document/Archive.h"
+#include "document/AtomicFile.h"
+#include "document/DocumentError.h"
+#include "document/JsonDocument.h"
+#include "model/Calculation.h"
+#include "model/Text.h"
+#include "shell/cli/CliError.h"
+
+namespace loadcal {
+namespace {
+
+bool EndsWithNoCase(const std::string& text, const std::string& suffix)
+{
+    return text.size() >= suffix.size() &&
+           EqualsNoCase(FromUtf8(text.substr(text.size() - suffix.size())), FromUtf8(suffix));
+}
+
+std::string ReadWholeFile(const std::string& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    if (!in) {
+        throw DocumentError(path + ": cannot open: " + std::strerror(errno));
+    }
+    std::ostringstream buf;
+    buf << in.rdbuf();
+    if (in.bad()) {
+        throw DocumentError(path + ": cannot read");
+    }
+    return buf.str();
+}
+
+}  // namespace
+
+DocumentKind DocumentKindOf(const std::string& path)
+{
+    if (EndsWithNoCase(path, ".ldc")) {
+        return DocumentKind::Archive;
+    }
+    if (EndsWithNoCase(path, ".json")) {
+        return DocumentKind::Json;
+    }
+    throw UsageError(path + ": unknown document type (use a .LDC archive or a .json file)");
+}
+
+void ReadDocument(const std::string& path, CLoadArray& loads, CTransformerArray& transformers)
+{
+    if (DocumentKindOf(path) == DocumentKind::Archive) {
+        LoadArchiveFile(FromUtf8(path), loads, transformers);
+    } else {
+        DocumentFromJson(ReadWholeFile(path), path, loads, transformers);
+    }
+}
+
+void WriteDocument(const std::string& path, const CLoadArray& loads,
+                   const CTransformerArray& transformers)
+{
+    if (DocumentKindOf(path) == DocumentKind::Archive) {
+        SaveArchiveFile(FromUtf8(path), loads, transformers);
+    } else {
+        WriteFileAtomically(path, DocumentToJson(loads, transformers, ComputeTotals(loads)));
+    }
+}
+
+}  // namespace loadcal

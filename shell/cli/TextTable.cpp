@@ -1,0 +1,77 @@
+#include "shell/cli/TextTable.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "model/Columns.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+bool IsWide(char32_t c)
+{
+    return (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0x303E) ||
+           (c >= 0x3041 && c <= 0x33FF) || (c >= 0x3400 && c <= 0x4DBF) ||
+           (c >= 0x4E00 && c <= 0x9FFF) || (c >= 0xA000 && c <= 0xA4CF) ||
+           (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
+           (c >= 0xFE30 && c <= 0xFE4F) || (c >= 0xFF00 && c <= 0xFF60) ||
+           (c >= 0xFFE0 && c <= 0xFFE6) || (c >= 0x1F300 && c <= 0x1F64F) ||
+           (c >= 0x20000 && c <= 0x3FFFD);
+}
+
+template <class Record, size_t N>
+void PrintTable(std::ostream& out, const char* caption, const std::array<TableColumn, N>& columns,
+                const CArray<Record>& records)
+{
+    std::vector<size_t> width(N);
+    for (size_t c = 0; c < N; ++c) {
+        width[c] = DisplayWidth(columns[c].title);
+        for (const auto& r : records) {
+            width[c] = std::max(width[c], DisplayWidth(r.FieldAt(columns[c].field)));
+        }
+    }
+    auto row = [&](auto cellText) {
+        std::wstring line;
+        for (size_t c = 0; c < N; ++c) {
+            const std::wstring text(cellText(c));
+            line += text;
+            if (c + 1 < N) {
+                line.append(width[c] - DisplayWidth(text) + 2, L' ');
+            }
+        }
+        out << ToUtf8(line) << '\n';
+    };
+    out << caption << " (" << records.GetSize() << ")\n";
+    row([&](size_t c) { return columns[c].title; });
+    for (const auto& r : records) {
+        row([&](size_t c) { return std::wstring_view(r.FieldAt(columns[c].field)); });
+    }
+}
+
+}  // namespace
+
+size_t DisplayWidth(std::wstring_view text)
+{
+    size_t w = 0;
+    for (wchar_t c : text) {
+        w += IsWide(static_cast<char32_t>(c)) ? 2 : 1;
+    }
+    return w;
+}
+
+void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerArray& transformers,
+                 const SummaryTotals& totals)
+{
+    PrintTable(out, "负荷回路", kLoadColumns, loads);
+    out << '\n';
+    PrintTable(out, "变压器", kTransformerColumns, transformers);
+    out << '\n'
+        << "总计: 额定容量 " << ToUtf8(totals.installed) << " kW, 计算有功 " << ToUtf8(totals.active)
+        << " kW, 计算无功 " << ToUtf8(totals.reactive) << " kVar, 视在功率 "
+        << ToUtf8(totals.apparent) << " kVA, 功率因数 " << ToUtf8(totals.powerFactor)
+        << ", 计算电流 " << ToUtf8(totals.current) << " A\n";
+}
+
+}  // namespace loadcal

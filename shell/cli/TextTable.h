@@ -1,0 +1,18 @@
+#pragma once
+
+#include <ostream>
+
+#include "model/Calculation.h"
+
+namespace loadcal {
+
+/// Prints both record lists as aligned text tables (titles as in the grids)
+/// followed by the six grand totals, for a terminal with a monospaced font in
+/// which Chinese characters take two cells.
+void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerArray& transformers,
+                 const SummaryTotals& totals);
+
+/// Terminal cells a text takes: two for East Asian wide characters, one otherwise.
+size_t DisplayWidth(std::wstring_view text);
+
+}  // namespace loadcal

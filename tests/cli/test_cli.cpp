@@ -1,0 +1,242 @@
+// The loadcal command line as scripts see it: run as a separate process,
+// judged by exit status, standard output, standard error and the files left.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "document/Archive.h"
+#include "document/JsonDocument.h"
+#include "model/Calculation.h"
+#include "model/Text.h"
+#include "tests/support/Process.h"
+#include "tests/support/RandomDocument.h"
+
+using namespace loadcal;
+namespace fs = std::filesystem;
+
+namespace {
+
+class Cli : public ::testing::Test {
+protected:
+    void SetUp() override
+    {
+        dir = fs::temp_directory_path() /
+              ("loadcal-cli-" + std::to_string(::getpid()) + "-" +
+               ::testing::UnitTest::GetInstance()->current_test_info()->name());
+        fs::remove_all(dir);
+        fs::create_directories(dir);
+    }
+    void TearDown() override { fs::remove_all(dir); }
+
+    testsupport::ProcessResult Run(const std::vector<std::string>& args, const std::string& input = {})
+    {
+        return testsupport::RunProcess(LOADCAL_EXE, args, input, dir.string());
+    }
+    std::string Path(const std::string& name) const { return (dir / name).string(); }
+    static std::string Read(const std::string& path)
+    {
+        std::ifstream in(path, std::ios::binary);
+        std::ostringstream s;
+        s << in.rdbuf();
+        return s.str();
+    }
+    static void Write(const std::string& path, const std::string& text)
+    {
+        std::ofstream(path, std::ios::binary) << text;
+    }
+    std::vector<std::string> Listing() const
+    {
+        std::vector<std::string> names;
+        for (const auto& e : fs::directory_iterator(dir)) {
+            names.push_back(e.path().filename().string());
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    fs::path dir;
+};
+
+std::string OneCircuitJson(const std::string& extra = {})
+{
+    return R"({"loads": [{"circuitNo": "WL1", "phase": "L1,L2,L3,N", "ratedPower": "10",
+                "demandFactor": "0.8", "powerFactor": "0.8", "transformer": "T1")" +
+           extra + R"(}], "transformers": [{"name": "T1"}]})";
+}
+
+}  // namespace
+
+TEST_F(Cli, ConvertRoundTripKeepsEveryTextExactly)
+{
+    // JSON -> archive -> JSON, text for text, on documents with odd texts.
+    std::mt19937 rng(3);
+    testsupport::RandomDocumentOptions opt;
+    opt.circuits = 120;
+    opt.transformers = 4;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    testsupport::MakeRandomDocument(rng, opt, loads, transformers);
+    loads[0].m_strEquipName = L" 空 格 \U0001F50C ";
+    loads[1].m_strRatedPower = L"10.500";
+    loads[2].m_strDemandFactor = L"约0.8";
+    transformers[0].m_strCalcCapacity = L"备用";
+    const std::string original = DocumentToJson(loads, transformers, ComputeTotals(loads));
+    Write(Path("in.json"), original);
+
+    auto r = Run({"convert", "in.json", "doc.LDC"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    r = Run({"convert", "doc.LDC", "back.JSON"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(Read(Path("back.JSON")), original);
+    EXPECT_TRUE(r.out.empty());
+
+    // The archive itself holds the records (read by the library, not the tool).
+    CLoadArray l2;
+    CTransformerArray t2;
+    LoadArchiveFile(FromUtf8(Path("doc.LDC")), l2, t2);
+    EXPECT_EQ(l2, loads);
+    EXPECT_EQ(t2, transformers);
+}
+
+TEST_F(Cli, CalcPrintsTheRecalculatedDocumentAndWritesIt)
+{
+    Write(Path("in.json"), OneCircuitJson());
+    auto r = Run({"calc", "in.json", "--json", "-o", "out.ldc"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    DocumentFromJson(r.out, "stdout", loads, transformers);
+    ASSERT_EQ(loads.GetSize(), 1);
+    EXPECT_EQ(loads[0].m_strCalcI, L"15.1939");
+    EXPECT_EQ(transformers[0].m_strCalcP, L"7.2");  // 0.9 x 8 kW
+    EXPECT_NE(r.out.find(R"("P": "8")"), std::string::npos);
+    EXPECT_NE(r.out.find(R"("cos": "0.8")"), std::string::npos);
+
+    CLoadArray written;
+    CTransformerArray writtenT;
+    LoadArchiveFile(FromUtf8(Path("out.ldc")), written, writtenT);
+    EXPECT_EQ(written, loads);
+    EXPECT_EQ(writtenT, transformers);
+
+    // The readable form: titles, records and the totals line.
+    r = Run({"calc", "out.ldc"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("回路编号"), std::string::npos);
+    EXPECT_NE(r.out.find("15.1939"), std::string::npos);
+    EXPECT_NE(r.out.find("总计: 额定容量 10 kW, 计算有功 8 kW"), std::string::npos);
+}
+
+TEST_F(Cli, InputErrorsNameTheFileAndTheProblem)
+{
+    struct Case {
+        const char* content;
+        const char* expected;
+    };
+    const Case cases[] = {
+        {"{\"loads\": [ {\"circuitNo\": \"1\"}, ]", "line 1"},
+        {R"({"loads": [{"circuitNo": 5}]})", "loads[0].circuitNo: expected a string"},
+        {R"({"loads": [{"power": "5"}]})", "loads[0]: unknown key \"power\""},
+        {R"({"loads": [], "extra": 1})", "unknown key \"extra\""},
+        {R"([1, 2])", "expected an object"},
+        {"{\"loads\": [{\"equipName\": \"\xC3(\"}]}", "UTF-8"},
+    };
+    for (const auto& c : cases) {
+        Write(Path("bad.json"), c.content);
+        const auto r = Run({"calc", "bad.json"});
+        EXPECT_EQ(r.status, 2) << c.content;
+        EXPECT_NE(r.err.find("bad.json"), std::string::npos) << r.err;
+        EXPECT_NE(r.err.find(c.expected), std::string::npos) << r.err;
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
+        EXPECT_TRUE(r.out.empty());
+    }
+    auto r = Run({"calc", "missing.LDC"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("missing.LDC"), std::string::npos) << r.err;
+
+    Write(Path("damaged.LDC"), "not an archive at all");
+    r = Run({"convert", "damaged.LDC", "out.json"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("damaged.LDC"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(Path("out.json")));
+}
+
+TEST_F(Cli, UsageErrorsExitWithOne)
+{
+    Write(Path("in.json"), OneCircuitJson());
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{}, {"frobnicate"}, {"convert", "in.json"}, {"calc"},
+          {"convert", "in.json", "out.txt"}, {"calc", "in.csv"}, {"calc", "in.json", "--bogus"}}) {
+        const auto r = Run(args);
+        EXPECT_EQ(r.status, 1) << (args.empty() ? "" : args[0]);
+        EXPECT_FALSE(r.err.empty());
+    }
+    const auto r = Run({"convert", "in.json", "out.txt"});
+    EXPECT_NE(r.err.find("out.txt"), std::string::npos) << r.err;
+    EXPECT_FALSE(fs::exists(Path("out.txt")));
+    EXPECT_EQ(Run({"--help"}).status, 0);
+}
+
+TEST_F(Cli, AFailedWriteLeavesNoPartialFileAndTheOldOneIntact)
+{
+    Write(Path("in.json"), OneCircuitJson());
+    // The target is a directory: the rename must fail after the temporary file was written.
+    fs::create_directories(Path("taken.json"));
+    auto r = Run({"calc", "in.json", "-o", "taken.json"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("taken.json"), std::string::npos) << r.err;
+    EXPECT_TRUE(fs::is_directory(Path("taken.json")));
+
+    // A bad input never touches an existing output.
+    Write(Path("old.json"), "precious");
+    Write(Path("bad.json"), "{");
+    r = Run({"convert", "bad.json", "old.json"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(Read(Path("old.json")), "precious");
+
+    // A folder that does not exist.
+    r = Run({"convert", "in.json", "nowhere/out.LDC"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("nowhere/out.LDC"), std::string::npos) << r.err;
+
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"bad.json", "in.json", "old.json", "taken.json"}));
+}
+
+TEST_F(Cli, DemoRecalculatesTheBundledExample)
+{
+    const auto r = Run({"demo", "--json"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    DocumentFromJson(r.out.substr(0, r.out.find("\n}\n") + 3), "demo", loads, transformers);
+    EXPECT_GE(loads.GetSize(), 25);
+    EXPECT_GE(transformers.GetSize(), 2);
+    // Recalculating the printed document changes nothing: it is the recalculated example.
+    CLoadArray again = loads;
+    CTransformerArray againT = transformers;
+    RecalculateDocument(again, againT);
+    EXPECT_EQ(again, loads);
+    EXPECT_EQ(againT, transformers);
+}
+
+TEST(Examples, ArchiveAndJsonHoldTheSameRecalculatedDocument)
+{
+    const std::string base = std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building";
+    std::ifstream in(base + ".json", std::ios::binary);
+    std::ostringstream json;
+    json << in.rdbuf();
+    CLoadArray loads, archived;
+    CTransformerArray transformers, archivedT;
+    DocumentFromJson(json.str(), "example", loads, transformers);
+    LoadArchiveFile(FromUtf8(base + ".LDC"), archived, archivedT);
+    EXPECT_EQ(archived, loads);
+    EXPECT_EQ(archivedT, transformers);
+    CLoadArray again = loads;
+    CTransformerArray againT = transformers;
+    RecalculateDocument(again, againT);
+    EXPECT_EQ(again, loads);
+    EXPECT_EQ(againT, transformers);
+}
