@@ -1,16 +1,33 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace loadcal {
 
+/// The deepest node a tree may hold, counted in path components below the
+/// root. Setting a deeper path fails with BadPath; a file nesting deeper is
+/// Malformed. Every traversal of a tree is therefore bounded.
+inline constexpr int kIdpMaxDepth = 256;
+
 /// One node of a CInterDpData tree: a name, an optional text value and child
 /// nodes in insertion order. The node owns its children.
+///
+/// Names are non-empty, contain no backslash and are compared exactly (case
+/// matters). Paths separate components by a single backslash; an empty path
+/// or an empty component (a\\b, a\, \\a: two backslashes in a row or one at
+/// the end) names no node.
 class CInterDpNode {
 public:
+    CInterDpNode() = default;
+    ~CInterDpNode();
+    CInterDpNode(const CInterDpNode&) = delete;
+    CInterDpNode& operator=(const CInterDpNode&) = delete;
+
     const std::wstring& Name() const { return m_name; }
     /// The count given with the value when it was set (UTF-16 units + 1 for a
     /// text); below 1 when the node carries no value.
@@ -18,45 +35,57 @@ public:
     /// The value as a NUL-terminated wide text ("" when there is none).
     const wchar_t* Value() const { return m_value.c_str(); }
     const std::wstring& ValueText() const { return m_value; }
+    /// The 32-bit integer given as the last argument when the value was set.
+    int32_t Flags() const { return m_nFlags; }
     /// The number of children as the signed 16-bit count readers see (more
     /// than 32767 children read as a negative count).
     int16_t ChildCount() const { return static_cast<int16_t>(m_children.size()); }
     size_t ChildrenSize() const { return m_children.size(); }
-    const CInterDpNode& ChildAt(size_t i) const { return *m_children[i]; }
+    /// Child i in insertion order; throws std::out_of_range outside 0 <= i < ChildrenSize().
+    const CInterDpNode& ChildAt(size_t i) const { return *m_children.at(i); }
 
-    /// The node at a backslash-separated path below this one, or null.
+    /// The node at a backslash-separated path below this one, or null. A
+    /// leading backslash is accepted and ignored: a node is the root of its
+    /// own lookups. The first argument is reserved (always 0).
     const CInterDpNode* GetSubValueFromPathW(int16_t reserved, const std::wstring& path) const;
 
 private:
     friend class CInterDpData;
     friend class CIdpCodec;
-    CInterDpNode* Child(const std::wstring& name) const;
-    CInterDpNode& AddChild(const std::wstring& name);
+    CInterDpNode* Child(std::wstring_view name) const;
+    CInterDpNode& AddChild(std::wstring name);
 
     std::wstring m_name;
     std::wstring m_value;
     int16_t m_nValueCount = 0;
     int32_t m_nFlags = 0;
     std::vector<std::unique_ptr<CInterDpNode>> m_children;
+    /// Name lookup for nodes with many children (archive tables), built lazily.
+    std::unique_ptr<std::map<std::wstring, CInterDpNode*, std::less<>>> m_pIndex;
 };
 
 /// Result of a store operation: 0 for success, a positive code otherwise.
 enum class IdpStatus : int16_t {
     Ok = 0,
-    FileNotFound = 1,   ///< the file does not exist
-    IoError = 2,        ///< the file could not be opened, read or written
-    BadMagic = 3,       ///< not a loadcal data file
-    BadVersion = 4,     ///< a newer or unknown format version
-    Truncated = 5,      ///< the file ends before its content does
-    BadChecksum = 6,    ///< content damaged (the tree read so far is kept)
-    Malformed = 7,      ///< an impossible count, length or name
-    BadPath = 8,        ///< an empty path or path component
+    FileNotFound = 1,  ///< the file does not exist
+    IoError = 2,       ///< the file could not be opened, read or written
+    BadMagic = 3,      ///< not a loadcal data file
+    BadVersion = 4,    ///< a newer or unknown format version
+    Truncated = 5,     ///< the file ends before its content does (the tree read so far is kept)
+    BadChecksum = 6,   ///< content damaged (the tree read so far is kept)
+    Malformed = 7,     ///< an impossible count, length or name (the tree read so far is kept)
+    BadPath = 8,       ///< an empty path or path component, or a path deeper than kIdpMaxDepth
 };
 
 /// A hierarchical data file: a tree of named nodes carrying text values,
 /// addressed by backslash-separated paths ("负荷信息\0\回路编号"). A leading
 /// backslash names the root, so "\a\b" and "a\b" reach the same node. Owns
 /// the whole tree; the file encoding is described in IdpFormat.md.
+///
+/// Texts are kept as the UTF-16 they are stored in: any Unicode text,
+/// characters outside the BMP included, reads back exactly. (A wide text that
+/// is not Unicode, such as two wchar_t holding a surrogate pair or a value
+/// above U+10FFFF, is kept in memory as it will read back.)
 class CInterDpData {
 public:
     CInterDpData();
@@ -64,28 +93,39 @@ public:
     CInterDpData(const CInterDpData&) = delete;
     CInterDpData& operator=(const CInterDpData&) = delete;
 
-    /// Empties the tree.
+    /// Empties the tree. Always succeeds (0).
     int16_t ClearDataFromMemory();
 
     /// Creates the node at path with every missing ancestor and sets its
     /// value: count is the value's length in UTF-16 units plus one (as the
-    /// archive passes it), value points to a NUL-terminated wide text (null:
-    /// no value), flags is kept with the node.
-    int16_t SetSubValueW(const std::wstring& path, int16_t count, const wchar_t* value, int32_t flags);
+    /// archive passes it) and is kept as given; value points to a
+    /// NUL-terminated wide text, kept up to its NUL (null: no value, the count
+    /// is then kept as 0); flags is kept with the node. An existing node keeps
+    /// its children. Returns BadPath, creating nothing, for an empty path, an
+    /// empty component, a component that is not Unicode text, or a path
+    /// deeper than kIdpMaxDepth.
+    int16_t SetSubValueW(const std::wstring& path, int16_t count, const wchar_t* value,
+                         int32_t flags);
 
-    /// The node at path below the root, or null when it does not exist.
+    /// The node at path below the root, or null when it does not exist or the
+    /// path is not valid. The first argument is reserved (always 0).
     const CInterDpNode* GetSubValueFromPathW(int16_t reserved, const std::wstring& path) const;
 
     /// Writes the whole tree to the file, replacing it atomically: a failed
-    /// write leaves the previous file as it was.
+    /// write leaves the previous file as it was and no temporary file behind
+    /// (IoError, LastError() says why).
     int16_t WriteDataToIdpFile(const std::wstring& path) const;
 
     /// Replaces the tree by the file's content. A damaged file never crashes
     /// and never makes the reader allocate more than the file could hold; it
-    /// leaves an empty or partial tree and a status (and LastError()).
+    /// leaves an empty or partial tree and a status (and LastError(), which
+    /// names the file). A missing file leaves an empty tree (FileNotFound).
     int16_t ReadDataFromIdpFile(const std::wstring& path);
 
-    /// In-memory encoding, for tests and the fuzzer.
+    /// In-memory encoding, for tests and the fuzzer. Serialize throws
+    /// DocumentError only for a tree too large for the format (over 4 GiB).
+    /// Deserialize replaces the tree like ReadDataFromIdpFile; when it
+    /// returns Ok, Serialize() gives back exactly the same bytes.
     std::string Serialize() const;
     IdpStatus Deserialize(const std::string& bytes);
 

@@ -1,0 +1,81 @@
+#pragma once
+
+// Every key name of the ".LDC" archive and of the settings file, in one place.
+// Reader and writer take their keys from here and nowhere else.
+
+#include <array>
+#include <string_view>
+
+#include "model/Records.h"
+
+namespace loadcal::archive {
+
+/// Top-level node of the load circuits: one child per circuit, named by its
+/// zero-based index in decimal ("0", "1", ...).
+inline constexpr std::wstring_view kLoadGroup = L"负荷信息";
+/// Top-level node of the transformers, laid out the same way.
+inline constexpr std::wstring_view kTransformerGroup = L"变压器信息";
+
+/// Keys of a load row, indexed by CLoadCalData::Field (record order is write order).
+inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadKeys = {
+    L"回路编号",  // circuit number
+    L"设备编号",  // equipment number
+    L"设备名称",  // equipment name
+    L"相位",      // phase
+    L"额定容量",  // rated power, kW
+    L"需要系数",  // demand factor
+    L"功率因数",  // power factor
+    L"计算有功",  // calculated active power, kW
+    L"计算无功",  // calculated reactive power, kVar
+    L"视在功率",  // apparent power, kVA
+    L"计算电流",  // calculated current, A
+    L"工作电压",  // working voltage, kV
+    L"归属变压器",  // owning transformer(s)
+};
+
+/// Keys of a transformer row, indexed by CTransformerCalData::Field. The
+/// crosswise keys: the spare figure m_strCalcCapacity is stored under
+/// "计算有功" and the calculated active power m_strCalcP under "计算容量".
+/// Archives in use depend on this pairing; it must not be "corrected".
+inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
+    kTransformerKeys = {
+        L"变压器名称",      // name; a row without it is skipped on reading
+        L"额定容量",        // rated capacity, kVA
+        L"实际负载率",      // actual load rate, ratio
+        L"负荷率",          // expected load rate, ratio
+        L"同时系数Kp",      // active simultaneity factor
+        L"同时系数Kq",      // reactive simultaneity factor
+        L"计算有功",        // m_strCalcCapacity (crosswise)
+        L"计算容量",        // m_strCalcP (crosswise)
+        L"计算无功",        // calculated reactive power, kVar
+        L"视在功率",        // apparent power, kVA
+        L"计算电流",        // calculated current, A
+        L"有功补偿系数",    // alpha
+        L"无功补偿系数",    // beta
+        L"补偿前功率因数",  // power factor before compensation
+        L"补偿后功率因数",  // target power factor
+        L"补偿容量",        // required compensation, kVar
+        L"实际补偿容量",    // installed compensation, kVar
+};
+
+/// Texts a load row takes for keys missing on reading, by field. The circuit
+/// number has no fixed default: it takes the row's own name (its index text).
+inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadReadDefaults = {
+    L"", L"", L"", L"L1,N", L"", L"1.0", L"0.8", L"", L"", L"", L"", L"0.38", L"",
+};
+
+/// Texts a transformer row takes for keys missing on reading, by field. The
+/// name has none: a row without a name is skipped.
+inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
+    kTransformerReadDefaults = {
+        L"", L"", L"", L"0.7", L"0.9", L"0.97", L"", L"", L"", L"", L"", L"0.7", L"0.76",
+        L"", L"0.9", L"", L"",
+};
+
+/// Settings file: the recent-files group. Entries are values "1" to "4" below
+/// it. The list is written under the spelling with a leading backslash and
+/// read under the one without; the store resolves both to the same node.
+inline constexpr std::wstring_view kRecentFilesWriteGroup = L"\\负荷计算\\最近文件";
+inline constexpr std::wstring_view kRecentFilesReadGroup = L"负荷计算\\最近文件";
+
+}  // namespace loadcal::archive

@@ -1,0 +1,671 @@
+#include "document/InterDpData.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <filesystem>
+#include <limits>
+
+#include "document/AtomicFile.h"
+#include "document/DocumentError.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+constexpr wchar_t kSeparator = L'\\';
+
+/// Children a node may have before lookups go through a name index.
+constexpr size_t kIndexThreshold = 16;
+
+constexpr std::array<unsigned char, 8> kMagic = {0x89, 'I', 'D', 'P', '\r', '\n', 0x1A, '\n'};
+constexpr uint32_t kVersion = 1;
+constexpr size_t kHeaderSize = 16;  // magic, version, payload length
+constexpr size_t kChecksumSize = 4;
+/// The smallest node record: name length, value count, flags, value length, child count.
+constexpr size_t kMinNodeSize = 4 + 2 + 4 + 4 + 4;
+
+int16_t Code(IdpStatus status) { return static_cast<int16_t>(status); }
+
+bool IsScalarValue(wchar_t wc)
+{
+    const auto c = static_cast<uint32_t>(wc);
+    return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
+}
+
+/// True for a name a path can hold: not empty, no separator, Unicode scalar values only.
+bool IsValidName(std::wstring_view name)
+{
+    if (name.empty()) {
+        return false;
+    }
+    for (wchar_t c : name) {
+        if (c == kSeparator || !IsScalarValue(c)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// A text as it reads back from its UTF-16 form (identical for Unicode text).
+std::wstring AsStored(std::wstring text)
+{
+    for (wchar_t c : text) {
+        if (!IsScalarValue(c)) {
+            return FromUtf16(ToUtf16(text));
+        }
+    }
+    return text;
+}
+
+/// Walks the components of a path: a leading separator is dropped; yields
+/// false on an empty path or an empty component.
+class CPathCursor {
+public:
+    explicit CPathCursor(std::wstring_view path) : m_rest(path)
+    {
+        if (!m_rest.empty() && m_rest.front() == kSeparator) {
+            m_rest.remove_prefix(1);
+        }
+        m_valid = !m_rest.empty();
+    }
+
+    bool Valid() const { return m_valid; }
+    bool AtEnd() const { return m_done; }
+
+    /// The next component; call only while !AtEnd(). Marks the path invalid on an empty one.
+    std::wstring_view Next()
+    {
+        const size_t cut = m_rest.find(kSeparator);
+        std::wstring_view part = m_rest.substr(0, cut);
+        if (cut == std::wstring_view::npos) {
+            m_done = true;
+        } else {
+            m_rest.remove_prefix(cut + 1);
+        }
+        if (part.empty()) {
+            m_valid = false;
+        }
+        return part;
+    }
+
+private:
+    std::wstring_view m_rest;
+    bool m_valid = true;
+    bool m_done = false;
+};
+
+std::string Quoted(const std::wstring& path) { return "\"" + ToUtf8(path) + "\""; }
+
+uint32_t Crc32(const unsigned char* data, size_t size)
+{
+    static const std::array<uint32_t, 256> table = [] {
+        std::array<uint32_t, 256> t{};
+        for (uint32_t i = 0; i < 256; ++i) {
+            uint32_t c = i;
+            for (int k = 0; k < 8; ++k) {
+                c = (c & 1U) != 0 ? 0xEDB88320U ^ (c >> 1) : c >> 1;
+            }
+            t[i] = c;
+        }
+        return t;
+    }();
+    uint32_t crc = 0xFFFFFFFFU;
+    for (size_t i = 0; i < size; ++i) {
+        crc = table[(crc ^ data[i]) & 0xFFU] ^ (crc >> 8);
+    }
+    return crc ^ 0xFFFFFFFFU;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------------------
+// CInterDpNode
+
+CInterDpNode::~CInterDpNode()
+{
+    // Children are released from a work list, never by recursion.
+    std::vector<std::unique_ptr<CInterDpNode>> pending = std::move(m_children);
+    while (!pending.empty()) {
+        std::unique_ptr<CInterDpNode> node = std::move(pending.back());
+        pending.pop_back();
+        for (auto& child : node->m_children) {
+            pending.push_back(std::move(child));
+        }
+        node->m_children.clear();
+    }
+}
+
+CInterDpNode* CInterDpNode::Child(std::wstring_view name) const
+{
+    if (m_pIndex) {
+        const auto it = m_pIndex->find(name);
+        return it == m_pIndex->end() ? nullptr : it->second;
+    }
+    for (const auto& child : m_children) {
+        if (child->m_name == name) {
+            return child.get();
+        }
+    }
+    return nullptr;
+}
+
+CInterDpNode& CInterDpNode::AddChild(std::wstring name)
+{
+    auto node = std::make_unique<CInterDpNode>();
+    node->m_name = std::move(name);
+    CInterDpNode& added = *node;
+    m_children.push_back(std::move(node));
+    if (m_pIndex) {
+        m_pIndex->emplace(added.m_name, &added);
+    } else if (m_children.size() > kIndexThreshold) {
+        m_pIndex = std::make_unique<std::map<std::wstring, CInterDpNode*, std::less<>>>();
+        for (const auto& child : m_children) {
+            m_pIndex->emplace(child->m_name, child.get());
+        }
+    }
+    return added;
+}
+
+const CInterDpNode* CInterDpNode::GetSubValueFromPathW(int16_t, const std::wstring& path) const
+{
+    CPathCursor cursor(path);
+    const CInterDpNode* node = this;
+    while (cursor.Valid() && !cursor.AtEnd()) {
+        const std::wstring_view name = cursor.Next();
+        if (!cursor.Valid()) {
+            return nullptr;
+        }
+        node = node->Child(name);
+        if (node == nullptr) {
+            return nullptr;
+        }
+    }
+    return cursor.Valid() ? node : nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// The file encoding (IdpFormat.md)
+
+/// Turns a tree into the bytes of a data file and back. Owns nothing: the
+/// decoder fills a root node the caller owns and reports the first problem
+/// it meets as a status and a one-line message.
+class CIdpCodec {
+public:
+    static std::string Encode(const CInterDpNode& root);
+    static IdpStatus Decode(const std::string& bytes, CInterDpNode& root, std::string& error);
+
+private:
+    /// A node record as read, before it is attached to its parent.
+    struct Record {
+        std::wstring name;
+        int16_t valueCount = 0;
+        int32_t flags = 0;
+        std::wstring value;
+        uint32_t childCount = 0;
+    };
+
+    /// Bounded little-endian reads over the payload of one file.
+    class Reader {
+    public:
+        Reader(const std::string& bytes, size_t declaredEnd)
+            : m_data(reinterpret_cast<const unsigned char*>(bytes.data())),
+              m_pos(kHeaderSize),
+              m_end(std::min(bytes.size(), declaredEnd)),
+              m_declaredEnd(declaredEnd)
+        {
+        }
+
+        size_t Pos() const { return m_pos; }
+        size_t End() const { return m_end; }
+        size_t DeclaredLeft() const { return m_declaredEnd - m_pos; }
+        IdpStatus Status() const { return m_status; }
+        const std::string& Error() const { return m_error; }
+
+        /// False (and the reason recorded) when n more bytes are not there.
+        bool Need(size_t n, const char* what)
+        {
+            if (n <= m_end - m_pos) {
+                return true;
+            }
+            if (m_end < m_declaredEnd && n <= m_declaredEnd - m_pos) {
+                return Fail(IdpStatus::Truncated, "truncated: the file ends inside " +
+                                                      std::string(what) + " at byte " +
+                                                      std::to_string(m_pos));
+            }
+            return Fail(IdpStatus::Malformed, "damaged at byte " + std::to_string(m_pos) + ": " +
+                                                  what + " of " + std::to_string(n) +
+                                                  " bytes does not fit in the " +
+                                                  std::to_string(DeclaredLeft()) + " bytes left");
+        }
+
+        bool Fail(IdpStatus status, std::string message)
+        {
+            m_status = status;
+            m_error = std::move(message);
+            return false;
+        }
+
+        uint16_t U16()
+        {
+            const auto v = static_cast<uint16_t>(m_data[m_pos] | (m_data[m_pos + 1] << 8));
+            m_pos += 2;
+            return v;
+        }
+
+        uint32_t U32()
+        {
+            const uint32_t v = static_cast<uint32_t>(m_data[m_pos]) |
+                               (static_cast<uint32_t>(m_data[m_pos + 1]) << 8) |
+                               (static_cast<uint32_t>(m_data[m_pos + 2]) << 16) |
+                               (static_cast<uint32_t>(m_data[m_pos + 3]) << 24);
+            m_pos += 4;
+            return v;
+        }
+
+        /// A length-prefixed UTF-16LE text.
+        bool Text(std::wstring& out, const char* what)
+        {
+            if (!Need(4, what)) {
+                return false;
+            }
+            const uint32_t units = U32();
+            if (!Need(2 * static_cast<size_t>(units), what)) {
+                return false;
+            }
+            std::u16string u16(units, u'\0');
+            for (auto& unit : u16) {
+                unit = static_cast<char16_t>(U16());
+            }
+            out = FromUtf16(u16);
+            return true;
+        }
+
+    private:
+        const unsigned char* m_data;
+        size_t m_pos;
+        size_t m_end;
+        size_t m_declaredEnd;
+        IdpStatus m_status = IdpStatus::Ok;
+        std::string m_error;
+    };
+
+    static bool ReadRecord(Reader& in, Record& rec);
+};
+
+namespace {
+
+void PutU16(std::string& out, uint16_t v)
+{
+    out.push_back(static_cast<char>(v & 0xFFU));
+    out.push_back(static_cast<char>(v >> 8));
+}
+
+void PutU32(std::string& out, uint32_t v)
+{
+    for (int shift = 0; shift < 32; shift += 8) {
+        out.push_back(static_cast<char>((v >> shift) & 0xFFU));
+    }
+}
+
+void PutText(std::string& out, const std::wstring& text)
+{
+    const std::u16string units = ToUtf16(text);
+    if (units.size() > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("a text of " + std::to_string(units.size()) +
+                            " UTF-16 units is too long for a data file");
+    }
+    PutU32(out, static_cast<uint32_t>(units.size()));
+    for (char16_t unit : units) {
+        PutU16(out, static_cast<uint16_t>(unit));
+    }
+}
+
+void PatchU32(std::string& out, size_t at, uint32_t v)
+{
+    for (size_t i = 0; i < 4; ++i) {
+        out[at + i] = static_cast<char>((v >> (8 * i)) & 0xFFU);
+    }
+}
+
+}  // namespace
+
+std::string CIdpCodec::Encode(const CInterDpNode& root)
+{
+    std::string out(kMagic.begin(), kMagic.end());
+    PutU32(out, kVersion);
+    PutU32(out, 0);  // payload length, patched below
+
+    // Pre-order: a node, then each of its children's subtrees in insertion order.
+    std::vector<const CInterDpNode*> pending{&root};
+    while (!pending.empty()) {
+        const CInterDpNode* node = pending.back();
+        pending.pop_back();
+        PutText(out, node->m_name);
+        PutU16(out, static_cast<uint16_t>(node->m_nValueCount));
+        PutU32(out, static_cast<uint32_t>(node->m_nFlags));
+        PutText(out, node->m_value);
+        if (node->m_children.size() > std::numeric_limits<uint32_t>::max()) {
+            throw DocumentError("a node has too many children for a data file");
+        }
+        PutU32(out, static_cast<uint32_t>(node->m_children.size()));
+        for (auto it = node->m_children.rbegin(); it != node->m_children.rend(); ++it) {
+            pending.push_back(it->get());
+        }
+    }
+
+    const size_t payload = out.size() - kHeaderSize;
+    if (payload > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("the tree takes " + std::to_string(payload) +
+                            " bytes, more than a data file can hold");
+    }
+    PatchU32(out, 12, static_cast<uint32_t>(payload));
+    PutU32(out, Crc32(reinterpret_cast<const unsigned char*>(out.data()), out.size()));
+    return out;
+}
+
+bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
+{
+    const size_t at = in.Pos();
+    if (!in.Text(rec.name, "a node name")) {
+        return false;
+    }
+    if (!in.Need(6, "a node's value count and flags")) {
+        return false;
+    }
+    rec.valueCount = static_cast<int16_t>(in.U16());
+    rec.flags = static_cast<int32_t>(in.U32());
+    if (!in.Text(rec.value, "a node value")) {
+        return false;
+    }
+    if (rec.value.find(L'\0') != std::wstring::npos) {
+        return in.Fail(IdpStatus::Malformed, "damaged at byte " + std::to_string(at) +
+                                                 ": a value holds a NUL character");
+    }
+    if (!in.Need(4, "a child count")) {
+        return false;
+    }
+    rec.childCount = in.U32();
+    return true;
+}
+
+IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::string& error)
+{
+    error.clear();
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const size_t magicSeen = std::min(bytes.size(), kMagic.size());
+    if (std::memcmp(data, kMagic.data(), magicSeen) != 0) {
+        error = "not a loadcal data file (wrong magic)";
+        return IdpStatus::BadMagic;
+    }
+    if (bytes.size() < kHeaderSize) {
+        error = "truncated: the file ends inside its header (" + std::to_string(bytes.size()) +
+                " bytes)";
+        return IdpStatus::Truncated;
+    }
+    const auto header = [&](size_t at) {
+        return static_cast<uint32_t>(data[at]) | (static_cast<uint32_t>(data[at + 1]) << 8) |
+               (static_cast<uint32_t>(data[at + 2]) << 16) |
+               (static_cast<uint32_t>(data[at + 3]) << 24);
+    };
+    const uint32_t version = header(8);
+    if (version != kVersion) {
+        error = "format version " + std::to_string(version) + ", this program reads version " +
+                std::to_string(kVersion);
+        return IdpStatus::BadVersion;
+    }
+    const size_t payloadEnd = kHeaderSize + header(12);
+    Reader in(bytes, payloadEnd);
+
+    Record rec;
+    if (!ReadRecord(in, rec)) {
+        error = in.Error();
+        return in.Status();
+    }
+    if (!rec.name.empty() || rec.valueCount != 0 || rec.flags != 0 || !rec.value.empty()) {
+        error = "damaged at byte 16: the root node carries a name or a value";
+        return IdpStatus::Malformed;
+    }
+
+    struct Frame {
+        CInterDpNode* node;
+        uint32_t remaining;
+    };
+    std::vector<Frame> stack;
+    uint64_t pendingNodes = rec.childCount;
+    if (rec.childCount > 0) {
+        stack.push_back({&root, rec.childCount});
+    }
+    const auto fail = [&](IdpStatus status, size_t at, const std::string& what) {
+        error = (status == IdpStatus::Truncated ? "truncated" : "damaged at byte " +
+                                                                    std::to_string(at)) +
+                (": " + what);
+        return status;
+    };
+    while (!stack.empty()) {
+        if (pendingNodes > in.DeclaredLeft() / kMinNodeSize) {
+            return fail(IdpStatus::Malformed, in.Pos(),
+                        "the child counts announce " + std::to_string(pendingNodes) +
+                            " more nodes, more than the " + std::to_string(in.DeclaredLeft()) +
+                            " bytes left can hold");
+        }
+        Frame& top = stack.back();
+        if (top.remaining == 0) {
+            stack.pop_back();
+            continue;
+        }
+        --top.remaining;
+        --pendingNodes;
+        const size_t at = in.Pos();
+        if (!ReadRecord(in, rec)) {
+            error = in.Error();
+            return in.Status();
+        }
+        if (!IsValidName(rec.name)) {
+            return fail(IdpStatus::Malformed, at,
+                        "a node name that is empty, holds a backslash or is not Unicode text");
+        }
+        CInterDpNode* parent = top.node;
+        if (parent->Child(rec.name) != nullptr) {
+            return fail(IdpStatus::Malformed, at,
+                        "two sibling nodes named \"" + ToUtf8(rec.name) + "\"");
+        }
+        if (rec.childCount > 0 && stack.size() >= static_cast<size_t>(kIdpMaxDepth)) {
+            return fail(IdpStatus::Malformed, at,
+                        "nodes nested deeper than " + std::to_string(kIdpMaxDepth) + " levels");
+        }
+        CInterDpNode& node = parent->AddChild(std::move(rec.name));
+        node.m_nValueCount = rec.valueCount;
+        node.m_nFlags = rec.flags;
+        node.m_value = std::move(rec.value);
+        if (rec.childCount > 0) {
+            pendingNodes += rec.childCount;
+            stack.push_back({&node, rec.childCount});
+        }
+    }
+
+    if (in.Pos() < in.End()) {
+        return fail(IdpStatus::Malformed, in.Pos(),
+                    std::to_string(in.End() - in.Pos()) + " bytes follow the last node");
+    }
+    if (bytes.size() < payloadEnd + kChecksumSize) {
+        return fail(IdpStatus::Truncated, in.Pos(),
+                    "the file ends " + std::to_string(payloadEnd + kChecksumSize - bytes.size()) +
+                        " bytes early");
+    }
+    const uint32_t stored = header(payloadEnd);
+    const uint32_t computed = Crc32(data, payloadEnd);
+    if (stored != computed) {
+        char text[64];
+        std::snprintf(text, sizeof text, "checksum mismatch (stored %08X, computed %08X)",
+                      static_cast<unsigned>(stored), static_cast<unsigned>(computed));
+        error = std::string("damaged: ") + text;
+        return IdpStatus::BadChecksum;
+    }
+    if (bytes.size() > payloadEnd + kChecksumSize) {
+        return fail(IdpStatus::Malformed, payloadEnd + kChecksumSize,
+                    std::to_string(bytes.size() - payloadEnd - kChecksumSize) +
+                        " bytes follow the checksum");
+    }
+    return IdpStatus::Ok;
+}
+
+// ---------------------------------------------------------------------------
+// CInterDpData
+
+CInterDpData::CInterDpData() : m_root(std::make_unique<CInterDpNode>()) {}
+
+CInterDpData::~CInterDpData() = default;
+
+int16_t CInterDpData::ClearDataFromMemory()
+{
+    m_root = std::make_unique<CInterDpNode>();
+    return Code(IdpStatus::Ok);
+}
+
+int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, const wchar_t* value,
+                                   int32_t flags)
+{
+    std::vector<std::wstring_view> names;
+    CPathCursor cursor(path);
+    while (cursor.Valid() && !cursor.AtEnd()) {
+        names.push_back(cursor.Next());
+        if (!IsValidName(names.back()) || names.size() > static_cast<size_t>(kIdpMaxDepth)) {
+            return Code(IdpStatus::BadPath);
+        }
+    }
+    if (!cursor.Valid()) {
+        return Code(IdpStatus::BadPath);
+    }
+    CInterDpNode* node = m_root.get();
+    for (const std::wstring_view name : names) {
+        CInterDpNode* child = node->Child(name);
+        node = child != nullptr ? child : &node->AddChild(std::wstring(name));
+    }
+    if (value == nullptr) {
+        node->m_value.clear();
+        node->m_nValueCount = 0;
+    } else {
+        node->m_value = AsStored(std::wstring(value));
+        node->m_nValueCount = count;
+    }
+    node->m_nFlags = flags;
+    return Code(IdpStatus::Ok);
+}
+
+const CInterDpNode* CInterDpData::GetSubValueFromPathW(int16_t reserved,
+                                                       const std::wstring& path) const
+{
+    return m_root->GetSubValueFromPathW(reserved, path);
+}
+
+std::string CInterDpData::Serialize() const { return CIdpCodec::Encode(*m_root); }
+
+IdpStatus CInterDpData::Deserialize(const std::string& bytes)
+{
+    auto root = std::make_unique<CInterDpNode>();
+    const IdpStatus status = CIdpCodec::Decode(bytes, *root, m_lastError);
+    m_root = std::move(root);
+    return status;
+}
+
+int16_t CInterDpData::WriteDataToIdpFile(const std::wstring& path) const
+{
+    m_lastError.clear();
+    if (path.empty()) {
+        m_lastError = "cannot write a data file: no file name given";
+        return Code(IdpStatus::IoError);
+    }
+    try {
+        WriteFileAtomically(ToFsPath(path), Serialize());
+    } catch (const std::exception& e) {
+        // DocumentError from the writer, or a file-system error while replacing the file.
+        m_lastError = e.what();
+        if (m_lastError.find(ToUtf8(path)) == std::string::npos) {
+            m_lastError = "cannot write " + Quoted(path) + ": " + m_lastError;
+        }
+        return Code(IdpStatus::IoError);
+    }
+    return Code(IdpStatus::Ok);
+}
+
+namespace {
+
+/// The whole content of a regular file, or a status and a reason.
+IdpStatus ReadWholeFile(const std::filesystem::path& file, std::string& bytes, std::string& why)
+{
+    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) {
+        const int err = errno;
+        why = err == ENOENT || err == ENOTDIR ? "no such file" : std::strerror(err);
+        return err == ENOENT || err == ENOTDIR ? IdpStatus::FileNotFound : IdpStatus::IoError;
+    }
+    struct stat info {};
+    IdpStatus status = IdpStatus::Ok;
+    if (::fstat(fd, &info) != 0) {
+        why = std::strerror(errno);
+        status = IdpStatus::IoError;
+    } else if (S_ISDIR(info.st_mode)) {
+        why = "it is a folder";
+        status = IdpStatus::IoError;
+    } else if (!S_ISREG(info.st_mode)) {
+        why = "not a regular file";
+        status = IdpStatus::IoError;
+    } else if (static_cast<uint64_t>(info.st_size) >
+               kHeaderSize + uint64_t{std::numeric_limits<uint32_t>::max()} + kChecksumSize) {
+        why = "too large to be a data file (" + std::to_string(info.st_size) + " bytes)";
+        status = IdpStatus::Malformed;
+    } else {
+        bytes.resize(static_cast<size_t>(info.st_size));
+        size_t done = 0;
+        while (done < bytes.size()) {
+            const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
+            if (n < 0 && errno == EINTR) {
+                continue;
+            }
+            if (n < 0) {
+                why = std::strerror(errno);
+                status = IdpStatus::IoError;
+                break;
+            }
+            if (n == 0) {
+                break;  // the file shrank while being read: decode what is there
+            }
+            done += static_cast<size_t>(n);
+        }
+        bytes.resize(done);
+    }
+    ::close(fd);
+    return status;
+}
+
+}  // namespace
+
+int16_t CInterDpData::ReadDataFromIdpFile(const std::wstring& path)
+{
+    ClearDataFromMemory();
+    m_lastError.clear();
+    if (path.empty()) {
+        m_lastError = "cannot read a data file: no file name given";
+        return Code(IdpStatus::FileNotFound);
+    }
+    std::string bytes;
+    std::string why;
+    IdpStatus status = ReadWholeFile(ToFsPath(path), bytes, why);
+    if (status == IdpStatus::Ok) {
+        status = Deserialize(bytes);
+        why = m_lastError;
+    }
+    if (status != IdpStatus::Ok) {
+        m_lastError = "cannot read " + Quoted(path) + ": " + why;
+    }
+    return Code(status);
+}
+
+}  // namespace loadcal
