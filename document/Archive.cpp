@@ -1,0 +1,132 @@
+#include "document/Archive.h"
+
+#include <string_view>
+
+#include "document/ArchiveKeys.h"
+#include "document/DocumentError.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+constexpr std::wstring_view kSeparator = L"\\";
+
+/// The count passed with a text: its UTF-16 length plus the NUL, as a 16-bit
+/// number (a text of 32767 units or more wraps, as it always has).
+int16_t ValueCount(const std::wstring& text)
+{
+    return static_cast<int16_t>(static_cast<uint16_t>(Utf16Length(text) + 1));
+}
+
+template <class Record, size_t N>
+void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Record>& rows,
+                const std::array<std::wstring_view, N>& keys)
+{
+    for (int i = 0; i < rows.GetSize(); ++i) {
+        const std::wstring rowPath =
+            std::wstring(group) + std::wstring(kSeparator) + std::to_wstring(i) +
+            std::wstring(kSeparator);
+        const Record& row = rows[i];
+        for (size_t f = 0; f < N; ++f) {
+            const std::wstring& text = row.FieldAt(static_cast<int>(f));
+            store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text), text.c_str(), 0);
+        }
+    }
+}
+
+/// The text at row\key below a table node, or null when there is no such node.
+const std::wstring* Lookup(const CInterDpNode& table, const std::wstring& row,
+                           std::wstring_view key)
+{
+    const CInterDpNode* node =
+        table.GetSubValueFromPathW(0, row + std::wstring(kSeparator) + std::wstring(key));
+    return node == nullptr ? nullptr : &node->ValueText();
+}
+
+}  // namespace
+
+void StoreRecords(CInterDpData& store, const CLoadArray& loads,
+                  const CTransformerArray& transformers)
+{
+    store.ClearDataFromMemory();
+    StoreTable(store, archive::kLoadGroup, loads, archive::kLoadKeys);
+    StoreTable(store, archive::kTransformerGroup, transformers, archive::kTransformerKeys);
+}
+
+void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers)
+{
+    loads.RemoveAll();
+    transformers.RemoveAll();
+    if (store == nullptr) {
+        return;
+    }
+
+    if (const CInterDpNode* table =
+            store->GetSubValueFromPathW(0, std::wstring(archive::kLoadGroup))) {
+        const int rows = table->ChildCount();
+        for (int i = 0; i < rows; ++i) {
+            const std::wstring row = std::to_wstring(i);
+            CLoadCalData record;
+            for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
+                const auto field = static_cast<size_t>(f);
+                const std::wstring* text = Lookup(*table, row, archive::kLoadKeys[field]);
+                if (text != nullptr) {
+                    record.FieldAt(f) = *text;
+                } else if (f == CLoadCalData::kCircuitNo) {
+                    record.FieldAt(f) = row;
+                } else {
+                    record.FieldAt(f) = archive::kLoadReadDefaults[field];
+                }
+            }
+            loads.Add(std::move(record));
+        }
+    }
+
+    if (const CInterDpNode* table =
+            store->GetSubValueFromPathW(0, std::wstring(archive::kTransformerGroup))) {
+        const int rows = table->ChildCount();
+        for (int i = 0; i < rows; ++i) {
+            const std::wstring row = std::to_wstring(i);
+            if (Lookup(*table, row, archive::kTransformerKeys[CTransformerCalData::kName]) ==
+                nullptr) {
+                continue;
+            }
+            CTransformerCalData record;
+            for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
+                const auto field = static_cast<size_t>(f);
+                const std::wstring* text = Lookup(*table, row, archive::kTransformerKeys[field]);
+                if (text != nullptr) {
+                    record.FieldAt(f) = *text;
+                } else {
+                    record.FieldAt(f) = archive::kTransformerReadDefaults[field];
+                }
+            }
+            transformers.Add(std::move(record));
+        }
+    }
+}
+
+void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
+                     const CTransformerArray& transformers)
+{
+    CInterDpData store;
+    StoreRecords(store, loads, transformers);
+    if (store.WriteDataToIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
+        throw DocumentError(store.LastError());
+    }
+}
+
+void LoadArchiveFile(const std::wstring& path, CLoadArray& loads, CTransformerArray& transformers)
+{
+    CInterDpData store;
+    if (store.ReadDataFromIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
+        throw DocumentError(store.LastError());
+    }
+    CLoadArray newLoads;
+    CTransformerArray newTransformers;
+    LoadRecords(&store, newLoads, newTransformers);
+    loads = std::move(newLoads);
+    transformers = std::move(newTransformers);
+}
+
+}  // namespace loadcal

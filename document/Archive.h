@@ -1,0 +1,39 @@
+#pragma once
+
+#include <string>
+
+#include "document/InterDpData.h"
+#include "model/Records.h"
+
+namespace loadcal {
+
+/// Puts the two record arrays into a store, rebuilding it from nothing: the
+/// tree is emptied, then every field of every load circuit is set at
+/// 负荷信息\<i>\<key> and every field of every transformer at
+/// 变压器信息\<i>\<key> (keys in ArchiveKeys.h), each as its text with the
+/// count Utf16Length(text) + 1 and flags 0. An empty array leaves no node for
+/// its table. Statuses of the store are not examined.
+void StoreRecords(CInterDpData& store, const CLoadArray& loads,
+                  const CTransformerArray& transformers);
+
+/// Rebuilds the two record arrays from a store (null: both arrays empty).
+/// Rows are read by position: children "0" up to the table's signed 16-bit
+/// child count less one (a negative count reads none), whatever the children
+/// are actually named. Missing keys take the reading defaults of
+/// ArchiveKeys.h (a missing circuit number takes the row name); a load row is
+/// always appended, a transformer row without its name key is skipped.
+/// Nothing is recalculated.
+void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers);
+
+/// Writes the arrays as an archive file (replacing it atomically). Unlike the
+/// dialog's save, a failure is reported: throws DocumentError naming the file
+/// and the cause.
+void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
+                     const CTransformerArray& transformers);
+
+/// Reads an archive file into the arrays. Throws DocumentError naming the
+/// file and the problem when it is missing, unreadable or damaged in any way
+/// (the arrays are then left as they were).
+void LoadArchiveFile(const std::wstring& path, CLoadArray& loads, CTransformerArray& transformers);
+
+}  // namespace loadcal

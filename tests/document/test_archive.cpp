@@ -1,0 +1,232 @@
+// Records <-> archive tree: the key tree, the crosswise keys, reading defaults
+// and rows read by position.
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "document/Archive.h"
+#include "document/DocumentError.h"
+#include "model/Text.h"
+#include "tests/document/IdpTestSupport.h"
+#include "tests/support/RandomDocument.h"
+
+using namespace loadcal;
+
+namespace {
+
+// The keys as the archives in use spell them, written out here on purpose.
+const wchar_t* const kLoadKeys[] = {L"回路编号", L"设备编号", L"设备名称", L"相位",
+                                    L"额定容量", L"需要系数", L"功率因数", L"计算有功",
+                                    L"计算无功", L"视在功率", L"计算电流", L"工作电压",
+                                    L"归属变压器"};
+const wchar_t* const kTransformerKeys[] = {
+    L"变压器名称", L"额定容量",     L"实际负载率",     L"负荷率",         L"同时系数Kp",
+    L"同时系数Kq", L"计算有功",     L"计算容量",       L"计算无功",       L"视在功率",
+    L"计算电流",   L"有功补偿系数", L"无功补偿系数",   L"补偿前功率因数", L"补偿后功率因数",
+    L"补偿容量",   L"实际补偿容量"};
+
+void Set(CInterDpData& store, const std::wstring& path, const std::wstring& text)
+{
+    store.SetSubValueW(path, static_cast<int16_t>(Utf16Length(text) + 1), text.c_str(), 0);
+}
+
+}  // namespace
+
+TEST(Archive, RandomDocumentRoundTripsTextForText)
+{
+    std::mt19937 rng(7);
+    CLoadArray loads;
+    CTransformerArray transformers;
+    testsupport::MakeRandomDocument(rng, {300, 6, 0.3}, loads, transformers);
+    loads[0].m_strEquipName = L"  风机 \U0001F32C 1.500 ";
+    loads[1].m_strRatedPower = L"12kW";
+    loads[2].m_strCircuitNo = L"";
+    transformers[0].m_strCalcCapacity = L"spare 0.10";
+    transformers[1].m_strName = L"";  // an empty name is still a name key
+    for (auto& c : loads) {
+        c.Calculate();
+    }
+    CInterDpData store;
+    StoreRecords(store, loads, transformers);
+    CInterDpData reread;
+    ASSERT_EQ(reread.Deserialize(store.Serialize()), IdpStatus::Ok);
+    CLoadArray loadsBack;
+    CTransformerArray transformersBack;
+    loadsBack.Add(CLoadCalData());  // loading starts from empty arrays
+    LoadRecords(&reread, loadsBack, transformersBack);
+    EXPECT_EQ(loadsBack, loads);
+    EXPECT_EQ(transformersBack, transformers);
+}
+
+TEST(Archive, KeyTreeFollowsRecordOrderWithCrosswiseTransformerKeys)
+{
+    CLoadArray loads;
+    CTransformerArray transformers;
+    CLoadCalData c;
+    for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
+        c.FieldAt(f) = L"L" + std::to_wstring(f);
+    }
+    c.m_strEquipName = L"\U00020000";
+    loads.Add(c);
+    CTransformerCalData t;
+    t.m_strCalcCapacity = L"spare";
+    t.m_strCalcP = L"123.4";
+    transformers.Add(t);
+    CInterDpData store;
+    store.SetSubValueW(L"负荷信息\\7\\stale", 1, L"", 0);
+    StoreRecords(store, loads, transformers);
+
+    const CInterDpNode* row = store.GetSubValueFromPathW(0, L"负荷信息\\0");
+    ASSERT_NE(row, nullptr);
+    ASSERT_EQ(row->ChildrenSize(), 13u);
+    for (size_t f = 0; f < 13; ++f) {
+        const CInterDpNode& value = row->ChildAt(f);
+        EXPECT_EQ(value.Name(), kLoadKeys[f]);
+        EXPECT_EQ(value.ValueText(), c.FieldAt(static_cast<int>(f)));
+        EXPECT_EQ(value.ValueCount(), static_cast<int16_t>(Utf16Length(value.ValueText()) + 1));
+        EXPECT_EQ(value.Flags(), 0);
+    }
+    EXPECT_EQ(row->GetSubValueFromPathW(0, L"设备名称")->ValueCount(), 3);
+    EXPECT_EQ(store.GetSubValueFromPathW(0, L"负荷信息")->ChildCount(), 1);  // cleared first
+
+    const CInterDpNode* trow = store.GetSubValueFromPathW(0, L"变压器信息\\0");
+    ASSERT_EQ(trow->ChildrenSize(), 17u);
+    for (size_t f = 0; f < 17; ++f) {
+        EXPECT_EQ(trow->ChildAt(f).Name(), kTransformerKeys[f]);
+    }
+    EXPECT_EQ(trow->GetSubValueFromPathW(0, L"计算有功")->ValueText(), L"spare");
+    EXPECT_EQ(trow->GetSubValueFromPathW(0, L"计算容量")->ValueText(), L"123.4");
+    EXPECT_EQ(trow->GetSubValueFromPathW(0, L"负荷率")->ValueText(), L"0.7");
+}
+
+TEST(Archive, EmptyTablesHaveNoNode)
+{
+    CLoadArray loads;
+    CTransformerArray transformers;
+    transformers.Add(CTransformerCalData());
+    CInterDpData store;
+    StoreRecords(store, loads, transformers);
+    EXPECT_EQ(store.GetSubValueFromPathW(0, L"负荷信息"), nullptr);
+    EXPECT_EQ(store.Root().ChildCount(), 1);
+    StoreRecords(store, loads, CTransformerArray());
+    EXPECT_EQ(store.Root().ChildCount(), 0);
+    LoadRecords(&store, loads, transformers);
+    EXPECT_EQ(loads.GetSize() + transformers.GetSize(), 0);
+}
+
+TEST(Archive, MissingValuesTakeTheReadingDefaults)
+{
+    CInterDpData store;
+    store.SetSubValueW(L"负荷信息\\0", 0, nullptr, 0);  // a row node with no values at all
+    Set(store, L"负荷信息\\1\\设备名称", L"灯");
+    Set(store, L"变压器信息\\0\\变压器名称", L"T1");
+    CLoadArray loads;
+    CTransformerArray transformers;
+    LoadRecords(&store, loads, transformers);
+    ASSERT_EQ(loads.GetSize(), 2);
+    const std::wstring expected[] = {L"0", L"", L"", L"L1,N", L"", L"1.0", L"0.8",
+                                     L"", L"", L"", L"", L"0.38", L""};
+    for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
+        EXPECT_EQ(loads[0].FieldAt(f), expected[f]) << f;
+    }
+    EXPECT_EQ(loads[1].m_strCircuitNo, L"1");
+    EXPECT_EQ(loads[1].m_strEquipName, L"灯");
+    CTransformerCalData defaults;
+    defaults.m_strName = L"T1";
+    ASSERT_EQ(transformers.GetSize(), 1);
+    EXPECT_EQ(transformers[0], defaults);
+}
+
+TEST(Archive, TransformerWithoutNameIsSkippedAndLaterRowsMoveUp)
+{
+    CInterDpData store;
+    Set(store, L"变压器信息\\0\\变压器名称", L"T1");
+    Set(store, L"变压器信息\\1\\负荷率", L"0.5");  // no name key
+    Set(store, L"变压器信息\\2\\变压器名称", L"T3");
+    Set(store, L"变压器信息\\2\\计算容量", L"88");
+    CLoadArray loads;
+    CTransformerArray transformers;
+    LoadRecords(&store, loads, transformers);
+    ASSERT_EQ(transformers.GetSize(), 2);
+    EXPECT_EQ(transformers[0].m_strName, L"T1");
+    EXPECT_EQ(transformers[1].m_strName, L"T3");
+    EXPECT_EQ(transformers[1].m_strCalcP, L"88");
+    EXPECT_EQ(transformers[1].m_strLoadRate, L"0.7");
+}
+
+TEST(Archive, RowsAreReadByPositionNotByName)
+{
+    CInterDpData store;
+    for (const wchar_t* row : {L"1", L"2", L"5"}) {
+        Set(store, L"负荷信息\\" + std::wstring(row) + L"\\设备编号", std::wstring(L"E") + row);
+    }
+    Set(store, L"变压器信息\\1\\变压器名称", L"T1");
+    Set(store, L"变压器信息\\3\\变压器名称", L"T3");
+    CLoadArray loads;
+    CTransformerArray transformers;
+    LoadRecords(&store, loads, transformers);
+    // Three children: "0" (absent: defaults), "1", "2"; "5" is beyond the count.
+    ASSERT_EQ(loads.GetSize(), 3);
+    EXPECT_EQ(loads[0].m_strCircuitNo, L"0");
+    EXPECT_EQ(loads[0].m_strEquipNo, L"");
+    EXPECT_EQ(loads[1].m_strEquipNo, L"E1");
+    EXPECT_EQ(loads[2].m_strEquipNo, L"E2");
+    // Two children: "0" (absent: skipped), "1"; "3" is beyond the count.
+    ASSERT_EQ(transformers.GetSize(), 1);
+    EXPECT_EQ(transformers[0].m_strName, L"T1");
+}
+
+TEST(Archive, AChildCountAbove32767ReadsNoRows)
+{
+    CInterDpData store;
+    for (int i = 0; i < 32768; ++i) {
+        store.SetSubValueW(L"负荷信息\\" + std::to_wstring(i), 0, nullptr, 0);
+    }
+    Set(store, L"变压器信息\\0\\变压器名称", L"T1");
+    CLoadArray loads;
+    CTransformerArray transformers;
+    LoadRecords(&store, loads, transformers);
+    EXPECT_EQ(loads.GetSize(), 0);
+    EXPECT_EQ(transformers.GetSize(), 1);
+    LoadRecords(nullptr, loads, transformers);
+    EXPECT_EQ(transformers.GetSize(), 0);
+}
+
+TEST(Archive, FileConveniencesReportProblemsAndKeepTheArrays)
+{
+    testsupport::CTempFolder folder;
+    std::mt19937 rng(3);
+    CLoadArray loads;
+    CTransformerArray transformers;
+    testsupport::MakeRandomDocument(rng, {40, 3, 0.2}, loads, transformers);
+    const std::wstring file = folder.File("工程.LDC");
+    SaveArchiveFile(file, loads, transformers);
+    CLoadArray loadsBack;
+    CTransformerArray transformersBack;
+    LoadArchiveFile(file, loadsBack, transformersBack);
+    EXPECT_EQ(loadsBack, loads);
+    EXPECT_EQ(transformersBack, transformers);
+
+    const auto message = [](auto&& call) {
+        try {
+            call();
+        } catch (const DocumentError& e) {
+            return std::string(e.what());
+        }
+        return std::string("no error");
+    };
+    const std::string missing =
+        message([&] { LoadArchiveFile(folder.File("x.LDC"), loadsBack, transformersBack); });
+    EXPECT_NE(missing.find("x.LDC\": no such file"), std::string::npos) << missing;
+    std::string bytes = testsupport::ReadBytes(ToFsPath(file));
+    bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 0x20);
+    testsupport::WriteBytes(ToFsPath(file), bytes);
+    const std::string damaged =
+        message([&] { LoadArchiveFile(file, loadsBack, transformersBack); });
+    EXPECT_NE(damaged.find("工程.LDC\": damaged"), std::string::npos) << damaged;
+    EXPECT_EQ(loadsBack, loads);
+    const std::string unwritable =
+        message([&] { SaveArchiveFile(folder.File("no/a.LDC"), loads, transformers); });
+    EXPECT_NE(unwritable.find("no/a.LDC"), std::string::npos) << unwritable;
+}
