@@ -1,0 +1,99 @@
+#pragma once
+
+#include <array>
+#include <string>
+#include <string_view>
+
+namespace loadcal::texts {
+
+/// Every text the calculation dialog shows, in one place. The recent-files
+/// placeholder and entry format belong to the list and stand in
+/// document/RecentFiles.h.
+
+// Window title: kTitle + kTitleOpen + path (or kUntitled) + kTitleClose.
+inline constexpr std::wstring_view kTitle = L"需要系数法负荷计算";
+inline constexpr std::wstring_view kTitleOpen = L"『";
+inline constexpr std::wstring_view kTitleClose = L"』";
+inline constexpr std::wstring_view kUntitled = L"未命名";
+
+/// Caption of the boxes the application shows without a caption of its own
+/// (the application's name, as an application message box shows it).
+inline constexpr std::wstring_view kApplicationName = L"loadcal";
+
+// Load grid column titles, columns 0 to 13.
+inline constexpr std::array<std::wstring_view, 14> kLoadColumnTitles = {
+    L"",           L"回路编号",     L"设备编号",     L"设备名称",         L"相位",
+    L"额定容量(kW)", L"工作电压(kV)", L"需要系数(K)", L"功率因数(cos(φ))", L"计算有功(kW)",
+    L"计算无功(kVar)", L"视在功率(kVA)", L"计算电流(A)", L"归属变压器",
+};
+
+// Transformer grid column titles, columns 0 to 16.
+inline constexpr std::array<std::wstring_view, 17> kTransformerColumnTitles = {
+    L"",              L"变压器名称",     L"额定容量(kVA)",  L"实际负载率%",   L"预计负荷率%",
+    L"同时系数(Kp)",   L"同时系数(Kq)",   L"计算有功(kW)",   L"计算无功(kVar)", L"视在功率(kVA)",
+    L"计算电流(A)",    L"有功补偿系数α",  L"无功补偿系数β",  L"补偿前功率因数", L"补偿后功率因数",
+    L"补偿容量",       L"实际补偿容量",
+};
+
+/// Label of the load grid's total row (column 2).
+inline constexpr std::wstring_view kTotalLabel = L"总计:";
+
+// Menu bar 201.
+inline constexpr std::wstring_view kMenuFile = L"文件(&F)";
+inline constexpr std::wstring_view kMenuFileNew = L"新建(&N)\tCtrl+N";
+inline constexpr std::wstring_view kMenuFileOpen = L"打开(&O)...\tCtrl+O";
+inline constexpr std::wstring_view kMenuFileSave = L"保存(&S)\tCtrl+S";
+inline constexpr std::wstring_view kMenuFileSaveAs = L"另存为(&A)...";
+inline constexpr std::wstring_view kMenuFileExit = L"退出(&X)";
+inline constexpr std::wstring_view kMenuFunctions = L"功能(&C)";
+inline constexpr std::wstring_view kMenuDraw = L"绘制到Acad(&D)";
+inline constexpr std::wstring_view kMenuExcel = L"输出到Excell(&E)";
+inline constexpr std::wstring_view kMenuHelp = L"帮助(&H)";
+inline constexpr std::wstring_view kMenuAbout = L"关于...";
+
+// Context menus 210 and 211.
+inline constexpr std::wstring_view kMenuCut = L"剪切";
+inline constexpr std::wstring_view kMenuCopy = L"复制";
+inline constexpr std::wstring_view kMenuPaste = L"粘贴";
+inline constexpr std::wstring_view kMenuDelete = L"删除";
+
+// String table: tool tips by command id.
+inline constexpr std::wstring_view kTipNew = L"新建负荷计算数据文件";
+inline constexpr std::wstring_view kTipOpen = L"打开文件";
+inline constexpr std::wstring_view kTipSave = L"保存文件";
+inline constexpr std::wstring_view kTipSaveAs = L"另存文件";
+inline constexpr std::wstring_view kTipDraw = L"绘制到Acad";
+inline constexpr std::wstring_view kTipExcel = L"输出到Excell";
+inline constexpr std::wstring_view kTipAdjustPhases = L"调整相位";
+inline constexpr std::wstring_view kTipAbout = L"关于...";
+
+// Messages and their captions.
+inline constexpr std::wstring_view kSaveQuestion = L"当前文档已经改变,是否保存？";
+inline constexpr std::wstring_view kSaveCaption = L"文件保存";
+/// Filled with the path by FormatText.
+inline constexpr std::wstring_view kCreateQuestionFormat = L"负荷计算存档文件 \"%s\"不存在,是否新建?";
+inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有找到！";
+inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
+inline constexpr std::wstring_view kNoticeCaption = L"提示";
+inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";
+inline constexpr std::wstring_view kNoPopupMenu = L"pMenuTemp == NULL";
+inline constexpr std::wstring_view kTrackPopupFailed = L"TrackPopupMenu false";
+
+// File dialogs.
+inline constexpr std::wstring_view kArchiveFilter = L"负荷计算存档文件(*.LDC)|*.LDC||";
+inline constexpr std::wstring_view kArchiveExtension = L"LDC";
+
+// About box 207.
+inline constexpr std::wstring_view kAboutCaption = L"关于负荷计算..";
+inline constexpr std::wstring_view kAboutVersion = L"负荷计算  Version 2.00";
+inline constexpr std::wstring_view kAboutDescription = L"按需要系数法计算建筑物的电气负荷";
+inline constexpr std::wstring_view kAboutButton = L"确认";
+
+/// Dialog font.
+inline constexpr std::wstring_view kDialogFont = L"宋体";
+inline constexpr int kDialogFontPoints = 9;
+
+/// Replaces the first "%s" of format by arg.
+std::wstring FormatText(std::wstring_view format, std::wstring_view arg);
+
+}  // namespace loadcal::texts
