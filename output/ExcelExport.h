@@ -1,0 +1,69 @@
+#pragma once
+
+#include <filesystem>
+#include <string_view>
+
+#include "model/Calculation.h"
+#include "model/Records.h"
+#include "output/Desktop.h"
+#include "output/SpreadsheetAutomation.h"
+
+namespace loadcal {
+
+/// Shown when no application could show the workbook.
+inline constexpr std::wstring_view kNoSpreadsheetMessage =
+    L"不能打开Excel，可能是因为没有安装Excel!";
+
+/// Fills the first worksheet of a new workbook through automation: the load
+/// table headers in row 1 (columns A to M), circuit k in row k + 2, the total
+/// row in row N + 3 ("总计" in B; the totals in E, H, I, J, K, L; all 13 cells
+/// centred), the transformer headers in row N + 5 (A to P), transformer m in
+/// row N + 6 + m; every written cell centred both ways, values the stored
+/// texts. Calls: SetVisible(true), GetWorkbooks, WorkbooksAdd, GetWorksheets,
+/// WorksheetsGetItem(1), then per cell GetRange(address, address) and the
+/// alignments (vertical first for headers, horizontal first otherwise) before
+/// the value, and finally Release. Precondition: CreateDispatch succeeded.
+/// Errors propagate unchanged; the first one ends the filling.
+void FillWorkbook(CSpreadsheetAutomation& automation, const CLoadArray& loads,
+                  const CTransformerArray& transformers, const SummaryTotals& totals);
+
+/// The export run. Returns 0, after showing kNoSpreadsheetMessage, when
+/// CreateDispatch(kSpreadsheetProgId) fails; otherwise runs FillWorkbook and
+/// returns 1, also after a failure, which it reports through messages:
+/// - OutputError CallFailed (the callee refused a call, giving an error
+///   number and a text; here libxlsxwriter's, as Excel gives an SCODE and a
+///   description): "COleDispatchException. SCODE: %08lx,Description: \"%s\".";
+/// - OutputError NoObject (an object could not be created and only a status
+///   code is known; here errno): "COleException. SCODE: %08lx.";
+/// - OutputError Write and FileExists (the finished workbook could not be
+///   written or placed; a live spreadsheet application never saves, so this
+///   has no automation counterpart): the error's own message naming the file;
+/// - anything else: "Catch All Other ERROR".
+int ExportToExcel(CSpreadsheetAutomation& automation, IMessageSink& messages,
+                  const CLoadArray& loads, const CTransformerArray& transformers,
+                  const SummaryTotals& totals);
+
+/// How the window exports a workbook.
+struct WorkbookExportOptions {
+    std::filesystem::path path;  ///< the .xlsx file to write
+    bool replace = true;         ///< whether an existing file may be replaced
+    bool open = true;            ///< hand the written workbook to opener
+};
+
+/// The window's export: ExportToExcel over a CXlsxWorkbook writing
+/// options.path, then, when the file was written and options.open is set, the
+/// file is handed to opener; when that fails, kNoSpreadsheetMessage is shown
+/// and the result is 0. Otherwise the result is ExportToExcel's (1). A
+/// failure leaves any previous file as it was and no temporary file.
+int ExportWorkbook(const CLoadArray& loads, const CTransformerArray& transformers,
+                   const SummaryTotals& totals, const WorkbookExportOptions& options,
+                   IMessageSink& messages, IFileOpener& opener);
+
+/// The command line's export: writes the workbook to path and opens nothing.
+/// Throws OutputError (one line naming the file and the cause) on any failure;
+/// the previous file then stays as it was and no temporary file is left.
+void WriteWorkbook(const std::filesystem::path& path, const CLoadArray& loads,
+                   const CTransformerArray& transformers, const SummaryTotals& totals,
+                   bool replace = true);
+
+}  // namespace loadcal

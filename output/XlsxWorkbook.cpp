@@ -1,0 +1,294 @@
+#include "output/XlsxWorkbook.h"
+
+#include <xlsxwriter.h>
+
+#include <cerrno>
+
+#include "model/Text.h"
+#include "output/OutputError.h"
+#include "output/OutputFile.h"
+
+namespace loadcal {
+namespace {
+
+/// The longest cell text the library accepts, in characters.
+constexpr size_t kMaxCellText = 32767;
+
+size_t CountCharacters(const std::string& utf8) {
+    size_t count = 0;
+    for (const char c : utf8) {
+        count += (static_cast<unsigned char>(c) & 0xC0) != 0x80 ? 1 : 0;
+    }
+    return count;
+}
+
+/// Excel's alignment constants as the library's; -1 for a constant it does not take.
+int HorizontalAlignment(short alignment) {
+    switch (alignment) {
+        case kAlignCenter:
+            return LXW_ALIGN_CENTER;
+        case -4131:
+            return LXW_ALIGN_LEFT;  // xlLeft
+        case -4152:
+            return LXW_ALIGN_RIGHT;  // xlRight
+        case 1:
+            return LXW_ALIGN_NONE;  // xlGeneral
+        default:
+            return -1;
+    }
+}
+
+int VerticalAlignment(short alignment) {
+    switch (alignment) {
+        case kAlignCenter:
+            return LXW_ALIGN_VERTICAL_CENTER;
+        case -4160:
+            return LXW_ALIGN_VERTICAL_TOP;  // xlTop
+        case -4107:
+            return LXW_ALIGN_VERTICAL_BOTTOM;  // xlBottom
+        default:
+            return -1;
+    }
+}
+
+/// "B12" -> row 11, column 1 (both from 0); false when malformed or beyond the sheet.
+bool ParseCell(std::string_view address, unsigned& row, unsigned short& column, bool& inSheet) {
+    size_t i = 0;
+    unsigned long col = 0;
+    while (i < address.size() && address[i] >= 'A' && address[i] <= 'Z' && i < 4) {
+        col = col * 26 + static_cast<unsigned long>(address[i] - 'A' + 1);
+        ++i;
+    }
+    unsigned long number = 0;
+    const size_t digits = i;
+    while (i < address.size() && address[i] >= '0' && address[i] <= '9' && i - digits < 8) {
+        number = number * 10 + static_cast<unsigned long>(address[i] - '0');
+        ++i;
+    }
+    if (digits == 0 || i == digits || i != address.size()) {
+        return false;
+    }
+    inSheet = col <= LXW_COL_MAX && number >= 1 && number <= LXW_ROW_MAX;
+    row = inSheet ? static_cast<unsigned>(number - 1) : 0;
+    column = inSheet ? static_cast<unsigned short>(col - 1) : 0;
+    return true;
+}
+
+std::string Quoted(const std::filesystem::path& p) {
+    return "\"" + p.string() + "\"";
+}
+
+}  // namespace
+
+CXlsxWorkbook::CXlsxWorkbook(std::filesystem::path target, bool replace)
+    : m_target(std::move(target)), m_replace(replace) {}
+
+CXlsxWorkbook::~CXlsxWorkbook() {
+    if (m_workbook) {
+        lxw_workbook_free(m_workbook);
+    }
+}
+
+void CXlsxWorkbook::Fail(int error, const std::string& what) const {
+    const std::string text = lxw_strerror(static_cast<lxw_error>(error));
+    throw OutputError(OutputError::Kind::CallFailed,
+                      "cannot write " + Quoted(m_target) + ": " + what + ": " + text, error, text);
+}
+
+bool CXlsxWorkbook::CreateDispatch(std::wstring_view /*progId*/) {
+    return true;
+}
+
+void CXlsxWorkbook::WorkbooksAdd() {
+    if (m_workbook || m_written) {
+        throw OutputError(OutputError::Kind::BadArgument,
+                          "cannot write " + Quoted(m_target) + ": only one workbook per file");
+    }
+    RequireTarget(m_target, m_replace);
+    m_file = std::make_unique<CAtomicFile>(m_target);
+    errno = 0;
+    m_workbook = workbook_new(m_file->TempPath().c_str());
+    if (!m_workbook) {
+        const int err = errno;
+        throw OutputError(OutputError::Kind::NoObject,
+                          "cannot write " + Quoted(m_target) + ": no workbook could be created",
+                          err);
+    }
+}
+
+void CXlsxWorkbook::WorksheetsGetItem(short index) {
+    if (!m_workbook) {
+        throw OutputError(OutputError::Kind::BadArgument,
+                          "cannot write " + Quoted(m_target) + ": no workbook was added");
+    }
+    if (index != 1) {
+        Fail(LXW_ERROR_WORKSHEET_INDEX_OUT_OF_RANGE, "worksheet " + std::to_string(index));
+    }
+    if (!m_worksheet) {
+        errno = 0;
+        m_worksheet = workbook_add_worksheet(m_workbook, nullptr);
+        if (!m_worksheet) {
+            const int err = errno;
+            throw OutputError(
+                OutputError::Kind::NoObject,
+                "cannot write " + Quoted(m_target) + ": no worksheet could be created", err);
+        }
+    }
+}
+
+void CXlsxWorkbook::RequireSheet() const {
+    if (!m_worksheet) {
+        throw OutputError(OutputError::Kind::BadArgument,
+                          "cannot write " + Quoted(m_target) + ": no worksheet was selected");
+    }
+}
+
+void CXlsxWorkbook::RequireCell() const {
+    if (!m_cell.active) {
+        throw OutputError(OutputError::Kind::BadArgument,
+                          "cannot write " + Quoted(m_target) + ": no cell was selected");
+    }
+}
+
+void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2) {
+    RequireSheet();
+    FlushCell();
+    unsigned row = 0;
+    unsigned short column = 0;
+    bool inSheet = false;
+    if (!ParseCell(cell1, row, column, inSheet) || cell1 != cell2) {
+        Fail(LXW_ERROR_PARAMETER_VALIDATION,
+             "range " + std::string(cell1) + ":" + std::string(cell2) + " is not one cell");
+    }
+    if (!inSheet) {
+        Fail(LXW_ERROR_WORKSHEET_INDEX_OUT_OF_RANGE, "cell " + std::string(cell1));
+    }
+    m_cell.active = true;
+    m_cell.dirty = false;
+    m_cell.hasValue = false;
+    m_cell.row = row;
+    m_cell.column = column;
+    m_cell.horizontal = 0;
+    m_cell.vertical = 0;
+    m_cell.value.clear();
+}
+
+void CXlsxWorkbook::SetValue(std::wstring_view value) {
+    RequireCell();
+    m_cell.value = ToUtf8(value);
+    if (CountCharacters(m_cell.value) > kMaxCellText) {
+        m_cell.value.clear();
+        Fail(LXW_ERROR_MAX_STRING_LENGTH_EXCEEDED,
+             "text of " + std::to_string(value.size()) + " characters");
+    }
+    m_cell.hasValue = true;
+    WriteCell();
+}
+
+void CXlsxWorkbook::SetHorizontalAlignment(short alignment) {
+    RequireCell();
+    const int align = HorizontalAlignment(alignment);
+    if (align < 0) {
+        Fail(LXW_ERROR_PARAMETER_VALIDATION, "horizontal alignment " + std::to_string(alignment));
+    }
+    m_cell.horizontal = static_cast<unsigned char>(align);
+    m_cell.dirty = true;
+}
+
+void CXlsxWorkbook::SetVerticalAlignment(short alignment) {
+    RequireCell();
+    const int align = VerticalAlignment(alignment);
+    if (align < 0) {
+        Fail(LXW_ERROR_PARAMETER_VALIDATION, "vertical alignment " + std::to_string(alignment));
+    }
+    m_cell.vertical = static_cast<unsigned char>(align);
+    m_cell.dirty = true;
+}
+
+lxw_format* CXlsxWorkbook::Format(unsigned char horizontal, unsigned char vertical) {
+    if (horizontal == 0 && vertical == 0) {
+        return nullptr;
+    }
+    const unsigned key = static_cast<unsigned>(horizontal) << 8 | vertical;
+    if (const auto found = m_formats.find(key); found != m_formats.end()) {
+        return found->second;
+    }
+    errno = 0;
+    lxw_format* format = workbook_add_format(m_workbook);
+    if (!format) {
+        const int err = errno;
+        throw OutputError(OutputError::Kind::NoObject,
+                          "cannot write " + Quoted(m_target) + ": no cell format could be created",
+                          err);
+    }
+    if (horizontal != 0) {
+        format_set_align(format, horizontal);
+    }
+    if (vertical != 0) {
+        format_set_align(format, vertical);
+    }
+    m_formats.emplace(key, format);
+    return format;
+}
+
+void CXlsxWorkbook::WriteCell() {
+    lxw_format* format = Format(m_cell.horizontal, m_cell.vertical);
+    lxw_error error = LXW_NO_ERROR;
+    if (m_cell.hasValue && !m_cell.value.empty()) {
+        error = worksheet_write_string(m_worksheet, m_cell.row, m_cell.column, m_cell.value.c_str(),
+                                       format);
+    } else if (format) {
+        error = worksheet_write_blank(m_worksheet, m_cell.row, m_cell.column, format);
+    } else {
+        return;
+    }
+    if (error != LXW_NO_ERROR) {
+        Fail(error,
+             "cell " + std::to_string(m_cell.row + 1) + "," + std::to_string(m_cell.column + 1));
+    }
+    m_cell.dirty = false;
+    if (!m_anyCell || m_cell.row > m_lastRow) {
+        m_lastRow = m_cell.row;
+    }
+    if (!m_anyCell || m_cell.column > m_lastColumn) {
+        m_lastColumn = m_cell.column;
+    }
+    m_anyCell = true;
+}
+
+void CXlsxWorkbook::FlushCell() {
+    if (m_cell.active && m_cell.dirty) {
+        WriteCell();
+    }
+    m_cell.active = false;
+}
+
+void CXlsxWorkbook::Release() {
+    if (!m_workbook) {
+        return;
+    }
+    FlushCell();
+    if (m_anyCell) {
+        char range[32];
+        lxw_rowcol_to_range(range, 0, 0, m_lastRow, static_cast<lxw_col_t>(m_lastColumn));
+        const lxw_error error =
+            worksheet_ignore_errors(m_worksheet, LXW_IGNORE_NUMBER_STORED_AS_TEXT, range);
+        if (error != LXW_NO_ERROR) {
+            Fail(error, "range " + std::string(range));
+        }
+    }
+    const lxw_error error = workbook_close(m_workbook);
+    m_workbook = nullptr;
+    m_worksheet = nullptr;
+    m_formats.clear();
+    if (error != LXW_NO_ERROR) {
+        throw OutputError(OutputError::Kind::Write,
+                          "cannot write " + Quoted(m_target) + ": " + lxw_strerror(error), error,
+                          lxw_strerror(error));
+    }
+    CommitOutputFile(*m_file, m_replace);
+    m_file.reset();
+    m_written = true;
+}
+
+}  // namespace loadcal

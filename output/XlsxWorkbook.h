@@ -1,0 +1,99 @@
+#pragma once
+
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <string>
+
+#include "document/AtomicFile.h"
+#include "output/SpreadsheetAutomation.h"
+
+struct lxw_workbook;
+struct lxw_worksheet;
+struct lxw_format;
+
+namespace loadcal {
+
+/// The spreadsheet automation calls carried out by writing an .xlsx workbook
+/// with libxlsxwriter. Nothing runs while the calls are made: WorkbooksAdd
+/// creates the workbook in memory (written to a temporary file beside the
+/// target), WorksheetsGetItem(1) its first worksheet "Sheet1", every cell
+/// gets the value (a string, exactly the text given; an empty text leaves the
+/// cell empty) and the alignment it was given, and Release writes the file
+/// and moves it over the target. Nothing else is set: no widths, fonts or
+/// number formats; "number stored as text" marks are switched off for the
+/// cells written.
+///
+/// Failures throw OutputError:
+/// - CallFailed with libxlsxwriter's error number and text: a cell beyond the
+///   sheet's 1,048,576 rows or 16,384 columns, a text beyond 32,767
+///   characters, an alignment other than Excel's centre, left, right, general
+///   (horizontal) and centre, top, bottom (vertical), a worksheet other than 1;
+/// - NoObject with errno: the library could not create the workbook, the
+///   worksheet or a cell format;
+/// - Write or FileExists from Release: the file could not be written or placed.
+/// The target is changed only by a successful Release; the temporary file is
+/// removed in every other case. CreateDispatch always succeeds: there is no
+/// application to start before the file exists. SetVisible is remembered for
+/// the caller (Visible()); showing the file is the caller's business.
+class CXlsxWorkbook final : public CSpreadsheetAutomation {
+  public:
+    /// replace: whether Release may replace an existing target.
+    explicit CXlsxWorkbook(std::filesystem::path target, bool replace = true);
+    ~CXlsxWorkbook() override;
+    CXlsxWorkbook(const CXlsxWorkbook&) = delete;
+    CXlsxWorkbook& operator=(const CXlsxWorkbook&) = delete;
+
+    bool CreateDispatch(std::wstring_view progId) override;
+    void SetVisible(bool visible) override { m_visible = visible; }
+    void GetWorkbooks() override {}
+    void WorkbooksAdd() override;
+    void GetWorksheets() override {}
+    void WorksheetsGetItem(short index) override;
+    void GetRange(std::string_view cell1, std::string_view cell2) override;
+    void SetValue(std::wstring_view value) override;
+    void SetHorizontalAlignment(short alignment) override;
+    void SetVerticalAlignment(short alignment) override;
+    void Release() override;
+
+    bool Visible() const { return m_visible; }
+    /// True once Release has placed the file.
+    bool Written() const { return m_written; }
+    const std::filesystem::path& Target() const { return m_target; }
+
+  private:
+    /// The cell last obtained by GetRange: its alignments and value are
+    /// written when they are all known, at the next GetRange or at Release.
+    struct Cell {
+        bool active = false;
+        bool dirty = false;
+        bool hasValue = false;
+        unsigned row = 0;
+        unsigned short column = 0;
+        unsigned char horizontal = 0;
+        unsigned char vertical = 0;
+        std::string value;
+    };
+
+    [[noreturn]] void Fail(int error, const std::string& what) const;
+    void RequireSheet() const;
+    void RequireCell() const;
+    lxw_format* Format(unsigned char horizontal, unsigned char vertical);
+    void WriteCell();
+    void FlushCell();
+
+    std::filesystem::path m_target;
+    bool m_replace;
+    std::unique_ptr<CAtomicFile> m_file;
+    lxw_workbook* m_workbook = nullptr;
+    lxw_worksheet* m_worksheet = nullptr;
+    std::map<unsigned, lxw_format*> m_formats;
+    Cell m_cell;
+    unsigned m_lastRow = 0;
+    unsigned m_lastColumn = 0;
+    bool m_anyCell = false;
+    bool m_visible = false;
+    bool m_written = false;
+};
+
+}  // namespace loadcal
