@@ -1,0 +1,263 @@
+// Drawing files read back with ezdxf (tests/output/read_outputs.py), and the
+// rules for placing them: never half-written, never over an existing file
+// unless allowed.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "output/Drawing.h"
+#include "output/DrawingExport.h"
+#include "output/DrawingRun.h"
+#include "output/DxfFile.h"
+#include "output/OutputError.h"
+#include "output/PointSource.h"
+#include "tests/output/OutputTestSupport.h"
+
+using namespace loadcal;
+using namespace loadcal::testoutput;
+using nlohmann::json;
+
+namespace {
+
+/// A point source that counts how often it is asked.
+class CountingPoints final : public IPointSource {
+  public:
+    explicit CountingPoints(std::optional<CadPoint> point) : m_point(point) {}
+    std::optional<CadPoint> GetPoint(const std::wstring&) override {
+        ++asked;
+        return m_point;
+    }
+    int asked = 0;
+
+  private:
+    std::optional<CadPoint> m_point;
+};
+
+json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale) {
+    CLoadArray loads;
+    CTransformerArray transformers;
+    MakeDocument(n, m, loads, transformers);
+    CFixedPointSource points(base);
+    const auto path = folder / "table.dxf";
+    EXPECT_EQ(ExportDrawing(loads, transformers, DistinctTotals(), {path, scale, false}, points),
+              DrawingExportResult::Written);
+    return ReadBack("dxf", path);
+}
+
+const json* FindText(const json& dxf, const std::string& text) {
+    for (const json& t : dxf["texts"]) {
+        if (t["text"] == text) {
+            return &t;
+        }
+    }
+    return nullptr;
+}
+
+const json* FindNamed(const json& list, const std::string& name) {
+    for (const json& item : list) {
+        if (item["name"] == name) {
+            return &item;
+        }
+    }
+    return nullptr;
+}
+
+void ExpectTextAt(const json& dxf, const std::string& text, double x, double y) {
+    const json* t = FindText(dxf, text);
+    ASSERT_NE(t, nullptr) << text;
+    EXPECT_DOUBLE_EQ((*t)["x"].get<double>(), x) << text;
+    EXPECT_DOUBLE_EQ((*t)["y"].get<double>(), y) << text;
+}
+
+}  // namespace
+
+TEST(DxfText, EscapesEverythingOutsidePrintableAsciiAsUtf16Units) {
+    EXPECT_EQ(DxfText(L"WL1 回路"), "WL1 \\U+56DE\\U+8DEF");
+    EXPECT_EQ(DxfText(L"cos(φ)"), "cos(\\U+03C6)");
+    EXPECT_EQ(DxfText(L"a\\b"), "a\\U+005Cb");
+    EXPECT_EQ(DxfText(L"a\nb"), "a\\U+000Ab");
+    EXPECT_EQ(DxfText(L"\U0001F600"), "\\U+D83D\\U+DE00");
+}
+
+TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace) {
+    TempFolder folder;
+    const json dxf = Export(folder, 3, 2, {10, 20, 0}, 1.0);
+    ASSERT_TRUE(dxf.is_object());
+    EXPECT_EQ(dxf["recover_errors"], 0);
+    EXPECT_EQ(dxf["audit_errors"], 0) << dxf["audit_messages"];
+    EXPECT_EQ(dxf["header"]["$ACADVER"], "AC1015");
+    EXPECT_EQ(dxf["header"]["$DWGCODEPAGE"], "ANSI_936");
+    EXPECT_EQ(dxf["header"]["$CLAYER"], "0");
+    EXPECT_EQ(dxf["header"]["$TEXTSTYLE"], "Standard");
+    EXPECT_EQ(dxf["header"]["$OSMODE"], 4133);
+    EXPECT_TRUE(dxf["others"].empty());
+
+    const json* layer = FindNamed(dxf["layers"], "CALCULATIONS");
+    ASSERT_NE(layer, nullptr);
+    EXPECT_EQ((*layer)["description"], "ETABLE");
+    const json* style = FindNamed(dxf["styles"], "LOADCALSTYLE");
+    ASSERT_NE(style, nullptr);
+    EXPECT_EQ((*style)["font"], "romans6.shx");
+    EXPECT_EQ((*style)["bigfont"], "hztxt.shx");
+    EXPECT_DOUBLE_EQ((*style)["width"].get<double>(), 0.7);
+
+    // Lines: header 16, circuits 3 x 15, blank 15, total 15, transformer
+    // header 19, transformers 2 x 18. Texts: 13 + 3 x 13 + 7 + 16 + 2 x 16.
+    EXPECT_EQ(dxf["lines"].size(), 146u);
+    EXPECT_EQ(dxf["texts"].size(), 107u);
+    double minX = 1e9, maxX = -1e9, minY = 1e9, maxY = -1e9;
+    for (const json& line : dxf["lines"]) {
+        EXPECT_EQ(line[6], "CALCULATIONS");
+        minX = std::min({minX, line[0].get<double>(), line[3].get<double>()});
+        maxX = std::max({maxX, line[0].get<double>(), line[3].get<double>()});
+        minY = std::min({minY, line[1].get<double>(), line[4].get<double>()});
+        maxY = std::max({maxY, line[1].get<double>(), line[4].get<double>()});
+    }
+    // Transformer table 480 wide; bottom of transformer row 2 at -10 x (3 + 7).
+    EXPECT_DOUBLE_EQ(minX, 10);
+    EXPECT_DOUBLE_EQ(maxX, 490);
+    EXPECT_DOUBLE_EQ(maxY, 20);
+    EXPECT_DOUBLE_EQ(minY, 20 - 100);
+    for (const json& t : dxf["texts"]) {
+        EXPECT_EQ(t["layer"], "CALCULATIONS");
+        EXPECT_EQ(t["style"], "LOADCALSTYLE");
+        EXPECT_EQ(t["halign"], 1);
+        EXPECT_EQ(t["valign"], 2);
+        EXPECT_DOUBLE_EQ(t["height"].get<double>(), 3.5);
+        EXPECT_DOUBLE_EQ(t["width"].get<double>(), 0.7);
+        EXPECT_DOUBLE_EQ(t["rotation"].get<double>(), 0.0);
+    }
+    ExpectTextAt(dxf, "回路编号", 25, 15);
+    ExpectTextAt(dxf, "功率因数(cos(φ))", 10 + 7 * 30 + 15, 15);
+    ExpectTextAt(dxf, "照明配电箱2", 10 + 2 * 30 + 15, 20 - 5 - 30);
+    ExpectTextAt(dxf, "总计", 10 + 45, 20 - 5 - 10 * 5);
+    ExpectTextAt(dxf, "156.03", 10 + 11 * 30 + 15, 20 - 5 - 10 * 5);
+    ExpectTextAt(dxf, "实际补偿容量", 10 + 15 * 30 + 15, 20 - 5 - 10 * 7);
+    ExpectTextAt(dxf, "变压器1", 25, 20 - 5 - 10 * 9);
+    ExpectTextAt(dxf, "β1", 10 + 11 * 30 + 15, 20 - 5 - 10 * 9);
+    EXPECT_EQ(FindText(dxf, "SPARE-0"), nullptr);
+}
+
+TEST(DxfFile, ScaleTwoDoublesTextHeightAndTableSize) {
+    TempFolder folder;
+    const json dxf = Export(folder, 1, 1, {0, 0, 0}, 2.0);
+    ASSERT_TRUE(dxf.is_object());
+    for (const json& t : dxf["texts"]) {
+        EXPECT_DOUBLE_EQ(t["height"].get<double>(), 7.0);
+    }
+    ExpectTextAt(dxf, "回路编号", 30, -10);
+    double maxX = 0;
+    for (const json& line : dxf["lines"]) {
+        maxX = std::max({maxX, line[0].get<double>(), line[3].get<double>()});
+    }
+    EXPECT_DOUBLE_EQ(maxX, 960);
+}
+
+TEST(DxfFile, EmptyListsStillDrawBothHeadersBlankAndTotalRows) {
+    TempFolder folder;
+    const json dxf = Export(folder, 0, 0, {0, 0, 0}, 1.0);
+    ASSERT_TRUE(dxf.is_object());
+    EXPECT_EQ(dxf["audit_errors"], 0);
+    EXPECT_EQ(dxf["lines"].size(), 16u + 15u + 15u + 19u);
+    EXPECT_EQ(dxf["texts"].size(), 13u + 7u + 16u);
+    ExpectTextAt(dxf, "总计", 45, -25);
+    ExpectTextAt(dxf, "变压器名称", 15, -45);
+}
+
+TEST(DxfFile, ADeclinedRunSavedAnywayKeepsObjectSnapOffInTheHeader) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    CFixedPointSource declines(std::nullopt);
+    CDrawing drawing(1.0, &declines);
+    ASSERT_FALSE(DrawCalculationTable(drawing, loads, transformers, DistinctTotals()));
+    SaveDrawing(drawing, folder / "declined.dxf", false);
+    const json dxf = ReadBack("dxf", folder / "declined.dxf");
+    ASSERT_TRUE(dxf.is_object());
+    EXPECT_EQ(dxf["header"]["$OSMODE"], 0);
+    EXPECT_EQ(dxf["header"]["$CLAYER"], "0");
+    EXPECT_TRUE(dxf["lines"].empty());
+    EXPECT_NE(FindNamed(dxf["styles"], "LOADCALSTYLE"), nullptr);
+}
+
+TEST(DxfFile, DecliningTheBasePointWritesNoFile) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    CountingPoints declines(std::nullopt);
+    EXPECT_EQ(ExportDrawing(loads, transformers, DistinctTotals(), {folder / "t.dxf", 1.0, false},
+                            declines),
+              DrawingExportResult::Declined);
+    EXPECT_EQ(declines.asked, 1);
+    EXPECT_TRUE(folder.Entries().empty());
+}
+
+TEST(DxfFile, AnExistingFileIsRefusedBeforeTheQuestionUnlessReplacingIsAllowed) {
+    TempFolder folder;
+    const auto path = folder / "t.dxf";
+    std::ofstream(path) << "previous";
+    CLoadArray loads;
+    CTransformerArray transformers;
+    CountingPoints points(CadPoint{0, 0, 0});
+    try {
+        ExportDrawing(loads, transformers, DistinctTotals(), {path, 1.0, false}, points);
+        ADD_FAILURE() << "no error";
+    } catch (const OutputError& e) {
+        EXPECT_EQ(e.GetKind(), OutputError::Kind::FileExists);
+        EXPECT_NE(std::string(e.what()).find(path.string()), std::string::npos);
+    }
+    EXPECT_EQ(points.asked, 0);
+    EXPECT_EQ(ReadFile(path), "previous");
+
+    EXPECT_EQ(ExportDrawing(loads, transformers, DistinctTotals(), {path, 1.0, true}, points),
+              DrawingExportResult::Written);
+    EXPECT_EQ(ReadFile(path).substr(0, 9), "  0\nSECTI");
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
+}
+
+TEST(DxfFile, AFileAppearingDuringTheRunIsStillNotReplaced) {
+    TempFolder folder;
+    const auto path = folder / "t.dxf";
+    CDrawing drawing;
+    SaveDrawing(drawing, path, false);
+    const std::string first = ReadFile(path);
+    drawing.SetToCurrentLayer(L"OTHER", nullptr, nullptr, nullptr);
+    EXPECT_THROW(SaveDrawing(drawing, path, false), OutputError);
+    EXPECT_EQ(ReadFile(path), first);
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
+}
+
+TEST(DxfFile, AFailedWriteLeavesThePreviousContentAndNoTemporaryFile) {
+    TempFolder folder;
+    // The target is a folder holding a file: the finished drawing cannot be
+    // moved over it.
+    const auto target = folder / "t.dxf";
+    std::filesystem::create_directory(target);
+    std::ofstream(target / "inside") << "kept";
+    CDrawing drawing;
+    try {
+        SaveDrawing(drawing, target, true);
+        ADD_FAILURE() << "no error";
+    } catch (const OutputError& e) {
+        EXPECT_EQ(e.GetKind(), OutputError::Kind::Write);
+        EXPECT_NE(std::string(e.what()).find(target.string()), std::string::npos);
+    }
+    EXPECT_EQ(ReadFile(target / "inside"), "kept");
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
+
+    // A folder that does not exist.
+    EXPECT_THROW(SaveDrawing(drawing, folder / "missing" / "t.dxf", true), OutputError);
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
+}
+
+TEST(DxfFile, AScaleThatIsNotPositiveIsRefused) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    CountingPoints points(CadPoint{0, 0, 0});
+    EXPECT_THROW(ExportDrawing(loads, transformers, DistinctTotals(),
+                               {folder / "t.dxf", 0.0, false}, points),
+                 OutputError);
+    EXPECT_EQ(points.asked, 0);
+}
