@@ -1,0 +1,470 @@
+// The workbook export: the automation calls in order, the mapping of failures
+// to messages, the .xlsx file read back with openpyxl, and the hand-over to
+// the desktop.
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <fstream>
+#include <map>
+
+#include "model/Text.h"
+#include "output/Desktop.h"
+#include "output/ExcelExport.h"
+#include "output/OutputError.h"
+#include "output/XlsxWorkbook.h"
+#include "tests/output/OutputTestSupport.h"
+
+using namespace loadcal;
+using namespace loadcal::testoutput;
+using nlohmann::json;
+
+namespace {
+
+const std::array<std::wstring, 13> kLoadTitles = {
+    L"回路编号",      L"设备编号",    L"设备名称",         L"相位",         L"额定容量(kW)",
+    L"工作电压(kV)",  L"需要系数(K)", L"功率因数(cos(φ))", L"计算有功(kW)", L"计算无功(kVar)",
+    L"视在功率(kVA)", L"计算电流(A)", L"归属变压器"};
+
+const std::array<std::wstring, 16> kTransformerTitles = {
+    L"变压器名称",     L"额定容量(kVA)",  L"实际负载率%",   L"预计负荷率%",
+    L"同时系数(Kp)",   L"同时系数(Kq)",   L"计算有功(kW)",  L"计算无功(kVar)",
+    L"视在功率(kVA)",  L"计算电流(A)",    L"有功补偿系数α", L"无功补偿系数β",
+    L"补偿前功率因数", L"补偿后功率因数", L"补偿容量",      L"实际补偿容量"};
+
+/// Records every automation call as a line; optionally throws at one call.
+class RecordingAutomation final : public CSpreadsheetAutomation {
+  public:
+    std::vector<std::string> calls;
+    bool dispatch = true;
+    std::optional<size_t> failAt;
+    std::exception_ptr failure;
+
+    bool CreateDispatch(std::wstring_view progId) override {
+        Log("CreateDispatch " + ToUtf8(progId));
+        return dispatch;
+    }
+    void SetVisible(bool visible) override { Log("SetVisible " + std::to_string(visible)); }
+    void GetWorkbooks() override { Log("GetWorkbooks"); }
+    void WorkbooksAdd() override { Log("WorkbooksAdd"); }
+    void GetWorksheets() override { Log("GetWorksheets"); }
+    void WorksheetsGetItem(short index) override {
+        Log("WorksheetsGetItem " + std::to_string(index));
+    }
+    void GetRange(std::string_view a, std::string_view b) override {
+        Log("GetRange " + std::string(a) + " " + std::string(b));
+    }
+    void SetValue(std::wstring_view value) override { Log("SetValue " + ToUtf8(value)); }
+    void SetHorizontalAlignment(short a) override {
+        Log("SetHorizontalAlignment " + std::to_string(a));
+    }
+    void SetVerticalAlignment(short a) override {
+        Log("SetVerticalAlignment " + std::to_string(a));
+    }
+    void Release() override { Log("Release"); }
+
+  private:
+    void Log(std::string call) {
+        calls.push_back(std::move(call));
+        if (failAt && calls.size() - 1 == *failAt) {
+            std::rethrow_exception(failure);
+        }
+    }
+};
+
+class Messages final : public IMessageSink {
+  public:
+    std::vector<std::wstring> shown;
+    void ShowMessage(const std::wstring& text) override { shown.push_back(text); }
+};
+
+class FakeOpener final : public IFileOpener {
+  public:
+    explicit FakeOpener(bool result) : m_result(result) {}
+    std::vector<std::filesystem::path> opened;
+    bool Open(const std::filesystem::path& file) override {
+        opened.push_back(file);
+        return m_result;
+    }
+
+  private:
+    bool m_result;
+};
+
+/// The calls for one cell: header cells set the vertical alignment first.
+void Cell(std::vector<std::string>& out, const std::string& address, bool header,
+          const std::optional<std::wstring>& value) {
+    out.push_back("GetRange " + address + " " + address);
+    const std::string h = "SetHorizontalAlignment -4108";
+    const std::string v = "SetVerticalAlignment -4108";
+    out.push_back(header ? v : h);
+    out.push_back(header ? h : v);
+    if (value) {
+        out.push_back("SetValue " + ToUtf8(*value));
+    }
+}
+
+std::string Address(int column, int row) {
+    return std::string(1, static_cast<char>('A' + column)) + std::to_string(row);
+}
+
+/// Values written, by address.
+std::map<std::string, std::string> Values(const std::vector<std::string>& calls) {
+    std::map<std::string, std::string> values;
+    std::string address;
+    for (const std::string& call : calls) {
+        if (call.rfind("GetRange ", 0) == 0) {
+            address = call.substr(9, call.find(' ', 9) - 9);
+        } else if (call.rfind("SetValue ", 0) == 0) {
+            values[address] = call.substr(9);
+        }
+    }
+    return values;
+}
+
+int Export(RecordingAutomation& automation, Messages& messages, int n, int m) {
+    CLoadArray loads;
+    CTransformerArray transformers;
+    MakeDocument(n, m, loads, transformers);
+    return ExportToExcel(automation, messages, loads, transformers, DistinctTotals());
+}
+
+using CellMap = std::map<std::pair<int, int>, json>;
+
+CellMap Cells(const json& workbook) {
+    CellMap cells;
+    for (const json& c : workbook["cells"]) {
+        cells[{c["row"].get<int>(), c["column"].get<int>()}] = c;
+    }
+    return cells;
+}
+
+void ExpectRow(const CellMap& cells, int row,
+               const std::vector<std::optional<std::wstring>>& values) {
+    for (size_t i = 0; i < values.size(); ++i) {
+        const auto found = cells.find({row, static_cast<int>(i) + 1});
+        ASSERT_NE(found, cells.end()) << "row " << row << " column " << i + 1;
+        const json& c = found->second;
+        if (values[i]) {
+            EXPECT_EQ(c["value"], ToUtf8(*values[i])) << "row " << row << " column " << i + 1;
+            EXPECT_EQ(c["type"], "s");
+        } else {
+            EXPECT_TRUE(c["value"].is_null()) << "row " << row << " column " << i + 1;
+        }
+    }
+    EXPECT_EQ(cells.count({row, static_cast<int>(values.size()) + 1}), 0u);
+}
+
+template <size_t N>
+std::vector<std::optional<std::wstring>> Row(const std::array<std::wstring, N>& texts) {
+    return {texts.begin(), texts.end()};
+}
+
+}  // namespace
+
+TEST(WorkbookExport, CallsForOneCircuitAndOneTransformerInOrder) {
+    RecordingAutomation automation;
+    Messages messages;
+    EXPECT_EQ(Export(automation, messages, 1, 1), 1);
+    EXPECT_TRUE(messages.shown.empty());
+
+    std::vector<std::string> expected = {"CreateDispatch excel.application",
+                                         "SetVisible 1",
+                                         "GetWorkbooks",
+                                         "WorkbooksAdd",
+                                         "GetWorksheets",
+                                         "WorksheetsGetItem 1"};
+    for (int i = 0; i < 13; ++i) {
+        Cell(expected, Address(i, 1), true, kLoadTitles[static_cast<size_t>(i)]);
+    }
+    const auto circuit = CircuitRow(Circuit(0));
+    for (int i = 0; i < 13; ++i) {
+        Cell(expected, Address(i, 2), false, circuit[static_cast<size_t>(i)]);
+    }
+    const std::map<int, std::wstring> total = {{1, L"总计"},   {4, L"101.5"}, {7, L"0.801"},
+                                               {8, L"82.25"},  {9, L"61.75"}, {10, L"102.7"},
+                                               {11, L"156.03"}};
+    for (int i = 0; i < 13; ++i) {
+        const auto value = total.find(i);
+        Cell(expected, Address(i, 4), false,
+             value == total.end() ? std::nullopt : std::optional<std::wstring>(value->second));
+    }
+    for (int i = 0; i < 16; ++i) {
+        Cell(expected, Address(i, 6), true, kTransformerTitles[static_cast<size_t>(i)]);
+    }
+    const auto transformer = TransformerRow(Transformer(0));
+    for (int i = 0; i < 16; ++i) {
+        Cell(expected, Address(i, 7), false, transformer[static_cast<size_t>(i)]);
+    }
+    expected.push_back("Release");
+    EXPECT_EQ(automation.calls, expected);
+}
+
+TEST(WorkbookExport, TenCircuitsAndTwoTransformersPlaceTotalAndTransformerRows) {
+    RecordingAutomation automation;
+    Messages messages;
+    Export(automation, messages, 10, 2);
+    const auto values = Values(automation.calls);
+    EXPECT_EQ(values.at("B13"), "总计");
+    EXPECT_EQ(values.at("E13"), "101.5");
+    EXPECT_EQ(values.at("H13"), "0.801");
+    EXPECT_EQ(values.at("L13"), "156.03");
+    EXPECT_EQ(values.count("A13"), 0u);
+    EXPECT_EQ(values.at("A15"), "变压器名称");
+    EXPECT_EQ(values.at("P15"), "实际补偿容量");
+    EXPECT_EQ(values.at("A16"), "变压器0");
+    EXPECT_EQ(values.at("A17"), "变压器1");
+    EXPECT_EQ(values.at("A11"), "WL9");
+    for (const auto& [address, value] : values) {
+        const std::string row = address.substr(1);
+        EXPECT_TRUE(row != "12" && row != "14" && row != "18") << address;
+    }
+}
+
+TEST(WorkbookExport, EmptyListsKeepTheTotalRowInRowThreeAndTransformerHeadersInRowFive) {
+    RecordingAutomation automation;
+    Messages messages;
+    Export(automation, messages, 0, 0);
+    const auto values = Values(automation.calls);
+    EXPECT_EQ(values.at("A1"), "回路编号");
+    EXPECT_EQ(values.at("B3"), "总计");
+    EXPECT_EQ(values.at("A5"), "变压器名称");
+    EXPECT_EQ(values.size(), 13u + 7u + 16u);
+    EXPECT_EQ(automation.calls[automation.calls.size() - 2], "SetValue 实际补偿容量");
+}
+
+TEST(WorkbookExport, NoApplicationShowsTheMessageAndReturnsZero) {
+    RecordingAutomation automation;
+    automation.dispatch = false;
+    Messages messages;
+    EXPECT_EQ(Export(automation, messages, 2, 1), 0);
+    EXPECT_EQ(automation.calls, std::vector<std::string>{"CreateDispatch excel.application"});
+    EXPECT_EQ(messages.shown,
+              std::vector<std::wstring>{L"不能打开Excel，可能是因为没有安装Excel!"});
+}
+
+TEST(WorkbookExport, TheFirstFailureEndsTheExportWithItsMessage) {
+    struct Case {
+        std::exception_ptr failure;
+        std::wstring message;
+    };
+    const std::vector<Case> cases = {
+        {std::make_exception_ptr(OutputError(OutputError::Kind::CallFailed, "x", 11,
+                                             "Worksheet row or column index out of range.")),
+         L"COleDispatchException. SCODE: 0000000b,Description: \"Worksheet row or column index "
+         L"out of range.\"."},
+        {std::make_exception_ptr(OutputError(OutputError::Kind::NoObject, "x", 12)),
+         L"COleException. SCODE: 0000000c."},
+        {std::make_exception_ptr(
+             OutputError(OutputError::Kind::Write, "cannot write \"/x/计算.xlsx\": disk full")),
+         L"cannot write \"/x/计算.xlsx\": disk full"},
+        {std::make_exception_ptr(std::runtime_error("other")), L"Catch All Other ERROR"},
+    };
+    for (const Case& c : cases) {
+        RecordingAutomation automation;
+        automation.failAt = 20;
+        automation.failure = c.failure;
+        Messages messages;
+        EXPECT_EQ(Export(automation, messages, 3, 1), 1);
+        EXPECT_EQ(automation.calls.size(), 21u);
+        EXPECT_EQ(messages.shown, std::vector<std::wstring>{c.message});
+    }
+}
+
+TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    MakeDocument(10, 2, loads, transformers);
+    const auto path = folder / "负荷计算.xlsx";
+    WriteWorkbook(path, loads, transformers, DistinctTotals());
+    const json workbook = ReadBack("xlsx", path);
+    ASSERT_TRUE(workbook.is_object());
+    EXPECT_EQ(workbook["sheets"], json::array({"Sheet1"}));
+    EXPECT_TRUE(workbook["custom_widths"].empty());
+    EXPECT_EQ(workbook["number_as_text_ignored"], json::array({"A1:P17"}));
+
+    const CellMap cells = Cells(workbook);
+    ExpectRow(cells, 1, Row(kLoadTitles));
+    for (int k = 0; k < 10; ++k) {
+        ExpectRow(cells, k + 2, Row(CircuitRow(Circuit(k))));
+    }
+    ExpectRow(cells, 13,
+              {std::nullopt, L"总计", std::nullopt, std::nullopt, L"101.5", std::nullopt,
+               std::nullopt, L"0.801", L"82.25", L"61.75", L"102.7", L"156.03", std::nullopt});
+    ExpectRow(cells, 15, Row(kTransformerTitles));
+    ExpectRow(cells, 16, Row(TransformerRow(Transformer(0))));
+    ExpectRow(cells, 17, Row(TransformerRow(Transformer(1))));
+    EXPECT_EQ(cells.size(), 13u + 130u + 13u + 16u + 32u);
+    for (const auto& [at, c] : cells) {
+        EXPECT_EQ(c["horizontal"], "center") << at.first << "," << at.second;
+        EXPECT_EQ(c["vertical"], "center") << at.first << "," << at.second;
+        EXPECT_EQ(c["font"], "Calibri");
+        EXPECT_EQ(c["size"], 11);
+        EXPECT_EQ(c["bold"], false);
+        EXPECT_EQ(c["number_format"], "General");
+    }
+    // Figures stay texts: "10.5" is not turned into a number.
+    EXPECT_EQ(cells.at({2, 5})["value"], "10.5");
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"负荷计算.xlsx"});
+}
+
+TEST(WorkbookFile, EmptyListsGiveHeadersTotalRowAndTransformerHeaders) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    WriteWorkbook(folder / "e.xlsx", loads, transformers, {L"0", L"0", L"0", L"0", L"0", L"0"});
+    const json workbook = ReadBack("xlsx", folder / "e.xlsx");
+    ASSERT_TRUE(workbook.is_object());
+    const CellMap cells = Cells(workbook);
+    ExpectRow(cells, 1, Row(kLoadTitles));
+    ExpectRow(cells, 3,
+              {std::nullopt, L"总计", std::nullopt, std::nullopt, L"0", std::nullopt, std::nullopt,
+               L"0", L"0", L"0", L"0", L"0", std::nullopt});
+    ExpectRow(cells, 5, Row(kTransformerTitles));
+    EXPECT_EQ(cells.size(), 13u + 13u + 16u);
+    EXPECT_EQ(workbook["number_as_text_ignored"], json::array({"A1:P5"}));
+}
+
+TEST(WorkbookFile, TheWrittenWorkbookGoesToTheOpenerAndAFailingOpenerGivesTheMessage) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    MakeDocument(1, 1, loads, transformers);
+    const auto path = folder / "x.xlsx";
+
+    Messages messages;
+    FakeOpener opens(true);
+    EXPECT_EQ(
+        ExportWorkbook(loads, transformers, DistinctTotals(), {path, true, true}, messages, opens),
+        1);
+    EXPECT_EQ(opens.opened, std::vector<std::filesystem::path>{path});
+    EXPECT_TRUE(messages.shown.empty());
+
+    FakeOpener fails(false);
+    EXPECT_EQ(
+        ExportWorkbook(loads, transformers, DistinctTotals(), {path, true, true}, messages, fails),
+        0);
+    EXPECT_EQ(messages.shown,
+              std::vector<std::wstring>{L"不能打开Excel，可能是因为没有安装Excel!"});
+    EXPECT_TRUE(std::filesystem::is_regular_file(path));
+
+    FakeOpener unused(true);
+    messages.shown.clear();
+    EXPECT_EQ(ExportWorkbook(loads, transformers, DistinctTotals(), {path, true, false}, messages,
+                             unused),
+              1);
+    EXPECT_TRUE(unused.opened.empty());
+    EXPECT_TRUE(messages.shown.empty());
+}
+
+TEST(WorkbookFile, AnUncreatableFileIsReportedByNameAndLeavesNothingBehind) {
+    TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    MakeDocument(1, 1, loads, transformers);
+    const auto path = folder / "missing" / "x.xlsx";
+    Messages messages;
+    FakeOpener opener(true);
+    EXPECT_EQ(
+        ExportWorkbook(loads, transformers, DistinctTotals(), {path, true, true}, messages, opener),
+        1);
+    ASSERT_EQ(messages.shown.size(), 1u);
+    const std::string message = ToUtf8(messages.shown[0]);
+    EXPECT_NE(message.find(path.string()), std::string::npos) << message;
+    EXPECT_NE(message.find("Error creating output xlsx file"), std::string::npos) << message;
+    EXPECT_TRUE(opener.opened.empty());
+    EXPECT_TRUE(folder.Entries().empty());
+
+    try {
+        WriteWorkbook(path, loads, transformers, DistinctTotals());
+        ADD_FAILURE() << "no error";
+    } catch (const OutputError& e) {
+        EXPECT_EQ(e.GetKind(), OutputError::Kind::Write);
+    }
+}
+
+TEST(WorkbookFile, ARefusedCellKeepsThePreviousFileAndLeavesNoTemporaryFile) {
+    TempFolder folder;
+    const auto path = folder / "x.xlsx";
+    std::ofstream(path) << "previous";
+    CLoadArray loads;
+    CTransformerArray transformers;
+    MakeDocument(2, 1, loads, transformers);
+    loads[1].m_strEquipName.assign(40000, L'长');
+    Messages messages;
+    FakeOpener opener(true);
+    EXPECT_EQ(
+        ExportWorkbook(loads, transformers, DistinctTotals(), {path, true, true}, messages, opener),
+        1);
+    ASSERT_EQ(messages.shown.size(), 1u);
+    const std::string message = ToUtf8(messages.shown[0]);
+    EXPECT_EQ(message.rfind("COleDispatchException. SCODE: ", 0), 0u) << message;
+    EXPECT_NE(message.find("32,767"), std::string::npos) << message;
+    EXPECT_EQ(ReadFile(path), "previous");
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"x.xlsx"});
+    EXPECT_TRUE(opener.opened.empty());
+}
+
+TEST(WorkbookFile, ReplacingCanBeRefusedAndAFolderIsNeverReplaced) {
+    TempFolder folder;
+    const auto path = folder / "x.xlsx";
+    std::ofstream(path) << "previous";
+    CLoadArray loads;
+    CTransformerArray transformers;
+    try {
+        WriteWorkbook(path, loads, transformers, DistinctTotals(), false);
+        ADD_FAILURE() << "no error";
+    } catch (const OutputError& e) {
+        EXPECT_EQ(e.GetKind(), OutputError::Kind::FileExists);
+    }
+    EXPECT_EQ(ReadFile(path), "previous");
+
+    const auto dir = folder / "d.xlsx";
+    std::filesystem::create_directory(dir);
+    EXPECT_THROW(WriteWorkbook(dir, loads, transformers, DistinctTotals()), OutputError);
+    EXPECT_TRUE(std::filesystem::is_directory(dir));
+    EXPECT_EQ(folder.Entries(), (std::vector<std::string>{"d.xlsx", "x.xlsx"}));
+}
+
+TEST(XlsxWorkbook, RefusesWhatASpreadsheetWouldRefuse) {
+    TempFolder folder;
+    CXlsxWorkbook workbook(folder / "x.xlsx");
+    EXPECT_TRUE(workbook.CreateDispatch(kSpreadsheetProgId));
+    EXPECT_THROW(workbook.GetRange("A1", "A1"), OutputError);
+    workbook.WorkbooksAdd();
+    const auto kindOf = [](auto&& call) {
+        try {
+            call();
+        } catch (const OutputError& e) {
+            return e.GetKind();
+        }
+        return OutputError::Kind::BadArgument;
+    };
+    EXPECT_EQ(kindOf([&] { workbook.WorksheetsGetItem(2); }), OutputError::Kind::CallFailed);
+    workbook.WorksheetsGetItem(1);
+    EXPECT_EQ(kindOf([&] { workbook.GetRange("A1", "B2"); }), OutputError::Kind::CallFailed);
+    EXPECT_EQ(kindOf([&] { workbook.GetRange("a1", "a1"); }), OutputError::Kind::CallFailed);
+    EXPECT_EQ(kindOf([&] { workbook.GetRange("A1048577", "A1048577"); }),
+              OutputError::Kind::CallFailed);
+    workbook.GetRange("A1048576", "A1048576");
+    EXPECT_EQ(kindOf([&] { workbook.SetHorizontalAlignment(12345); }),
+              OutputError::Kind::CallFailed);
+    workbook.SetHorizontalAlignment(kAlignCenter);
+    workbook.Release();
+    EXPECT_TRUE(workbook.Written());
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"x.xlsx"});
+}
+
+TEST(DesktopOpener, SucceedsOnlyWhenTheLauncherStartsAndSucceeds) {
+    EXPECT_TRUE(CDesktopOpener("/bin/true").Open("/nonexistent.xlsx"));
+    EXPECT_FALSE(CDesktopOpener("/bin/false").Open("/nonexistent.xlsx"));
+    EXPECT_FALSE(CDesktopOpener("/nonexistent/launcher").Open("/nonexistent.xlsx"));
+
+    // A launcher still running after the wait has started its application.
+    TempFolder folder;
+    const auto script = folder / "slow-launcher";
+    std::ofstream(script) << "#!/bin/sh\nsleep 0.3\nexit 3\n";
+    ::chmod(script.c_str(), 0755);
+    EXPECT_TRUE(CDesktopOpener(script.string(), std::chrono::milliseconds(50)).Open("/x.xlsx"));
+}
