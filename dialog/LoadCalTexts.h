@@ -6,9 +6,9 @@
 
 namespace loadcal::texts {
 
-/// Every text the calculation dialog shows, in one place. The recent-files
-/// placeholder and entry format belong to the list and stand in
-/// document/RecentFiles.h.
+/// Every text the calculation dialog shows, in one place. The column titles
+/// are those of the calculation tables (model/Columns.h); the recent-files
+/// placeholder and entry format belong to the list (document/RecentFiles.h).
 
 // Window title: kTitle + kTitleOpen + path (or kUntitled) + kTitleClose.
 inline constexpr std::wstring_view kTitle = L"需要系数法负荷计算";
@@ -19,21 +19,6 @@ inline constexpr std::wstring_view kUntitled = L"未命名";
 /// Caption of the boxes the application shows without a caption of its own
 /// (the application's name, as an application message box shows it).
 inline constexpr std::wstring_view kApplicationName = L"loadcal";
-
-// Load grid column titles, columns 0 to 13.
-inline constexpr std::array<std::wstring_view, 14> kLoadColumnTitles = {
-    L"",           L"回路编号",     L"设备编号",     L"设备名称",         L"相位",
-    L"额定容量(kW)", L"工作电压(kV)", L"需要系数(K)", L"功率因数(cos(φ))", L"计算有功(kW)",
-    L"计算无功(kVar)", L"视在功率(kVA)", L"计算电流(A)", L"归属变压器",
-};
-
-// Transformer grid column titles, columns 0 to 16.
-inline constexpr std::array<std::wstring_view, 17> kTransformerColumnTitles = {
-    L"",              L"变压器名称",     L"额定容量(kVA)",  L"实际负载率%",   L"预计负荷率%",
-    L"同时系数(Kp)",   L"同时系数(Kq)",   L"计算有功(kW)",   L"计算无功(kVar)", L"视在功率(kVA)",
-    L"计算电流(A)",    L"有功补偿系数α",  L"无功补偿系数β",  L"补偿前功率因数", L"补偿后功率因数",
-    L"补偿容量",       L"实际补偿容量",
-};
 
 /// Label of the load grid's total row (column 2).
 inline constexpr std::wstring_view kTotalLabel = L"总计:";

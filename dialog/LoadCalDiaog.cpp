@@ -1,0 +1,401 @@
+// Construction, start-up, layout, the command table and the document
+// lifecycle of the calculation dialog.
+#include "dialog/LoadCalDiaog.h"
+
+#include <filesystem>
+#include <stdexcept>
+#include <system_error>
+
+#include "dialog/LoadCalResources.h"
+#include "dialog/LoadCalTexts.h"
+#include "document/Archive.h"
+#include "document/AtomicFile.h"
+#include "document/InterDpData.h"
+
+namespace loadcal {
+
+CLoadCalDiaog::CLoadCalDiaog(std::wstring settingsPath)
+    : m_pChoiceWindow(std::make_unique<CChoiceWindow>()), m_recentFiles(std::move(settingsPath))
+{
+    m_recentFiles.LoadList();
+    for (std::wstring_view phase : kPhaseTexts) {
+        m_arrPhase.Add(std::wstring(phase));
+    }
+    m_menuBar = std::move(*res::LoadMenu(res::IDR_MENU_MAIN));
+}
+
+CLoadCalDiaog::~CLoadCalDiaog()
+{
+    m_pIdpData.reset();
+    m_pChoiceWindow.reset();
+}
+
+ILoadCalUi& CLoadCalDiaog::Ui() const
+{
+    if (!m_pUi) {
+        throw std::logic_error("CLoadCalDiaog: no window attached (SetUi)");
+    }
+    return *m_pUi;
+}
+
+int CLoadCalDiaog::MessageBox(std::wstring_view text, std::wstring_view caption, unsigned style)
+{
+    return Ui().MessageBox(std::wstring(text), std::wstring(caption), style);
+}
+
+void CLoadCalDiaog::EndDialog(int result)
+{
+    m_nEndResult = result;
+    Ui().EndDialog(result);
+}
+
+CFileDialogSpec CLoadCalDiaog::FileDialogSpec() const
+{
+    CFileDialogSpec spec;
+    spec.filter = texts::kArchiveFilter;
+    spec.defaultExtension = texts::kArchiveExtension;
+    return spec;
+}
+
+// ---- Window life and layout ----
+
+void CLoadCalDiaog::OnCreate(int width, int height)
+{
+    m_nMinTrackWidth = width;
+    m_nMinTrackHeight = height;
+}
+
+int CLoadCalDiaog::OnInitDialog()
+{
+    m_nGenerations = 1000;
+
+    CreateGrids();
+
+    Ui().ResizeWindow(m_nMinTrackWidth, m_nMinTrackHeight);
+
+    m_bModified = 0;
+    m_nOutputMode = 0;
+    m_bLoadCut = 0;
+    m_arrCutLoadRows.RemoveAll();
+    m_bTransformerCut = 0;
+    m_arrCutTransformerRows.RemoveAll();
+    m_arrLoad.RemoveAll();
+    m_arrTransformer.RemoveAll();
+
+    if (m_recentFiles.GetSize() > 0 && FileExists(m_recentFiles.GetAt(0))) {
+        OpenExistingFile(std::wstring(m_recentFiles.GetAt(0)));
+    } else {
+        LoadDocument();
+        SetDocumentTitle();
+    }
+
+    Ui().CenterWindow();
+    return 1;
+}
+
+CMinMaxInfo CLoadCalDiaog::OnGetMinMaxInfo(int maximizedWidth, int maximizedHeight) const
+{
+    return {m_nMinTrackWidth, m_nMinTrackHeight, maximizedWidth, maximizedHeight};
+}
+
+CGridLayout CLoadCalDiaog::OnSize(const CRect& windowInClient, const CRect& loadFrame,
+                                  const CRect& transformerFrame)
+{
+    return LayoutGrids(windowInClient, loadFrame, transformerFrame);
+}
+
+void CLoadCalDiaog::OnInitMenuPopup(CMenuModel& popup, bool bSystemMenu)
+{
+    popup.EnableAllItems();
+    if (!bSystemMenu && &popup == m_menuBar.GetSubMenu(0)) {
+        m_recentFiles.UpdateMenu(popup, 5);
+    }
+}
+
+std::optional<std::wstring> CLoadCalDiaog::OnToolTipText(unsigned id) const
+{
+    return res::LoadString(id);
+}
+
+bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
+{
+    switch (id) {
+        case res::ID_FILE_NEW:
+        case res::ID_FILE_OPEN:
+        case res::ID_ABOUT:
+        case res::ID_FILE_EXIT:
+        case res::ID_FILE_SAVE:
+        case res::ID_FILE_SAVE_AS:
+        case res::ID_OUTPUT_DRAWING:
+        case res::ID_OUTPUT_EXCEL:
+            return true;
+        default:
+            return false;
+    }
+}
+
+// ---- Commands ----
+
+bool CLoadCalDiaog::OnCommand(unsigned id)
+{
+    if (id >= CLoadCalRecentFiles::kFirstCommandId && id <= CLoadCalRecentFiles::kLastCommandId) {
+        OnRecentFile(id);
+        return true;
+    }
+    switch (id) {
+        case res::ID_FILE_NEW: OnFileNew(); return true;
+        case res::ID_FILE_OPEN: OnFileOpen(); return true;
+        case res::ID_FILE_SAVE: OnFileSave(); return true;
+        case res::ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
+        case res::ID_FILE_EXIT: OnFileExit(); return true;
+        case res::ID_FILE_RECENT: return true;
+        case res::ID_OUTPUT_DRAWING: OnOutputDrawing(); return true;
+        case res::ID_OUTPUT_EXCEL: OnOutputExcel(); return true;
+        case res::ID_ABOUT: OnAbout(); return true;
+        case static_cast<unsigned>(IDCANCEL): OnCancel(); return true;
+        case res::ID_LOAD_CUT: OnCutRows(GridId::Load); return true;
+        case res::ID_LOAD_COPY: OnCopyRows(GridId::Load); return true;
+        case res::ID_LOAD_PASTE: OnPasteRows(GridId::Load); return true;
+        case res::ID_LOAD_DELETE: OnDeleteRows(GridId::Load); return true;
+        case res::ID_TRANSFORMER_CUT: OnCutRows(GridId::Transformer); return true;
+        case res::ID_TRANSFORMER_COPY: OnCopyRows(GridId::Transformer); return true;
+        case res::ID_TRANSFORMER_PASTE: OnPasteRows(GridId::Transformer); return true;
+        case res::ID_TRANSFORMER_DELETE: OnDeleteRows(GridId::Transformer); return true;
+        default: return false;
+    }
+}
+
+void CLoadCalDiaog::OnAbout() { Ui().ShowAboutBox(); }
+
+KeyDisposition CLoadCalDiaog::PreTranslateKeyDown(DialogKey key)
+{
+    switch (key) {
+        case DialogKey::Enter:
+            return KeyDisposition::DispatchToFocus;
+        case DialogKey::Escape:
+            if (PromptSaveDocument() == IDCANCEL) {
+                return KeyDisposition::DispatchToFocus;
+            }
+            // The dialog manager turns Escape into Cancel, which asks again
+            // while the document is still modified (after a No).
+            OnCancel();
+            return KeyDisposition::Handled;
+        case DialogKey::Other:
+            break;
+    }
+    return KeyDisposition::Default;
+}
+
+// ---- Document lifecycle ----
+
+bool CLoadCalDiaog::FileExists(const std::wstring& path)
+{
+    std::error_code ec;
+    return !path.empty() && std::filesystem::exists(ToFsPath(path), ec);
+}
+
+void CLoadCalDiaog::SetTitle(const std::wstring& title)
+{
+    m_strTitle = title;
+    if (m_pUi) {
+        m_pUi->SetWindowText(title);
+    }
+}
+
+void CLoadCalDiaog::SetDocumentTitle()
+{
+    std::wstring title(texts::kTitle);
+    title += texts::kTitleOpen;
+    title += m_strFilePath.empty() ? std::wstring(texts::kUntitled) : m_strFilePath;
+    title += texts::kTitleClose;
+    SetTitle(title);
+}
+
+void CLoadCalDiaog::AddRecentFile(const std::wstring& path)
+{
+    if (path.empty()) {
+        return;
+    }
+    m_recentFiles.AddFile(path);
+    m_recentFiles.SaveList();
+}
+
+void CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
+{
+    m_strFilePath = path;
+    m_pIdpData = std::make_unique<CInterDpData>();
+    // An unreadable file gives an empty or partial tree; nothing is reported.
+    m_pIdpData->ReadDataFromIdpFile(m_strFilePath);
+    m_bModified = 0;
+    AddRecentFile(path);
+    LoadDocument();
+    SetDocumentTitle();
+}
+
+int CLoadCalDiaog::SaveDocument()
+{
+    if (m_strFilePath.empty()) {
+        return 0;
+    }
+    if (!m_pIdpData) {
+        m_pIdpData = std::make_unique<CInterDpData>();
+    }
+    m_pIdpData->ClearDataFromMemory();
+    StoreRecords(*m_pIdpData, m_arrLoad, m_arrTransformer);
+    // A failed write is not reported: the save counts as done.
+    m_pIdpData->WriteDataToIdpFile(m_strFilePath);
+    m_bModified = 0;
+    return 1;
+}
+
+int CLoadCalDiaog::PromptSaveDocument()
+{
+    if (m_bModified == 0) {
+        return IDYES;
+    }
+    const int answer =
+        MessageBox(texts::kSaveQuestion, texts::kSaveCaption, MB_YESNOCANCEL | MB_ICONQUESTION);
+    if (answer == IDNO) {
+        return IDNO;
+    }
+    if (answer != IDYES) {
+        return IDCANCEL;
+    }
+    if (!m_strFilePath.empty()) {
+        SaveDocument();
+        return IDYES;
+    }
+    std::optional<std::wstring> path = Ui().SaveFileDialog(FileDialogSpec());
+    if (!path) {
+        return IDCANCEL;
+    }
+    // Title and recent list are deliberately left as they are here.
+    m_strFilePath = *path;
+    SaveDocument();
+    return IDYES;
+}
+
+void CLoadCalDiaog::OnFileNew()
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    m_pIdpData.reset();
+    m_bModified = 0;
+    m_strFilePath.clear();
+    LoadDocument();
+    SetDocumentTitle();
+}
+
+void CLoadCalDiaog::OnFileOpen()
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    std::optional<std::wstring> path = Ui().OpenFileDialog(FileDialogSpec());
+    if (!path) {
+        return;
+    }
+    if (FileExists(*path)) {
+        OpenExistingFile(*path);
+        return;
+    }
+    if (MessageBox(texts::FormatText(texts::kCreateQuestionFormat, *path), texts::kApplicationName,
+                   MB_OKCANCEL | MB_ICONINFORMATION) != IDOK) {
+        return;
+    }
+    // The file itself is written by the first save.
+    m_strFilePath = *path;
+    m_pIdpData.reset();
+    m_bModified = 0;
+    AddRecentFile(*path);
+    LoadDocument();
+    SetDocumentTitle();
+}
+
+void CLoadCalDiaog::OnFileSave()
+{
+    if (m_strFilePath.empty()) {
+        OnFileSaveAs();
+        return;
+    }
+    m_bModified = 0;
+    SaveDocument();
+}
+
+void CLoadCalDiaog::OnFileSaveAs()
+{
+    std::optional<std::wstring> path = Ui().SaveFileDialog(FileDialogSpec());
+    if (!path) {
+        return;
+    }
+    m_strFilePath = *path;
+    SaveDocument();
+    AddRecentFile(*path);
+    SetDocumentTitle();
+}
+
+void CLoadCalDiaog::OnRecentFile(unsigned id)
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    // An id beyond the list is an invalid index (CInvalidArgException).
+    const std::wstring path =
+        m_recentFiles.GetAt(static_cast<int>(id - CLoadCalRecentFiles::kFirstCommandId));
+    if (!FileExists(path)) {
+        // The entry stays in the list.
+        MessageBox(texts::kRecentFileMissing, texts::kApplicationName, MB_OK);
+        return;
+    }
+    OpenExistingFile(path);
+}
+
+void CLoadCalDiaog::OnFileExit()
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    EndDialog(IDOK);
+}
+
+void CLoadCalDiaog::OnOutputDrawing()
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    m_nOutputMode = 1;
+    EndDialog(IDOK);
+}
+
+void CLoadCalDiaog::OnOutputExcel()
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    m_nOutputMode = 2;
+    EndDialog(IDOK);
+}
+
+void CLoadCalDiaog::OnCancel()
+{
+    if (PromptSaveDocument() == IDCANCEL) {
+        return;
+    }
+    EndDialog(IDCANCEL);
+}
+
+// ---- Phase balancing host ----
+
+void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
+{
+    m_gridLoad.SetItemText(record + 1, 4, phase);
+    m_gridLoad.RedrawCell(record + 1, 4);
+}
+
+void CLoadCalDiaog::ShowReport(const std::wstring& report)
+{
+    MessageBox(report, texts::kApplicationName, MB_OK);
+}
+
+}  // namespace loadcal

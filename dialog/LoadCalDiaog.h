@@ -1,0 +1,260 @@
+#pragma once
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "balancing/PhaseBalanceHost.h"
+#include "dialog/ChoiceWindow.h"
+#include "dialog/Geometry.h"
+#include "dialog/GridCtrl.h"
+#include "dialog/LoadCalUi.h"
+#include "dialog/MenuModel.h"
+#include "document/RecentFiles.h"
+#include "model/Columns.h"
+#include "model/Records.h"
+
+namespace loadcal {
+
+class CInterDpData;
+
+/// The two grids of the dialog.
+enum class GridId {
+    Load = 101,         ///< control 101: one row per load circuit
+    Transformer = 102,  ///< control 102: one row per transformer
+};
+
+/// Keys the dialog looks at before they are dispatched.
+enum class DialogKey { Enter, Escape, Other };
+
+/// What the window does with a key after PreTranslateKeyDown.
+enum class KeyDisposition {
+    DispatchToFocus,  ///< give it to the focused control (the grid or its editor)
+    Default,          ///< the window's normal handling
+    Handled,          ///< done; drop it
+};
+
+/// The demand-factor calculation dialog without its window: it owns the open
+/// document (the two record arrays, the data tree of its archive, path and
+/// modified flag), both grids, the menu bar, the row clipboards, the
+/// recent-files list and the phase-balancing search object, and holds every
+/// rule of editing, row operations and the document lifecycle. It talks to the
+/// user only through ILoadCalUi, which the window implements (borrowed; set
+/// before OnInitDialog). The window forwards every user action to the
+/// operations below and shows the grids through their listeners.
+///
+/// Row r of a grid shows array element r - 1. The load grid has n + 4 rows
+/// (titles, n circuits, entry row, grey separator, total row); the
+/// transformer grid m + 2 (titles, m transformers, entry row).
+class CLoadCalDiaog : public IPhaseBalanceHost {
+public:
+    /// Cell formats of the grids.
+    static constexpr unsigned kTitleFormat = DT_CENTER | DT_WORDBREAK;
+    static constexpr unsigned kDataFormat = DT_CENTER | DT_VCENTER | DT_SINGLELINE;
+    /// Background of computed and total cells, and of the separator row.
+    static constexpr COLORREF kComputedColour = RGB(255, 255, 128);
+    static constexpr COLORREF kSeparatorColour = RGB(180, 180, 180);
+    /// Text colour of rows marked by Cut.
+    static constexpr COLORREF kCutTextColour = RGB(0, 0, 0);
+    /// The grid colour the set-up changes: the title cells' background.
+    static constexpr COLORREF kFixedColour = RGB(255, 255, 224);
+    static constexpr int kHeaderColumnWidth = 10;  ///< pixels, column 0 of both grids
+
+    /// Loads the recent-files list from the settings file at settingsPath.
+    explicit CLoadCalDiaog(std::wstring settingsPath = CLoadCalRecentFiles::DefaultSettingsPath());
+    ~CLoadCalDiaog() override;
+    CLoadCalDiaog(const CLoadCalDiaog&) = delete;
+    CLoadCalDiaog& operator=(const CLoadCalDiaog&) = delete;
+
+    /// The window that shows the dialog (borrowed).
+    void SetUi(ILoadCalUi* ui) { m_pUi = ui; }
+
+    // Window life and layout.
+    /// WM_CREATE: the created size becomes the minimum tracking size.
+    void OnCreate(int width, int height);
+    /// Sets up search object, grids and the start-up document; returns 1.
+    int OnInitDialog();
+    /// WM_GETMINMAXINFO: minimum = the created size, maximum = the screen's
+    /// maximised window size.
+    CMinMaxInfo OnGetMinMaxInfo(int maximizedWidth, int maximizedHeight) const;
+    /// WM_SIZE: where the two grids go (see LayoutGrids).
+    static CGridLayout OnSize(const CRect& windowInClient, const CRect& loadFrame,
+                              const CRect& transformerFrame);
+    /// WM_INITMENUPOPUP: enables every item of the opening popup; the File
+    /// menu (first drop-down of the menu bar) gets its recent-file entries.
+    void OnInitMenuPopup(CMenuModel& popup, bool bSystemMenu);
+    /// Tool-tip text of a command id (TTN_GETDISPINFOW), from the string table.
+    std::optional<std::wstring> OnToolTipText(unsigned id) const;
+    /// Update-UI state of a command: every command of the dialog is enabled.
+    bool IsCommandEnabled(unsigned id) const;
+
+    // Commands.
+    /// WM_COMMAND, and the recent-file entries 4000 to 4004 (WindowProc).
+    /// Returns false for an id that is not a command of the dialog.
+    bool OnCommand(unsigned id);
+    void OnFileNew();
+    void OnFileOpen();
+    void OnFileSave();
+    void OnFileSaveAs();
+    void OnFileExit();
+    void OnOutputDrawing();
+    void OnOutputExcel();
+    /// Cancel button, close box, and Escape once it got past its own question.
+    void OnCancel();
+    void OnAbout();
+    /// Opens recent entry id - 4000 (ids 4000 to 4004).
+    void OnRecentFile(unsigned id);
+    void OnCutRows(GridId grid);
+    void OnCopyRows(GridId grid);
+    void OnPasteRows(GridId grid);
+    void OnDeleteRows(GridId grid);
+
+    /// Key-down messages before dispatch: Enter goes to the focused control
+    /// (it ends an in-place edit and never closes the dialog); Escape asks the
+    /// save question and, unless cancelled, runs OnCancel, which asks again
+    /// while the document is still modified.
+    KeyDisposition PreTranslateKeyDown(DialogKey key);
+
+    // Grid notifications.
+    /// End of an in-place edit: the cell takes the text, then the edit rules
+    /// of that grid run.
+    void OnEndEdit(GridId grid, int row, int col, const std::wstring& text);
+    /// NM_CLICK: the grid makes the cell its focus cell and selects it; on the
+    /// load grid the phase column becomes a drop-down list and the owner
+    /// column opens the transformer choice list.
+    void OnGridClick(GridId grid, int row, int col);
+    /// NM_RCLICK: the context menu of the grid where rows and columns allow
+    /// it; the chosen command is carried out.
+    void OnGridRightClick(GridId grid, int row, int col);
+    /// WM_USER + 10: the choice list reports the marked names (list order);
+    /// they are stored, joined by ",", in the load grid's focus row. Returns 1.
+    int OnChoiceReport(const std::vector<std::wstring>& names);
+
+    // Document.
+    /// Asks whether to save a modified document: IDYES, IDNO or IDCANCEL;
+    /// callers go on unless IDCANCEL.
+    int PromptSaveDocument();
+    /// Records to tree to file; 0 when there is no path, else 1.
+    int SaveDocument();
+    /// Tree to records and grids (an absent tree gives the empty document); 1.
+    int LoadDocument();
+    /// Puts a non-empty path at the head of the recent list and saves the list.
+    void AddRecentFile(const std::wstring& path);
+
+    // Operations on records and grids.
+    /// Recalculates circuit i, shows its four results and refreshes the totals.
+    void RecalculateRow(int i);
+    /// Recalculates the transformer with this name (no case) and shows it.
+    void RecalculateTransformer(const std::wstring& name);
+    /// Replaces a transformer name in every circuit's owner list (an empty
+    /// new name removes it).
+    void ReplaceTransformerInCircuits(const std::wstring& oldName, const std::wstring& newName);
+    /// Black text on the rows marked by Cut while the clipboard holds them,
+    /// the default colour otherwise.
+    void MarkCutRows(GridId grid);
+    /// Shows the first drop-down of context-menu resource menuId at the
+    /// cursor and carries out the chosen command; a missing resource or
+    /// drop-down, or a menu that cannot be shown, is reported in a box.
+    void TrackContextMenu(int menuId);
+
+    // IPhaseBalanceHost.
+    std::wstring GetTitle() const override { return m_strTitle; }
+    void SetTitle(const std::wstring& title) override;
+    void SetPhaseCell(int record, const std::wstring& phase) override;
+    /// The report in a message box with OK only, under the application's name.
+    void ShowReport(const std::wstring& report) override;
+    /// Recomputes one cell of the total row and marks the document modified.
+    void RefreshTotalCell(int column) override;
+    void RecalculateAllTransformers() override;
+    void RefreshLoadGrid() override { m_gridLoad.Refresh(); }
+
+    // State, for the window, the command that runs the dialog, and tests.
+    CGridCtrl& GetGrid(GridId grid) { return grid == GridId::Load ? m_gridLoad : m_gridTransformer; }
+    const CGridCtrl& GetGrid(GridId grid) const
+    {
+        return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
+    }
+    const CLoadArray& GetLoads() const { return m_arrLoad; }
+    const CTransformerArray& GetTransformers() const { return m_arrTransformer; }
+    const std::wstring& GetFilePath() const { return m_strFilePath; }
+    bool IsModified() const { return m_bModified != 0; }
+    /// 0 none, 1 draw into the drawing, 2 export to Excel.
+    int GetOutputMode() const { return m_nOutputMode; }
+    /// The code the dialog ended with, or nothing while it runs.
+    std::optional<int> GetEndResult() const { return m_nEndResult; }
+    CMenuModel& GetMenuBar() { return m_menuBar; }
+    const CLoadCalRecentFiles& GetRecentFiles() const { return m_recentFiles; }
+    const CInterDpData* GetDataStore() const { return m_pIdpData.get(); }
+    const CLoadArray& GetLoadClipboard() const { return m_arrClipLoad; }
+    const CTransformerArray& GetTransformerClipboard() const { return m_arrClipTransformer; }
+    bool IsCut(GridId grid) const;
+    const CArray<int>& GetCutRows(GridId grid) const;
+    const CStringArray& GetPhaseList() const { return m_arrPhase; }
+    const CChoiceWindow& GetChoiceWindow() const { return *m_pChoiceWindow; }
+    int GetGenerations() const { return m_nGenerations; }
+    int GetMinTrackWidth() const { return m_nMinTrackWidth; }
+    int GetMinTrackHeight() const { return m_nMinTrackHeight; }
+
+private:
+    ILoadCalUi& Ui() const;
+    int MessageBox(std::wstring_view text, std::wstring_view caption, unsigned style);
+    void EndDialog(int result);
+    CFileDialogSpec FileDialogSpec() const;
+    void SetDocumentTitle();
+    void OpenExistingFile(const std::wstring& path);
+    static bool FileExists(const std::wstring& path);
+
+    /// Both grids with their titles: 14 and 17 columns, one fixed row and column.
+    void CreateGrids();
+    template <size_t N>
+    void CreateGrid(CGridCtrl& grid, const std::array<TableColumn, N>& columns);
+    void FillLoadRow(int row, const CLoadCalData& record);
+    void FillLoadEntryRow(int row, const std::wstring& voltage, const std::wstring& demandFactor,
+                          const std::wstring& powerFactor);
+    void FillTransformerRow(int row, const CTransformerCalData& record);
+    void FillTransformerEntryRow(int row);
+    void ShowTransformerResults(int index);
+
+    void SetLoadField(int i, int k, const std::wstring& text);
+    void SetTransformerField(int i, int k, const std::wstring& text);
+    bool IsLoadEmpty(int i) const;
+    bool IsTransformerEmpty(int i) const;
+    void OnEndEditLoad(int row, int col);
+    void OnEndEditTransformer(int row, int col);
+    void ShowPhaseCombo(int row, int col);
+    void ShowChoiceList(int row, int col);
+
+    std::vector<int> SelectedRows(GridId grid) const;
+    void RefreshTotals();
+
+    CGridCtrl m_gridLoad;
+    CGridCtrl m_gridTransformer;
+    std::unique_ptr<CInterDpData> m_pIdpData;
+    std::wstring m_strFilePath;
+    int m_bModified = 0;
+    CLoadArray m_arrLoad;
+    CTransformerArray m_arrTransformer;
+    int m_nOutputMode = 0;
+    CBtnDataBase m_btnDataBase;
+    int m_nGenerations = 1000;
+    int m_nMinTrackWidth = 500;
+    int m_nMinTrackHeight = 320;
+    std::unique_ptr<CChoiceWindow> m_pChoiceWindow;
+    CLoadCalRecentFiles m_recentFiles;
+    CLoadArray m_arrClipLoad;
+    CTransformerArray m_arrClipTransformer;
+    int m_bLoadCut = 0;
+    CArray<int> m_arrCutLoadRows;
+    int m_bTransformerCut = 0;
+    CArray<int> m_arrCutTransformerRows;
+    CStringArray m_arrPhase;
+
+    ILoadCalUi* m_pUi = nullptr;
+    std::wstring m_strTitle;
+    CMenuModel m_menuBar;
+    std::optional<int> m_nEndResult;
+};
+
+}  // namespace loadcal

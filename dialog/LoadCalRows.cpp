@@ -1,0 +1,308 @@
+// Cut, copy, paste and delete of whole rows, with the two row clipboards and
+// the deferred removal of cut rows.
+#include <algorithm>
+
+#include "dialog/LoadCalDiaog.h"
+
+namespace loadcal {
+namespace {
+
+/// One grid with its records, clipboard and cut state, so that the row
+/// commands are written once for both grids.
+template <class Record>
+struct RowSide {
+    CGridCtrl& grid;
+    CArray<Record>& records;
+    CArray<Record>& clipboard;
+    int& cutFlag;
+    CArray<int>& cutRows;
+};
+
+int IndexOf(const CArray<int>& rows, int row)
+{
+    for (int j = 0; j < rows.GetSize(); ++j) {
+        if (rows[j] == row) {
+            return j;
+        }
+    }
+    return -1;
+}
+
+template <class Record>
+void Cut(RowSide<Record> side, const std::vector<int>& rows)
+{
+    side.clipboard.RemoveAll();
+    side.cutRows.RemoveAll();
+    for (int r : rows) {
+        side.clipboard.Add(side.records[r - 1]);
+        side.cutRows.Add(r);
+    }
+    side.cutFlag = 1;
+}
+
+template <class Record>
+void Copy(RowSide<Record> side, const std::vector<int>& rows)
+{
+    // The cut-row list is kept: Copy only unmarks those rows.
+    side.clipboard.RemoveAll();
+    for (int r : rows) {
+        side.clipboard.Add(side.records[r - 1]);
+    }
+    side.cutFlag = 0;
+}
+
+/// Carries out a pending Cut before a paste at row r and returns the target
+/// row as it stands afterwards, or nothing when the target moved out of
+/// bounds (then nothing changed).
+template <class Record, class Bound, class Mark>
+std::optional<int> RemoveCutRows(RowSide<Record> side, int r, Bound inBounds, Mark mark)
+{
+    // A row that is itself being moved cannot be the target.
+    while (IndexOf(side.cutRows, r) >= 0) {
+        --r;
+    }
+    if (!inBounds(r)) {
+        return std::nullopt;
+    }
+    mark();
+    for (int j = 0; j < side.cutRows.GetSize(); ++j) {
+        const int row = side.cutRows[j];
+        if (row < r) {
+            --r;
+        }
+        side.grid.DeleteRow(row);
+        side.records.RemoveAt(row - 1);
+        for (int k = j; k < side.cutRows.GetSize(); ++k) {
+            --side.cutRows[k];
+        }
+    }
+    side.cutRows.RemoveAll();
+    return r;
+}
+
+/// Inserts the clipboard's rows at row r and its records into the array.
+template <class Record, class Fill>
+void InsertClipboard(RowSide<Record> side, int r, Fill fill)
+{
+    const int height = side.grid.GetRowHeight(r);
+    const int k = side.clipboard.GetSize();
+    for (int i = 0; i < k; ++i) {
+        side.grid.InsertRow(L"", r);
+        side.grid.SetRowHeight(r, height);
+    }
+    for (int i = 0; i < k; ++i) {
+        fill(r + i, side.clipboard[i]);
+    }
+    // The paste asymmetry: a paste on the second-to-last data row shows the
+    // rows there but appends the records at the end of the array.
+    if (r == side.records.GetSize() - 1) {
+        side.records.Append(side.clipboard);
+    } else {
+        side.records.InsertAt(r - 1, side.clipboard);
+    }
+}
+
+}  // namespace
+
+std::vector<int> CLoadCalDiaog::SelectedRows(GridId grid) const
+{
+    const CGridCtrl& g = GetGrid(grid);
+    const int rows = g.GetRowCount();
+    // Load grid: circuit rows, columns 1 to 13. Transformer grid: transformer
+    // rows, columns 1 to 12 only (a selection in 13 to 16 selects no row).
+    const bool load = grid == GridId::Load;
+    const int minRows = load ? 5 : 3;
+    const int lastRow = load ? rows - 4 : rows - 2;
+    const int lastCol = load ? 13 : 12;
+    std::vector<int> selected;
+    if (rows < minRows) {
+        return selected;
+    }
+    for (int r = 1; r <= lastRow; ++r) {
+        for (int c = 1; c <= lastCol; ++c) {
+            if (g.IsCellSelected(r, c)) {
+                selected.push_back(r);
+                break;
+            }
+        }
+    }
+    return selected;
+}
+
+bool CLoadCalDiaog::IsCut(GridId grid) const
+{
+    return (grid == GridId::Load ? m_bLoadCut : m_bTransformerCut) != 0;
+}
+
+const CArray<int>& CLoadCalDiaog::GetCutRows(GridId grid) const
+{
+    return grid == GridId::Load ? m_arrCutLoadRows : m_arrCutTransformerRows;
+}
+
+void CLoadCalDiaog::MarkCutRows(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    CGridCtrl& g = GetGrid(grid);
+    const int clipSize = load ? m_arrClipLoad.GetSize() : m_arrClipTransformer.GetSize();
+    const bool cut = (load ? m_bLoadCut : m_bTransformerCut) != 0;
+    const COLORREF colour = clipSize > 0 && cut ? kCutTextColour : CLR_DEFAULT;
+    // Columns 0 to 13 on both grids: 14 to 16 of the transformer grid keep
+    // their colour.
+    for (int row : GetCutRows(grid)) {
+        for (int c = 0; c <= 13; ++c) {
+            g.SetItemFgColour(row, c, colour);
+        }
+    }
+}
+
+void CLoadCalDiaog::OnCutRows(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    if (m_gridLoad.GetRowCount() < 5 && load) {
+        return;
+    }
+    if (m_gridTransformer.GetRowCount() < 3 && !load) {
+        return;
+    }
+    const std::vector<int> rows = SelectedRows(grid);
+    if (load) {
+        Cut<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows}, rows);
+    } else {
+        Cut<CTransformerCalData>({m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
+                                  m_bTransformerCut, m_arrCutTransformerRows},
+                                 rows);
+    }
+    MarkCutRows(grid);
+}
+
+void CLoadCalDiaog::OnCopyRows(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    if (m_gridLoad.GetRowCount() < 5 && load) {
+        return;
+    }
+    if (m_gridTransformer.GetRowCount() < 3 && !load) {
+        return;
+    }
+    const std::vector<int> rows = SelectedRows(grid);
+    if (load) {
+        Copy<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows},
+                           rows);
+    } else {
+        Copy<CTransformerCalData>({m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
+                                   m_bTransformerCut, m_arrCutTransformerRows},
+                                  rows);
+    }
+    MarkCutRows(grid);
+}
+
+void CLoadCalDiaog::OnPasteRows(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    CGridCtrl& g = GetGrid(grid);
+    // Load grid: a circuit row or the entry row; transformer grid: a
+    // transformer row or the entry row.
+    auto inBounds = [&g, load](int row) {
+        return row >= 1 && row < (load ? g.GetRowCount() - 2 : g.GetRowCount());
+    };
+    int r = g.GetFocusCell().row;
+    const int clipSize = load ? m_arrClipLoad.GetSize() : m_arrClipTransformer.GetSize();
+    if (!inBounds(r) || clipSize < 1) {
+        return;
+    }
+    int& cutFlag = load ? m_bLoadCut : m_bTransformerCut;
+    const bool wasCut = cutFlag != 0;
+    auto mark = [this, grid] { MarkCutRows(grid); };
+
+    if (load) {
+        RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
+                                   m_arrCutLoadRows};
+        if (wasCut) {
+            const std::optional<int> target = RemoveCutRows(side, r, inBounds, mark);
+            if (!target) {
+                return;
+            }
+            r = *target;
+        }
+        const CCellRange selection = g.GetSelectedRange();
+        InsertClipboard(side, r, [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); });
+        if (wasCut) {
+            m_arrClipLoad.RemoveAll();
+            m_bLoadCut = 0;
+        }
+        g.Refresh();
+        g.SetSelectedRange(selection);
+        RefreshTotals();
+        RecalculateAllTransformers();
+    } else {
+        RowSide<CTransformerCalData> side{m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
+                                          m_bTransformerCut, m_arrCutTransformerRows};
+        if (wasCut) {
+            const std::optional<int> target = RemoveCutRows(side, r, inBounds, mark);
+            if (!target) {
+                return;
+            }
+            r = *target;
+        }
+        const CCellRange selection = g.GetSelectedRange();
+        InsertClipboard(side, r, [this](int row, const CTransformerCalData& rec) {
+            FillTransformerRow(row, rec);
+        });
+        if (wasCut) {
+            m_arrClipTransformer.RemoveAll();
+            m_bTransformerCut = 0;
+        }
+        g.Refresh();
+        g.SetSelectedRange(selection);
+    }
+    m_bModified = 1;
+}
+
+void CLoadCalDiaog::OnDeleteRows(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    CGridCtrl& g = GetGrid(grid);
+    if (g.GetRowCount() < (load ? 5 : 3)) {
+        return;
+    }
+    std::vector<int> rows = SelectedRows(grid);
+    CArray<int>& cutRows = load ? m_arrCutLoadRows : m_arrCutTransformerRows;
+    for (int row : rows) {
+        const int j = IndexOf(cutRows, row);
+        if (j >= 0) {
+            cutRows.RemoveAt(j);
+            if (load) {
+                m_arrClipLoad.RemoveAt(j);
+            } else {
+                m_arrClipTransformer.RemoveAt(j);
+            }
+        }
+    }
+    if (rows.empty()) {
+        return;
+    }
+    // The cut-row numbers that remain are not shifted.
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const int row = rows[i];
+        if (!load) {
+            ReplaceTransformerInCircuits(m_arrTransformer[row - 1].m_strName, L"");
+        }
+        g.DeleteRow(row);
+        if (load) {
+            m_arrLoad.RemoveAt(row - 1);
+        } else {
+            m_arrTransformer.RemoveAt(row - 1);
+        }
+        for (size_t k = i; k < rows.size(); ++k) {
+            --rows[k];
+        }
+    }
+    if (load) {
+        RefreshTotals();
+        RecalculateAllTransformers();
+    }
+    g.Refresh();
+    m_bModified = 1;
+}
+
+}  // namespace loadcal

@@ -1,0 +1,138 @@
+#include "tests/dialog/ScriptedUi.h"
+
+#include <atomic>
+#include <random>
+
+#include "dialog/LoadCalResources.h"
+#include "document/AtomicFile.h"
+
+namespace loadcal::test {
+
+template <class T>
+static std::optional<T> Next(std::deque<std::optional<T>>& queue)
+{
+    if (queue.empty()) {
+        return std::nullopt;
+    }
+    std::optional<T> answer = queue.front();
+    queue.pop_front();
+    return answer;
+}
+
+int ScriptedUi::MessageBox(const std::wstring& text, const std::wstring& caption, unsigned style)
+{
+    boxes.push_back({text, caption, style});
+    if (boxAnswers.empty()) {
+        return (style & 0x0F) == MB_OK ? IDOK : IDCANCEL;
+    }
+    const int answer = boxAnswers.front();
+    boxAnswers.pop_front();
+    return answer;
+}
+
+std::optional<std::wstring> ScriptedUi::OpenFileDialog(const CFileDialogSpec& spec)
+{
+    openDialogs.push_back(spec);
+    return Next(openAnswers);
+}
+
+std::optional<std::wstring> ScriptedUi::SaveFileDialog(const CFileDialogSpec& spec)
+{
+    saveDialogs.push_back(spec);
+    return Next(saveAnswers);
+}
+
+std::optional<std::vector<std::wstring>> ScriptedUi::ShowChoiceList(
+    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col)
+{
+    choices.push_back({names, marks, row, col});
+    return Next(choiceAnswers);
+}
+
+CPopupResult ScriptedUi::TrackPopupMenu(const CMenuModel& popup)
+{
+    std::vector<unsigned> ids;
+    for (const CMenuItem& item : popup.Items()) {
+        ids.push_back(item.id);
+    }
+    menus.push_back(ids);
+    if (menuAnswers.empty()) {
+        return {};
+    }
+    const CPopupResult answer = menuAnswers.front();
+    menuAnswers.pop_front();
+    return answer;
+}
+
+TempFolder::TempFolder()
+{
+    static std::atomic<unsigned> counter{0};
+    std::random_device random;
+    m_path = std::filesystem::temp_directory_path() /
+             ("loadcal-dialog-" + std::to_string(random()) + "-" + std::to_string(++counter));
+    std::filesystem::create_directories(m_path);
+}
+
+TempFolder::~TempFolder()
+{
+    std::error_code ec;
+    std::filesystem::remove_all(m_path, ec);
+}
+
+std::wstring TempFolder::File(const std::wstring& name) const
+{
+    return FromFsPath(m_path) + L"/" + name;
+}
+
+DialogFixture::DialogFixture() { Open(); }
+
+void DialogFixture::Open()
+{
+    dlg.reset();
+    dlg = std::make_unique<CLoadCalDiaog>(SettingsPath());
+    dlg->SetUi(&ui);
+    dlg->OnCreate(760, 520);
+    dlg->OnInitDialog();
+}
+
+void DialogFixture::Type(GridId grid, int row, int col, const std::wstring& text)
+{
+    dlg->OnEndEdit(grid, row, col, text);
+}
+
+void DialogFixture::AddCircuit(const std::wstring& name, const std::wstring& phase,
+                               const std::wstring& power)
+{
+    const int row = dlg->GetLoads().GetSize() + 1;
+    Type(GridId::Load, row, 3, name);
+    if (!phase.empty()) {
+        Type(GridId::Load, row, 4, phase);
+    }
+    if (!power.empty()) {
+        Type(GridId::Load, row, 5, power);
+    }
+}
+
+void DialogFixture::AddTransformer(const std::wstring& name)
+{
+    Type(GridId::Transformer, dlg->GetTransformers().GetSize() + 1, 1, name);
+}
+
+void DialogFixture::SelectRows(GridId grid, int first, int last)
+{
+    dlg->GetGrid(grid).SetSelectedRange(first, 1, last, 3);
+}
+
+void DialogFixture::SaveAsIn(const std::wstring& name)
+{
+    ui.saveAnswers.push_back(folder.File(name));
+    dlg->OnFileSaveAs();
+}
+
+void DialogFixture::PickFromMenu(GridId grid, int row, int col, unsigned command)
+{
+    ui.menuAnswers.push_back({CPopupResult::Status::Tracked, command});
+    dlg->OnGridRightClick(grid, row, col);
+}
+
+}  // namespace loadcal::test

@@ -1,0 +1,109 @@
+#pragma once
+
+#include <deque>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dialog/LoadCalDiaog.h"
+
+namespace loadcal::test {
+
+/// One message box as the dialog asked it.
+struct AskedBox {
+    std::wstring text;
+    std::wstring caption;
+    unsigned style = 0;
+};
+
+/// A window stand-in for the dialog: it records everything the dialog shows
+/// and answers from queues the test fills. An empty queue answers "cancel"
+/// (IDCANCEL, no file, dismissed list, no command), so an unexpected question
+/// shows up as a recorded call and a cancelled action.
+class ScriptedUi : public ILoadCalUi {
+public:
+    std::deque<int> boxAnswers;
+    std::deque<std::optional<std::wstring>> openAnswers;
+    std::deque<std::optional<std::wstring>> saveAnswers;
+    std::deque<std::optional<std::vector<std::wstring>>> choiceAnswers;
+    std::deque<CPopupResult> menuAnswers;
+
+    std::vector<AskedBox> boxes;
+    std::vector<CFileDialogSpec> openDialogs;
+    std::vector<CFileDialogSpec> saveDialogs;
+    std::vector<std::wstring> titles;
+    struct ChoiceShown {
+        std::vector<std::wstring> names;
+        std::vector<bool> marks;
+        int row = -1;
+        int col = -1;
+    };
+    std::vector<ChoiceShown> choices;
+    std::vector<std::vector<unsigned>> menus;  ///< command ids of each menu shown
+    std::vector<int> endResults;
+    int aboutBoxes = 0;
+    int resizes = 0;
+    int centres = 0;
+
+    int MessageBox(const std::wstring& text, const std::wstring& caption, unsigned style) override;
+    std::optional<std::wstring> OpenFileDialog(const CFileDialogSpec& spec) override;
+    std::optional<std::wstring> SaveFileDialog(const CFileDialogSpec& spec) override;
+    void SetWindowText(const std::wstring& title) override { titles.push_back(title); }
+    std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
+                                                            const std::vector<bool>& marks, int row,
+                                                            int col) override;
+    CPopupResult TrackPopupMenu(const CMenuModel& popup) override;
+    void ResizeWindow(int, int) override { ++resizes; }
+    void CenterWindow() override { ++centres; }
+    void EndDialog(int result) override { endResults.push_back(result); }
+    void ShowAboutBox() override { ++aboutBoxes; }
+};
+
+/// A fresh, empty folder under the system's temporary folder, removed with the object.
+class TempFolder {
+public:
+    TempFolder();
+    ~TempFolder();
+    TempFolder(const TempFolder&) = delete;
+    TempFolder& operator=(const TempFolder&) = delete;
+    const std::filesystem::path& Path() const { return m_path; }
+    /// A wide path of a file in the folder.
+    std::wstring File(const std::wstring& name) const;
+
+private:
+    std::filesystem::path m_path;
+};
+
+/// A dialog with its scripted window, its settings file in a temporary
+/// folder, created and initialised as the window does it.
+struct DialogFixture {
+    TempFolder folder;
+    ScriptedUi ui;
+    std::unique_ptr<CLoadCalDiaog> dlg;
+
+    DialogFixture();
+    /// Builds (again) the dialog over the same settings file and runs OnInitDialog.
+    void Open();
+    std::wstring SettingsPath() const { return folder.File(L"settings.idp"); }
+
+    CGridCtrl& Load() { return dlg->GetGrid(GridId::Load); }
+    CGridCtrl& Transformers() { return dlg->GetGrid(GridId::Transformer); }
+    /// Types text into a cell as a user ends an in-place edit.
+    void Type(GridId grid, int row, int col, const std::wstring& text);
+    /// Adds a circuit through the load entry row: its equipment name, then
+    /// the given phase, rated power and owners (empty texts are skipped).
+    void AddCircuit(const std::wstring& name, const std::wstring& phase = L"",
+                    const std::wstring& power = L"");
+    /// Adds a transformer through the transformer entry row.
+    void AddTransformer(const std::wstring& name);
+    /// Selects whole rows first..last of a grid (columns 1 to 3).
+    void SelectRows(GridId grid, int first, int last);
+    /// Saves the document as a file of the folder (Save As), which clears
+    /// the modified flag.
+    void SaveAsIn(const std::wstring& name);
+    /// Runs a context-menu command as the user picks it on row, col.
+    void PickFromMenu(GridId grid, int row, int col, unsigned command);
+};
+
+}  // namespace loadcal::test
