@@ -226,7 +226,9 @@ private:
     void ShowPhaseCombo(int row, int col);
     void ShowChoiceList(int row, int col);
 
-    std::vector<int> SelectedRows(GridId grid) const;
+    /// Selected data rows in ascending order; nothing when the grid is too
+    /// small to hold a data row (the row commands then do nothing).
+    std::optional<std::vector<int>> SelectedRows(GridId grid) const;
     void RefreshTotals();
 
     CGridCtrl m_gridLoad;

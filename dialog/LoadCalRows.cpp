@@ -104,7 +104,7 @@ void InsertClipboard(RowSide<Record> side, int r, Fill fill)
 
 }  // namespace
 
-std::vector<int> CLoadCalDiaog::SelectedRows(GridId grid) const
+std::optional<std::vector<int>> CLoadCalDiaog::SelectedRows(GridId grid) const
 {
     const CGridCtrl& g = GetGrid(grid);
     const int rows = g.GetRowCount();
@@ -114,10 +114,10 @@ std::vector<int> CLoadCalDiaog::SelectedRows(GridId grid) const
     const int minRows = load ? 5 : 3;
     const int lastRow = load ? rows - 4 : rows - 2;
     const int lastCol = load ? 13 : 12;
-    std::vector<int> selected;
     if (rows < minRows) {
-        return selected;
+        return std::nullopt;
     }
+    std::vector<int> selected;
     for (int r = 1; r <= lastRow; ++r) {
         for (int c = 1; c <= lastCol; ++c) {
             if (g.IsCellSelected(r, c)) {
@@ -157,41 +157,34 @@ void CLoadCalDiaog::MarkCutRows(GridId grid)
 
 void CLoadCalDiaog::OnCutRows(GridId grid)
 {
-    const bool load = grid == GridId::Load;
-    if (m_gridLoad.GetRowCount() < 5 && load) {
+    const std::optional<std::vector<int>> rows = SelectedRows(grid);
+    if (!rows) {
         return;
     }
-    if (m_gridTransformer.GetRowCount() < 3 && !load) {
-        return;
-    }
-    const std::vector<int> rows = SelectedRows(grid);
-    if (load) {
-        Cut<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows}, rows);
+    if (grid == GridId::Load) {
+        Cut<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows},
+                          *rows);
     } else {
         Cut<CTransformerCalData>({m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
                                   m_bTransformerCut, m_arrCutTransformerRows},
-                                 rows);
+                                 *rows);
     }
     MarkCutRows(grid);
 }
 
 void CLoadCalDiaog::OnCopyRows(GridId grid)
 {
-    const bool load = grid == GridId::Load;
-    if (m_gridLoad.GetRowCount() < 5 && load) {
+    const std::optional<std::vector<int>> rows = SelectedRows(grid);
+    if (!rows) {
         return;
     }
-    if (m_gridTransformer.GetRowCount() < 3 && !load) {
-        return;
-    }
-    const std::vector<int> rows = SelectedRows(grid);
-    if (load) {
+    if (grid == GridId::Load) {
         Copy<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows},
-                           rows);
+                           *rows);
     } else {
         Copy<CTransformerCalData>({m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
                                    m_bTransformerCut, m_arrCutTransformerRows},
-                                  rows);
+                                  *rows);
     }
     MarkCutRows(grid);
 }
@@ -262,10 +255,11 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
 {
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
-    if (g.GetRowCount() < (load ? 5 : 3)) {
+    const std::optional<std::vector<int>> selected = SelectedRows(grid);
+    if (!selected) {
         return;
     }
-    std::vector<int> rows = SelectedRows(grid);
+    std::vector<int> rows = *selected;
     CArray<int>& cutRows = load ? m_arrCutLoadRows : m_arrCutTransformerRows;
     for (int row : rows) {
         const int j = IndexOf(cutRows, row);
