@@ -238,3 +238,19 @@ TEST(IdpFormat, LeftoverBytesAndBadChecksums)
     EXPECT_NE(store.LastError().find("checksum"), std::string::npos);
     EXPECT_EQ(store.GetSubValueFromPathW(0, L"k")->ValueText(), L"Abc");  // kept as read
 }
+
+TEST(IdpFormat, SeedCorpusStillReadsAndEncodesIdentically)
+{
+    // The fuzzer's seeds are real files of this encoding; a change of the
+    // format must come with a regenerated corpus (fuzz/idp_seed_corpus).
+    const auto corpus = std::filesystem::path(LOADCAL_SOURCE_DIR) / "fuzz" / "corpus" / "idp";
+    int files = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(corpus)) {
+        const std::string bytes = testsupport::ReadBytes(entry.path());
+        CInterDpData store;
+        EXPECT_EQ(store.Deserialize(bytes), IdpStatus::Ok) << entry.path() << store.LastError();
+        EXPECT_EQ(store.Serialize(), bytes) << entry.path();
+        ++files;
+    }
+    EXPECT_GE(files, 4);
+}
