@@ -107,7 +107,9 @@ void CXlsxWorkbook::WorkbooksAdd() {
     RequireTarget(m_target, m_replace);
     m_file = std::make_unique<CAtomicFile>(m_target);
     errno = 0;
-    m_workbook = workbook_new(m_file->TempPath().c_str());
+    lxw_workbook_options options = {};
+    options.constant_memory = LXW_TRUE;
+    m_workbook = workbook_new_opt(m_file->TempPath().c_str(), &options);
     if (!m_workbook) {
         const int err = errno;
         throw OutputError(OutputError::Kind::NoObject,
@@ -163,6 +165,11 @@ void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2) {
     if (!inSheet) {
         Fail(LXW_ERROR_WORKSHEET_INDEX_OUT_OF_RANGE, "cell " + std::string(cell1));
     }
+    if (row < m_rowBegun) {
+        Fail(LXW_ERROR_WORKSHEET_INDEX_OUT_OF_RANGE,
+             "cell " + std::string(cell1) + " above row " + std::to_string(m_rowBegun + 1));
+    }
+    m_rowBegun = row;
     m_cell.active = true;
     m_cell.dirty = false;
     m_cell.hasValue = false;

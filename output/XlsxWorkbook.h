@@ -20,13 +20,16 @@ namespace loadcal {
 /// target), WorksheetsGetItem(1) its first worksheet "Sheet1", every cell
 /// gets the value (a string, exactly the text given; an empty text leaves the
 /// cell empty) and the alignment it was given, and Release writes the file
-/// and moves it over the target. Nothing else is set: no widths, fonts or
+/// and moves it over the target. Rows are streamed to the temporary file as
+/// they are finished (the library's constant-memory mode, which keeps memory
+/// flat and skips the shared-string table), so cells must be obtained row by
+/// row from the top; within a row, in any order. Nothing else is set: no widths, fonts or
 /// number formats; "number stored as text" marks are switched off for the
 /// cells written.
 ///
 /// Failures throw OutputError:
 /// - CallFailed with libxlsxwriter's error number and text: a cell beyond the
-///   sheet's 1,048,576 rows or 16,384 columns, a text beyond 32,767
+///   sheet's 1,048,576 rows or 16,384 columns or above a row already begun, a text beyond 32,767
 ///   characters, an alignment other than Excel's centre, left, right, general
 ///   (horizontal) and centre, top, bottom (vertical), a worksheet other than 1;
 /// - NoObject with errno: the library could not create the workbook, the
@@ -89,6 +92,7 @@ class CXlsxWorkbook final : public CSpreadsheetAutomation {
     lxw_worksheet* m_worksheet = nullptr;
     std::map<unsigned, lxw_format*> m_formats;
     Cell m_cell;
+    unsigned m_rowBegun = 0;
     unsigned m_lastRow = 0;
     unsigned m_lastColumn = 0;
     bool m_anyCell = false;

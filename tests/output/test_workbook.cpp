@@ -276,6 +276,7 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText) {
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(10, 2, loads, transformers);
+    loads[3].m_strEquipName = L"  带空格 ";
     const auto path = folder / "负荷计算.xlsx";
     WriteWorkbook(path, loads, transformers, DistinctTotals());
     const json workbook = ReadBack("xlsx", path);
@@ -287,7 +288,7 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText) {
     const CellMap cells = Cells(workbook);
     ExpectRow(cells, 1, Row(kLoadTitles));
     for (int k = 0; k < 10; ++k) {
-        ExpectRow(cells, k + 2, Row(CircuitRow(Circuit(k))));
+        ExpectRow(cells, k + 2, Row(CircuitRow(loads[k])));
     }
     ExpectRow(cells, 13,
               {std::nullopt, L"总计", std::nullopt, std::nullopt, L"101.5", std::nullopt,
@@ -447,6 +448,10 @@ TEST(XlsxWorkbook, RefusesWhatASpreadsheetWouldRefuse) {
     EXPECT_EQ(kindOf([&] { workbook.GetRange("a1", "a1"); }), OutputError::Kind::CallFailed);
     EXPECT_EQ(kindOf([&] { workbook.GetRange("A1048577", "A1048577"); }),
               OutputError::Kind::CallFailed);
+    workbook.GetRange("C2", "C2");
+    workbook.SetValue(L"行2");
+    workbook.GetRange("A2", "A2");
+    EXPECT_EQ(kindOf([&] { workbook.GetRange("A1", "A1"); }), OutputError::Kind::CallFailed);
     workbook.GetRange("A1048576", "A1048576");
     EXPECT_EQ(kindOf([&] { workbook.SetHorizontalAlignment(12345); }),
               OutputError::Kind::CallFailed);
