@@ -101,7 +101,13 @@ private:
     bool m_done = false;
 };
 
-std::string Quoted(const std::wstring& path) { return "\"" + ToUtf8(path) + "\""; }
+std::string Quoted(const std::wstring& path)
+{
+    std::string out(1, '"');
+    out += ToUtf8(path);
+    out += '"';
+    return out;
+}
 
 uint32_t Crc32(const unsigned char* data, size_t size)
 {
@@ -165,7 +171,7 @@ CInterDpNode& CInterDpNode::AddChild(std::wstring name)
     if (m_pIndex) {
         m_pIndex->emplace(added.m_name, &added);
     } else if (m_children.size() > kIndexThreshold) {
-        m_pIndex = std::make_unique<std::map<std::wstring, CInterDpNode*, std::less<>>>();
+        m_pIndex = std::make_unique<NameIndex>();
         for (const auto& child : m_children) {
             m_pIndex->emplace(child->m_name, child.get());
         }

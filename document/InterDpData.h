@@ -1,10 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 namespace loadcal {
@@ -60,8 +61,18 @@ private:
     int16_t m_nValueCount = 0;
     int32_t m_nFlags = 0;
     std::vector<std::unique_ptr<CInterDpNode>> m_children;
+    /// Hashes names and the views that look them up alike.
+    struct NameHash {
+        using is_transparent = void;
+        size_t operator()(std::wstring_view name) const
+        {
+            return std::hash<std::wstring_view>{}(name);
+        }
+    };
+    using NameIndex = std::unordered_map<std::wstring, CInterDpNode*, NameHash, std::equal_to<>>;
+
     /// Name lookup for nodes with many children (archive tables), built lazily.
-    std::unique_ptr<std::map<std::wstring, CInterDpNode*, std::less<>>> m_pIndex;
+    std::unique_ptr<NameIndex> m_pIndex;
 };
 
 /// Result of a store operation: 0 for success, a positive code otherwise.

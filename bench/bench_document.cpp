@@ -1,0 +1,93 @@
+// Saving and opening an archive of the largest readable size: 32,767 circuits
+// (the signed 16-bit row limit) over 100 transformers, in memory, split into
+// records -> tree -> bytes and bytes -> tree -> records.
+
+#include <benchmark/benchmark.h>
+
+#include <random>
+
+#include "document/Archive.h"
+#include "tests/support/RandomDocument.h"
+
+using namespace loadcal;
+
+namespace {
+
+struct Document {
+    CLoadArray loads;
+    CTransformerArray transformers;
+    std::string bytes;
+};
+
+const Document& LargestDocument()
+{
+    static const Document doc = [] {
+        Document d;
+        std::mt19937 rng(1);
+        testsupport::RandomDocumentOptions opt;
+        opt.circuits = 32767;
+        opt.transformers = 100;
+        testsupport::MakeRandomDocument(rng, opt, d.loads, d.transformers);
+        CInterDpData store;
+        StoreRecords(store, d.loads, d.transformers);
+        d.bytes = store.Serialize();
+        return d;
+    }();
+    return doc;
+}
+
+void BM_StoreRecords(benchmark::State& state)
+{
+    const Document& doc = LargestDocument();
+    CInterDpData store;
+    for (auto _ : state) {
+        StoreRecords(store, doc.loads, doc.transformers);
+    }
+}
+BENCHMARK(BM_StoreRecords)->Unit(benchmark::kMillisecond);
+
+void BM_Serialize(benchmark::State& state)
+{
+    const Document& doc = LargestDocument();
+    CInterDpData store;
+    StoreRecords(store, doc.loads, doc.transformers);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(store.Serialize());
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(doc.bytes.size()));
+}
+BENCHMARK(BM_Serialize)->Unit(benchmark::kMillisecond);
+
+void BM_Deserialize(benchmark::State& state)
+{
+    const Document& doc = LargestDocument();
+    CInterDpData store;
+    for (auto _ : state) {
+        if (store.Deserialize(doc.bytes) != IdpStatus::Ok) {
+            state.SkipWithError("the archive did not read back");
+            break;
+        }
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(doc.bytes.size()));
+}
+BENCHMARK(BM_Deserialize)->Unit(benchmark::kMillisecond);
+
+void BM_LoadRecords(benchmark::State& state)
+{
+    const Document& doc = LargestDocument();
+    CInterDpData store;
+    store.Deserialize(doc.bytes);
+    CLoadArray loads;
+    CTransformerArray transformers;
+    for (auto _ : state) {
+        LoadRecords(&store, loads, transformers);
+    }
+    if (loads.GetSize() != 32767) {
+        state.SkipWithError("not every row was read");
+    }
+}
+BENCHMARK(BM_LoadRecords)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();
