@@ -234,7 +234,7 @@ std::string DxfText(std::wstring_view text) {
 
 std::string DrawingToDxf(const CDrawing& drawing) {
     std::string body;
-    body.reserve(160 * (drawing.Lines().size() + drawing.Texts().size()) + 16384);
+    body.reserve(224 * (drawing.Lines().size() + drawing.Texts().size()) + 16384);
     DL_Dxf dxf;
     CDxfBuffer dw(body);
     WriteTables(dxf, dw, drawing);

@@ -1,0 +1,3 @@
+add_executable(bench_output ${CMAKE_CURRENT_LIST_DIR}/bench_output.cpp)
+target_link_libraries(bench_output PRIVATE output loadcal_test_support benchmark::benchmark
+                                           loadcal_warnings)
