@@ -35,6 +35,7 @@ using namespace loadcal;
 
 namespace {
 
+/// The benchmark's calculation: records and their totals.
 struct Document {
     CLoadArray loads;
     CTransformerArray transformers;

@@ -112,6 +112,7 @@ std::wstring FontFile(std::wstring_view name) {
     return file;
 }
 
+/// A one-point justification option of TEXT and its DXF codes (72, 73).
 struct Justification {
     std::wstring_view option;
     int horizontal;

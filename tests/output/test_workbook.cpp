@@ -72,12 +72,14 @@ class RecordingAutomation final : public CSpreadsheetAutomation {
     }
 };
 
+/// Keeps every message shown, in order.
 class Messages final : public IMessageSink {
   public:
     std::vector<std::wstring> shown;
     void ShowMessage(const std::wstring& text) override { shown.push_back(text); }
 };
 
+/// Records the files it is asked to open and answers with a fixed result.
 class FakeOpener final : public IFileOpener {
   public:
     explicit FakeOpener(bool result) : m_result(result) {}
