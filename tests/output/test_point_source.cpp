@@ -4,6 +4,8 @@
 
 #include <sstream>
 
+#include "output/Drawing.h"
+#include "output/DrawingRun.h"
 #include "output/PointSource.h"
 
 using namespace loadcal;
@@ -48,4 +50,18 @@ TEST(PointSource, FixedPointAnswersEveryRequestWithoutPrompting) {
     EXPECT_EQ(fixed.GetPoint(L"b"), (CadPoint{1, 2, 3}));
     CFixedPointSource none(std::nullopt);
     EXPECT_FALSE(none.GetPoint(L"a"));
+}
+
+TEST(PointSource, TheDrawingAsksTheTerminalWithItsPrompt) {
+    std::istringstream in("一,二\n7,8\n");
+    std::ostringstream out;
+    CTerminalPointSource terminal(in, out);
+    CDrawing drawing(1.0, &terminal);
+    CLoadArray loads;
+    CTransformerArray transformers;
+    ASSERT_TRUE(DrawCalculationTable(drawing, loads, transformers, ComputeTotals(loads)));
+    EXPECT_EQ(out.str(),
+              "\n请选择绘制基点<回车结束>:\n需要点或选项关键字。\n请选择绘制基点<回车结束>:");
+    ASSERT_FALSE(drawing.Lines().empty());
+    EXPECT_EQ(drawing.Lines()[0].start, (CadPoint{7, 8, 0}));
 }
