@@ -58,8 +58,11 @@ void WriteFileAtomically(const std::filesystem::path& target, std::string_view b
         }
         done += static_cast<size_t>(n);
     }
-    if (::fsync(fd) != 0 || ::close(fd) != 0) {
-        throw DocumentError("cannot write " + Describe(target) + ": " + std::strerror(errno));
+    const bool synced = ::fsync(fd) == 0;
+    const int syncErr = errno;
+    if (::close(fd) != 0 || !synced) {
+        throw DocumentError("cannot write " + Describe(target) + ": " +
+                            std::strerror(synced ? errno : syncErr));
     }
     file.Commit();
 }
@@ -79,7 +82,8 @@ CAtomicFile::~CAtomicFile()
 
 void CAtomicFile::Commit()
 {
-    if (!std::filesystem::exists(m_temp)) {
+    std::error_code ec;
+    if (!std::filesystem::exists(m_temp, ec)) {
         throw DocumentError("cannot write " + Describe(m_target) + ": nothing was written");
     }
     FsyncPath(m_temp, false);
