@@ -1,0 +1,30 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace loadcal {
+
+/// The texts of the phase balancing, in the printf style the dialog fills
+/// them: the progress appended to the window title during a search, and one
+/// block of the phase-current report per transformer.
+inline constexpr std::wstring_view kProgressFormat = L" 变压器 %s - 已完成%d%%";
+inline constexpr std::wstring_view kProgressDoneFormat = L" - 已完成100%%";
+inline constexpr std::wstring_view kReportBlockFormat =
+    L"变压器%s\n%s项电流为: %.2f\n%s项电流为: %.2f\n%s项电流为: %.2f";
+/// What follows each report block.
+inline constexpr std::wstring_view kReportBlockEnd = L"\n\n";
+
+/// One value for FormatText.
+using TextArg = std::variant<std::wstring_view, int, double>;
+
+/// Fills a template of the texts above: %s takes a text, %d an integer, %.2f
+/// a number with two decimals, %% writes a percent sign. Numbers are written
+/// as the C library does in the "C" locale (a '.' whatever the process
+/// locale). A template that does not match its values is a programming error
+/// and throws std::logic_error.
+std::wstring FormatText(std::wstring_view format, const std::vector<TextArg>& args);
+
+}  // namespace loadcal
