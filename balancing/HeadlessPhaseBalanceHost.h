@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+
+#include "balancing/PhaseBalanceHost.h"
+#include "model/Records.h"
+
+namespace loadcal {
+
+/// The phase-balancing host of the command line: there is no window, so the
+/// title reads empty and is not kept, phase cells and the load grid need no
+/// drawing, and the total row is not kept either. The report is captured for
+/// the caller to print, and transformers are recalculated in the transformer
+/// list it is given. It borrows both lists; they must outlive it.
+class CHeadlessPhaseBalanceHost : public IPhaseBalanceHost {
+public:
+    CHeadlessPhaseBalanceHost(const CLoadArray& loads, CTransformerArray& transformers)
+        : m_loads(loads), m_transformers(transformers) {}
+
+    std::wstring GetTitle() const override { return std::wstring(); }
+    void SetTitle(const std::wstring&) override {}
+    void SetPhaseCell(int, const std::wstring&) override {}
+    void ShowReport(const std::wstring& report) override {
+        m_strReport = report;
+        m_bReportShown = true;
+    }
+    void RefreshTotalCell(int) override {}
+    void RecalculateAllTransformers() override;
+    void RefreshLoadGrid() override {}
+
+    /// The report of the last run that got to the end, and whether there was one.
+    const std::wstring& Report() const { return m_strReport; }
+    bool ReportShown() const { return m_bReportShown; }
+
+private:
+    const CLoadArray& m_loads;
+    CTransformerArray& m_transformers;
+    std::wstring m_strReport;
+    bool m_bReportShown = false;
+};
+
+}  // namespace loadcal

@@ -1,0 +1,109 @@
+#include "balancing/PhaseBalancing.h"
+
+#include <vector>
+
+#include "balancing/BalancingTexts.h"
+#include "model/Numeric.h"
+
+namespace loadcal {
+namespace {
+
+// Load-grid columns of the total row refreshed after a balancing: rated
+// power, power factor, active, reactive and apparent power, current.
+constexpr int kTotalColumns[] = {5, 8, 9, 10, 11, 12};
+
+// Copies each copy's phase into the record it was taken from and shows it;
+// a position outside the list is skipped.
+void WritePhasesBack(CLoadArray& loads, const CLoadArray& copies, const CArray<unsigned>& indices,
+                     IPhaseBalanceHost& host) {
+    for (int k = 0; k < indices.GetSize(); ++k) {
+        const unsigned record = indices[k];
+        if (record < static_cast<unsigned>(loads.GetSize())) {
+            const int r = static_cast<int>(record);
+            loads[r].m_strPhase = copies[k].m_strPhase;
+            host.SetPhaseCell(r, loads[r].m_strPhase);
+        }
+    }
+}
+
+}  // namespace
+
+std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStringArray& phases,
+                                    const double (&currents)[3]) {
+    return FormatText(kReportBlockFormat, {transformer, phases[0], currents[0], phases[1],
+                                           currents[1], phases[2], currents[2]});
+}
+
+PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
+                                       CExtremum& search, int generations,
+                                       IPhaseBalanceHost& host) {
+    PhaseBalancingResult result;
+
+    CStringArray owners;
+    for (const CLoadCalData& load : loads) {
+        bool known = false;
+        for (const std::wstring& owner : owners) {
+            known = known || owner == load.m_strTransformer;
+        }
+        if (!known) {
+            owners.Add(load.m_strTransformer);
+        }
+    }
+
+    for (const std::wstring& owner : owners) {
+        CArray<unsigned> indices;
+        CLoadArray copies;
+        double threePhase = 0.0;
+        for (int j = 0; j < loads.GetSize(); ++j) {
+            const CLoadCalData& load = loads[j];
+            if (load.m_strTransformer != owner) {
+                continue;
+            }
+            if (load.m_strPhase != kPhaseThree) {
+                indices.Add(static_cast<unsigned>(j));
+                copies.Add(load);
+            } else {
+                threePhase += ParseNumber(load.m_strCalcI);
+            }
+        }
+
+        const int n = copies.GetSize();
+        if (n < 4) {
+            for (int k = 0; k < n; ++k) {
+                copies[k].m_strPhase = phases[k];
+            }
+            WritePhasesBack(loads, copies, indices, host);
+            return result;
+        }
+
+        std::vector<CBalanceItem> items(static_cast<size_t>(n));
+        for (int k = 0; k < n; ++k) {
+            items[static_cast<size_t>(k)].current = ParseNumber(copies[k].m_strCalcI);
+            items[static_cast<size_t>(k)].index = k;
+        }
+        AssignPhases(search, items.data(), n, owner, generations, host);
+
+        double sums[3] = {0.0, 0.0, 0.0};
+        for (int k = 0; k < n; ++k) {
+            const int phase = items[static_cast<size_t>(k)].phase;
+            copies[k].m_strPhase = phases[phase];
+            sums[phase] += ParseNumber(copies[k].m_strCalcI);
+        }
+        const double t = threePhase / 3.0;
+        const double currents[3] = {sums[0] + t, sums[1] + t, sums[2] + t};
+        result.report += FormatPhaseReportBlock(owner, phases, currents);
+        result.report += kReportBlockEnd;
+        WritePhasesBack(loads, copies, indices, host);
+    }
+
+    host.ShowReport(result.report);
+    for (const int column : kTotalColumns) {
+        host.RefreshTotalCell(column);
+    }
+    host.RecalculateAllTransformers();
+    host.RefreshLoadGrid();
+    result.completed = true;
+    return result;
+}
+
+}  // namespace loadcal

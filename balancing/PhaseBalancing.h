@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "balancing/Extremum.h"
+#include "balancing/PhaseBalanceHost.h"
+#include "model/Records.h"
+
+namespace loadcal {
+
+/// What one run of the phase-balancing command did.
+struct PhaseBalancingResult {
+    /// False when a transformer with fewer than four single-phase circuits
+    /// ended the command early (no report shown, nothing recalculated).
+    bool completed = false;
+    /// The report text: the message shown, or the blocks gathered up to the
+    /// early end.
+    std::wstring report;
+};
+
+/// The phase-balancing command. Groups the circuits by their exact owner
+/// text (first appearance first); within a group every circuit whose phase
+/// is not exactly "L1,L2,L3,N" is single-phase. A group with fewer than four
+/// single-phase circuits gets phases[0], phases[1], phases[2] in turn and
+/// ends the whole command at once. Otherwise the search spreads the group's
+/// single-phase circuits over phases[0..2] (AssignPhases), the report gets the
+/// group's three phase currents (A), each with a third of the group's
+/// three-phase current added, and the new phases are written into loads and
+/// shown through host.SetPhaseCell. At the end the report is shown, the
+/// total cells of load-grid columns 5, 8, 9, 10, 11, 12 are refreshed, every
+/// transformer is recalculated and the load grid is refreshed.
+///
+/// Currents are read from m_strCalcI as they stand (nothing is recalculated
+/// first). Throws CInvalidArgException when phases has fewer entries than a
+/// step needs (three for a balanced group).
+PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
+                                       CExtremum& search, int generations, IPhaseBalanceHost& host);
+
+/// One block of the report: the transformer's name, then each phase text with
+/// its current (A, two decimals). Without the two line feeds that follow it.
+std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStringArray& phases,
+                                    const double (&currents)[3]);
+
+}  // namespace loadcal
