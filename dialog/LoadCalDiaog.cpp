@@ -6,6 +6,7 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "balancing/PhaseBalancing.h"
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
 #include "document/Archive.h"
@@ -26,6 +27,7 @@ CLoadCalDiaog::CLoadCalDiaog(std::wstring settingsPath)
 
 CLoadCalDiaog::~CLoadCalDiaog()
 {
+    m_pExtremum.reset();
     m_pIdpData.reset();
     m_pChoiceWindow.reset();
 }
@@ -67,7 +69,8 @@ void CLoadCalDiaog::OnCreate(int width, int height)
 
 int CLoadCalDiaog::OnInitDialog()
 {
-    m_nGenerations = 1000;
+    m_pExtremum = CreatePhaseSearch();
+    m_nGenerations = kPhaseSearchGenerations;
 
     CreateGrids();
 
@@ -128,6 +131,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_FILE_SAVE_AS:
         case res::ID_OUTPUT_DRAWING:
         case res::ID_OUTPUT_EXCEL:
+        case res::ID_ADJUST_PHASES:
             return true;
         default:
             return false;
@@ -152,6 +156,7 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
         case res::ID_OUTPUT_DRAWING: OnOutputDrawing(); return true;
         case res::ID_OUTPUT_EXCEL: OnOutputExcel(); return true;
         case res::ID_ABOUT: OnAbout(); return true;
+        case res::ID_ADJUST_PHASES: OnAdjustPhases(); return true;
         case static_cast<unsigned>(IDCANCEL): OnCancel(); return true;
         case res::ID_LOAD_CUT: OnCutRows(GridId::Load); return true;
         case res::ID_LOAD_COPY: OnCopyRows(GridId::Load); return true;
@@ -396,6 +401,16 @@ void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
 void CLoadCalDiaog::ShowReport(const std::wstring& report)
 {
     MessageBox(report, texts::kApplicationName, MB_OK);
+}
+
+void CLoadCalDiaog::OnAdjustPhases()
+{
+    if (!m_pExtremum) {
+        throw std::logic_error("CLoadCalDiaog: phase balancing before OnInitDialog");
+    }
+    // A transformer with fewer than four single-phase circuits ends the
+    // command early: no report, no recalculation (the command's own rule).
+    RunPhaseBalancing(m_arrLoad, m_arrPhase, *m_pExtremum, m_nGenerations, *this);
 }
 
 }  // namespace loadcal

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "balancing/Extremum.h"
 #include "balancing/PhaseBalanceHost.h"
 #include "dialog/ChoiceWindow.h"
 #include "dialog/Geometry.h"
@@ -104,6 +105,9 @@ public:
     /// Cancel button, close box, and Escape once it got past its own question.
     void OnCancel();
     void OnAbout();
+    /// Toolbar 32784: phase balancing of every transformer's single-phase
+    /// circuits and the phase-current report.
+    void OnAdjustPhases();
     /// Opens recent entry id - 4000 (ids 4000 to 4004).
     void OnRecentFile(unsigned id);
     void OnCutRows(GridId grid);
@@ -194,6 +198,8 @@ public:
     const CStringArray& GetPhaseList() const { return m_arrPhase; }
     const CChoiceWindow& GetChoiceWindow() const { return *m_pChoiceWindow; }
     int GetGenerations() const { return m_nGenerations; }
+    /// The phase-balancing search object (null before OnInitDialog).
+    const CExtremum* GetPhaseSearch() const { return m_pExtremum.get(); }
     int GetMinTrackWidth() const { return m_nMinTrackWidth; }
     int GetMinTrackHeight() const { return m_nMinTrackHeight; }
 
@@ -241,6 +247,7 @@ private:
     int m_nOutputMode = 0;
     CBtnDataBase m_btnDataBase;
     int m_nGenerations = 1000;
+    std::unique_ptr<CExtremum> m_pExtremum;
     int m_nMinTrackWidth = 500;
     int m_nMinTrackHeight = 320;
     std::unique_ptr<CChoiceWindow> m_pChoiceWindow;

@@ -1,0 +1,98 @@
+// The toolbar's phase balancing as the dialog runs it.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "dialog/LoadCalResources.h"
+#include "tests/dialog/ScriptedUi.h"
+
+using namespace loadcal;
+using loadcal::test::DialogFixture;
+
+namespace {
+
+/// Gives circuit row `row` the owner `owner` through the choice list.
+void Own(DialogFixture& f, int row, const std::wstring& owner)
+{
+    f.ui.choiceAnswers.push_back(std::vector<std::wstring>{owner});
+    f.dlg->OnGridClick(GridId::Load, row, 13);
+}
+
+}  // namespace
+
+TEST(PhaseBalancing, FourEqualCircuitsAndAThreePhaseOneAreReportedAndWrittenBack)
+{
+    DialogFixture f;
+    f.AddTransformer(L"T1");
+    // 1.76 kW at 0.22 kV, cos 0.8: 10 A each; 15.79584 kW three-phase: 30 A.
+    for (int i = 1; i <= 4; ++i) {
+        f.AddCircuit(L"M" + std::to_wstring(i), L"L1,N", L"1.76");
+        Own(f, i, L"T1");
+    }
+    f.AddCircuit(L"P", L"L1,L2,L3,N", L"15.79584");
+    Own(f, 5, L"T1");
+    ASSERT_EQ(f.dlg->GetLoads()[0].m_strCalcI, L"10");
+    ASSERT_EQ(f.dlg->GetLoads()[4].m_strCalcI, L"30");
+    f.SaveAsIn(L"p.LDC");
+    const std::wstring title = f.dlg->GetTitle();
+    f.ui.titles.clear();
+
+    f.dlg->OnCommand(res::ID_ADJUST_PHASES);
+
+    // No even split exists: the search runs every generation, showing its
+    // progress after the title, and the title comes back afterwards.
+    EXPECT_EQ(f.ui.titles.size(), 1001u);
+    EXPECT_EQ(f.ui.titles[998], title + L" 变压器 T1 - 已完成99%");
+    EXPECT_EQ(f.ui.titles[999], title + L" 变压器 T1 - 已完成100%");
+    EXPECT_EQ(f.dlg->GetTitle(), title);
+
+    ASSERT_EQ(f.ui.boxes.size(), 1u);
+    EXPECT_EQ(f.ui.boxes[0].caption, L"loadcal");
+    EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
+    const std::wstring& report = f.ui.boxes[0].text;
+    EXPECT_EQ(report.rfind(L"变压器T1\nL1,N项电流为: ", 0), 0u) << report.c_str();
+    // Two circuits share one phase: 20 + 10 there, 10 + 10 on the others.
+    EXPECT_EQ(std::count(report.begin(), report.end(), L'\n'), 5);
+    EXPECT_NE(report.find(L"30.00"), std::wstring::npos);
+
+    int perPhase[3] = {0, 0, 0};
+    for (int i = 0; i < 4; ++i) {
+        const std::wstring& phase = f.dlg->GetLoads()[i].m_strPhase;
+        EXPECT_EQ(f.Load().GetItemText(i + 1, 4), phase);
+        for (int p = 0; p < 3; ++p) {
+            perPhase[p] += phase == f.dlg->GetPhaseList()[p] ? 1 : 0;
+        }
+    }
+    std::sort(perPhase, perPhase + 3);
+    EXPECT_EQ(perPhase[0], 1);
+    EXPECT_EQ(perPhase[2], 2);
+    EXPECT_EQ(f.dlg->GetLoads()[4].m_strPhase, L"L1,L2,L3,N");
+    EXPECT_TRUE(f.dlg->IsModified());  // the total refresh marks the document
+}
+
+TEST(PhaseBalancing, FewerThanFourSingleCircuitsEndTheCommandWithoutReport)
+{
+    DialogFixture f;
+    f.AddTransformer(L"T1");
+    f.AddTransformer(L"T2");
+    for (int i = 1; i <= 3; ++i) {
+        f.AddCircuit(L"A" + std::to_wstring(i), L"L3,N", L"1");
+        Own(f, i, L"T1");
+    }
+    for (int i = 4; i <= 8; ++i) {
+        f.AddCircuit(L"B" + std::to_wstring(i), L"L3,N", L"1");
+        Own(f, i, L"T2");
+    }
+    f.SaveAsIn(L"p.LDC");
+
+    f.dlg->OnCommand(res::ID_ADJUST_PHASES);
+    EXPECT_TRUE(f.ui.boxes.empty());
+    EXPECT_EQ(f.Load().GetItemText(1, 4), L"L1,N");
+    EXPECT_EQ(f.Load().GetItemText(2, 4), L"L2,N");
+    EXPECT_EQ(f.Load().GetItemText(3, 4), L"L3,N");
+    EXPECT_EQ(f.dlg->GetLoads()[1].m_strPhase, L"L2,N");
+    for (int i = 3; i < 8; ++i) {
+        EXPECT_EQ(f.dlg->GetLoads()[i].m_strPhase, L"L3,N");
+    }
+    EXPECT_FALSE(f.dlg->IsModified());
+}
