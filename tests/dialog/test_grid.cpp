@@ -142,16 +142,3 @@ TEST(Grid, SelectionIsResetByRowChangesAndFocusFollowsItsRow)
     g.SetSelectedRange(1, 1, 2, 2);
     EXPECT_FALSE(g.GetSelectedRange().IsValid());
 }
-
-TEST(Grid, CellRectangleAddsWidthsAndHeights)
-{
-    CGridCtrl g;
-    Sized(g, 3, 3);
-    g.SetColumnWidth(0, 10);
-    g.SetRowHeight(1, 30);
-    const CGridCtrl::Rect r = g.GetCellRect(2, 1);
-    EXPECT_EQ(r.left, 10);
-    EXPECT_EQ(r.top, CGridCtrl::kDefaultRowHeight + 30);
-    EXPECT_EQ(r.right, 10 + CGridCtrl::kDefaultColumnWidth);
-    EXPECT_EQ(r.bottom, r.top + CGridCtrl::kDefaultRowHeight);
-}
