@@ -8,14 +8,16 @@ namespace loadcal {
 namespace {
 
 template <class T>
-const T& Take(const std::vector<TextArg>& args, size_t& next) {
+const T& Take(const std::vector<TextArg>& args, size_t& next)
+{
     if (next >= args.size() || !std::holds_alternative<T>(args[next])) {
         throw std::logic_error("FormatText: the values do not match the template");
     }
     return std::get<T>(args[next++]);
 }
 
-void AppendAscii(std::wstring& out, const char* first, const char* last) {
+void AppendAscii(std::wstring& out, const char* first, const char* last)
+{
     for (const char* p = first; p != last; ++p) {
         out.push_back(static_cast<wchar_t>(*p));
     }
@@ -23,7 +25,8 @@ void AppendAscii(std::wstring& out, const char* first, const char* last) {
 
 }  // namespace
 
-std::wstring FormatText(std::wstring_view format, const std::vector<TextArg>& args) {
+std::wstring FormatText(std::wstring_view format, const std::vector<TextArg>& args)
+{
     std::wstring out;
     size_t next = 0;
     for (size_t i = 0; i < format.size(); ++i) {

@@ -11,14 +11,16 @@ namespace {
 
 // The current when take holds, else +0.0, picked by masking its bits so that
 // the loop below has no branch to mispredict on random genes.
-inline double Pick(bool take, std::uint64_t bits) {
+inline double Pick(bool take, std::uint64_t bits)
+{
     return std::bit_cast<double>(bits & (std::uint64_t{0} - static_cast<std::uint64_t>(take)));
 }
 
 // Adds a current to the sum of its phase. The other two sums get +0.0, which
 // leaves them exactly as they are, so each sum is the plain sum of its own
 // items in item order.
-inline void AddToPhase(unsigned gene, double current, double& a, double& b, double& c) {
+inline void AddToPhase(unsigned gene, double current, double& a, double& b, double& c)
+{
     const std::uint64_t bits = std::bit_cast<std::uint64_t>(current);
     a += Pick(gene == 0, bits);
     b += Pick(gene == 1, bits);
@@ -31,7 +33,8 @@ CExtremum::CExtremum() = default;
 
 CExtremum::~CExtremum() = default;
 
-double CExtremum::Fitness(const void* unit) const {
+double CExtremum::Fitness(const void* unit) const
+{
     const auto* bytes = static_cast<const unsigned char*>(unit);
     double a = 0.0;
     double b = 0.0;
@@ -51,7 +54,8 @@ double CExtremum::Fitness(const void* unit) const {
     return 10000.0 / (std::fabs(a - b) + std::fabs(a - c) + std::fabs(b - c) + 1.0);
 }
 
-std::unique_ptr<CExtremum> CreatePhaseSearch() {
+std::unique_ptr<CExtremum> CreatePhaseSearch()
+{
     auto search = std::make_unique<CExtremum>();
     const double parameters[3] = {0.005f, 0.05f, 0.05f};
     search->SetParameterEx(parameters, 3);
@@ -59,7 +63,8 @@ std::unique_ptr<CExtremum> CreatePhaseSearch() {
 }
 
 bool AssignPhases(CExtremum& search, CBalanceItem* items, int n, std::wstring transformerName,
-                  int generations, IPhaseBalanceHost& host) {
+                  int generations, IPhaseBalanceHost& host)
+{
     const int unitBytes = n / 4 + (n % 4 != 0 ? 1 : 0);
     search.SetItems(items, n);
     search.SetUnitScale(100, unitBytes, 10);

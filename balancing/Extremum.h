@@ -18,7 +18,8 @@ struct CBalanceItem {
 
 /// The phase of item i in a unit: item i owns the bit pair of byte i / 4 at
 /// position i mod 4, most significant pair first; the value 3 reads as 2.
-inline int DecodeGene(const unsigned char* unit, int i) {
+inline int DecodeGene(const unsigned char* unit, int i)
+{
     const int gene = (unit[i >> 2] >> (6 - 2 * (i & 3))) & 3;
     return gene > 2 ? 2 : gene;
 }
@@ -33,7 +34,8 @@ public:
     ~CExtremum() override;
 
     /// Lends the items of the next search; they must outlive it.
-    void SetItems(CBalanceItem* items, int count) {
+    void SetItems(CBalanceItem* items, int count)
+    {
         m_pItems = items;
         m_nItems = count;
     }

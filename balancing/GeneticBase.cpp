@@ -34,11 +34,13 @@ constexpr std::uint32_t kNeighbourShare = 3006477107u;  // 0.70
 constexpr unsigned char kSymbolMask[16] = {0x00, 0xC0, 0x30, 0xF0, 0x0C, 0xCC, 0x3C, 0xFC,
                                            0x03, 0xC3, 0x33, 0xF3, 0x0F, 0xCF, 0x3F, 0xFF};
 
-inline int Symbol(const unsigned char* unit, int i) {
+inline int Symbol(const unsigned char* unit, int i)
+{
     return (unit[i >> 2] >> (6 - 2 * (i & 3))) & 3;
 }
 
-inline void SetSymbol(unsigned char* unit, int i, int value) {
+inline void SetSymbol(unsigned char* unit, int i, int value)
+{
     const int shift = 6 - 2 * (i & 3);
     unit[i >> 2] = static_cast<unsigned char>((unit[i >> 2] & ~(3 << shift)) | (value << shift));
 }
@@ -49,7 +51,8 @@ CGeneticBase::CGeneticBase() : m_random(kDefaultSeed) {}
 
 CGeneticBase::~CGeneticBase() = default;
 
-void CGeneticBase::SetUnitScale(int population, int unitBytes, int depth) {
+void CGeneticBase::SetUnitScale(int population, int unitBytes, int depth)
+{
     if (population < 1 || unitBytes < 0 || depth < 0) {
         throw std::invalid_argument(
             "CGeneticBase::SetUnitScale: population below 1 or a negative size");
@@ -81,7 +84,8 @@ void CGeneticBase::SetUnitScale(int population, int unitBytes, int depth) {
     m_nMoveHead = 0;
 }
 
-void CGeneticBase::SetParameterEx(const double* values, int count) {
+void CGeneticBase::SetParameterEx(const double* values, int count)
+{
     if (values == nullptr) {
         return;
     }
@@ -90,14 +94,16 @@ void CGeneticBase::SetParameterEx(const double* values, int count) {
     }
 }
 
-double CGeneticBase::Parameter(int i) const {
+double CGeneticBase::Parameter(int i) const
+{
     if (i < 0 || i >= kParameterCount) {
         throw std::invalid_argument("CGeneticBase::Parameter: no such parameter");
     }
     return m_arrParameter[i];
 }
 
-const unsigned char* CGeneticBase::FittestSolution(int* index) {
+const unsigned char* CGeneticBase::FittestSolution(int* index)
+{
     EnsurePopulation();
     if (index != nullptr) {
         *index = m_nBest;
@@ -105,12 +111,14 @@ const unsigned char* CGeneticBase::FittestSolution(int* index) {
     return Unit(m_nBest);
 }
 
-double CGeneticBase::Evaluate(const unsigned char* unit) {
+double CGeneticBase::Evaluate(const unsigned char* unit)
+{
     ++m_nEvaluations;
     return Fitness(unit);
 }
 
-void CGeneticBase::EnsurePopulation() {
+void CGeneticBase::EnsurePopulation()
+{
     if (m_bStarted) {
         return;
     }
@@ -127,7 +135,8 @@ void CGeneticBase::EnsurePopulation() {
     m_bStarted = true;
 }
 
-void CGeneticBase::Evolve() {
+void CGeneticBase::Evolve()
+{
     EnsurePopulation();
     ++m_nGeneration;
     if (m_nSymbols == 0) {
@@ -142,13 +151,15 @@ void CGeneticBase::Evolve() {
     Refine(effort - (m_nEvaluations - start));
 }
 
-int CGeneticBase::Tournament() {
+int CGeneticBase::Tournament()
+{
     const int a = static_cast<int>(m_random.Below(static_cast<std::uint32_t>(m_nPopulation)));
     const int b = static_cast<int>(m_random.Below(static_cast<std::uint32_t>(m_nPopulation)));
     return m_arrFitness[b] > m_arrFitness[a] ? b : a;
 }
 
-void CGeneticBase::Breed(long long budget) {
+void CGeneticBase::Breed(long long budget)
+{
     const long long start = m_nEvaluations;
     for (;;) {
         const long long left = budget - (m_nEvaluations - start);
@@ -169,7 +180,8 @@ void CGeneticBase::Breed(long long budget) {
     }
 }
 
-void CGeneticBase::StartChild() {
+void CGeneticBase::StartChild()
+{
     const size_t bytes = static_cast<size_t>(m_nUnitBytes);
     std::memcpy(m_arrChild.data(), Unit(Tournament()), bytes);
     std::memcpy(m_arrMate.data(), Unit(Tournament()), bytes);
@@ -186,7 +198,8 @@ void CGeneticBase::StartChild() {
     m_nChildBudget = kChildBaseEffort + static_cast<long long>(m_nDepth) * m_nSymbols;
 }
 
-void CGeneticBase::InsertChild() {
+void CGeneticBase::InsertChild()
+{
     int worst = -1;
     for (int k = 0; k < m_nPopulation; ++k) {
         if (k != m_nBest && (worst < 0 || m_arrFitness[k] < m_arrFitness[worst])) {
@@ -213,7 +226,8 @@ void CGeneticBase::InsertChild() {
     }
 }
 
-void CGeneticBase::Refine(long long budget) {
+void CGeneticBase::Refine(long long budget)
+{
     const long long start = m_nEvaluations;
     if (m_nGeneration >= m_nNextProbe) {
         Probe();
@@ -225,7 +239,8 @@ void CGeneticBase::Refine(long long budget) {
     }
 }
 
-void CGeneticBase::Probe() {
+void CGeneticBase::Probe()
+{
     unsigned char* unit = Unit(m_nBest);
     const double fitness = m_arrFitness[m_nBest];
     m_nRanked = 0;
@@ -255,14 +270,16 @@ void CGeneticBase::Probe() {
     Forget();
 }
 
-int CGeneticBase::AnySymbol() {
+int CGeneticBase::AnySymbol()
+{
     if (m_nRanked > 0) {
         return m_arrRanked[m_random.Below(static_cast<std::uint32_t>(m_nRanked))];
     }
     return static_cast<int>(m_random.Below(static_cast<std::uint32_t>(m_nSymbols)));
 }
 
-int CGeneticBase::Neighbour(int rank) {
+int CGeneticBase::Neighbour(int rank)
+{
     const int step = 1 + static_cast<int>(m_random.Below(kNeighbourWindow));
     int other = (m_random.Next() & 1) != 0 ? rank + step : rank - step;
     if (other < 0) {
@@ -274,7 +291,8 @@ int CGeneticBase::Neighbour(int rank) {
     return m_arrRanked[std::max(other, 0)];
 }
 
-void CGeneticBase::PickPair(int& i, int& j) {
+void CGeneticBase::PickPair(int& i, int& j)
+{
     if (m_nRanked >= 4 && m_random.Chance(kNeighbourShare)) {
         const int rank = static_cast<int>(m_random.Below(static_cast<std::uint32_t>(m_nRanked)));
         i = m_arrRanked[rank];
@@ -285,7 +303,8 @@ void CGeneticBase::PickPair(int& i, int& j) {
     }
 }
 
-bool CGeneticBase::DrawMove(const unsigned char* unit, Move& move) {
+bool CGeneticBase::DrawMove(const unsigned char* unit, Move& move)
+{
     move.count = 0;
     const auto add = [&](int position, int value) {
         move.position[move.count] = position;
@@ -361,7 +380,8 @@ bool CGeneticBase::DrawMove(const unsigned char* unit, Move& move) {
     return true;
 }
 
-void CGeneticBase::Improve(unsigned char* unit, double& fitness, long long budget, bool remember) {
+void CGeneticBase::Improve(unsigned char* unit, double& fitness, long long budget, bool remember)
+{
     const long long start = m_nEvaluations;
     long long attempts = 4 * budget + 16;
     Move move;
@@ -421,7 +441,8 @@ void CGeneticBase::Improve(unsigned char* unit, double& fitness, long long budge
     }
 }
 
-bool CGeneticBase::Joinable(const unsigned char* unit, const Move& a, const Move& b) const {
+bool CGeneticBase::Joinable(const unsigned char* unit, const Move& a, const Move& b) const
+{
     if (a.count + b.count > kMaxMoveSymbols) {
         return false;
     }
@@ -438,7 +459,8 @@ bool CGeneticBase::Joinable(const unsigned char* unit, const Move& a, const Move
     return true;
 }
 
-int CGeneticBase::LowerBound(double fitness) const {
+int CGeneticBase::LowerBound(double fitness) const
+{
     int lo = 0;
     int hi = m_nMoves;
     while (lo < hi) {
@@ -452,7 +474,8 @@ int CGeneticBase::LowerBound(double fitness) const {
     return lo;
 }
 
-int CGeneticBase::FindPartner(const unsigned char* unit, const Move& move, double fitness) const {
+int CGeneticBase::FindPartner(const unsigned char* unit, const Move& move, double fitness) const
+{
     const int at = LowerBound(fitness);
     int below = at - 1;
     int above = at;
@@ -473,7 +496,8 @@ int CGeneticBase::FindPartner(const unsigned char* unit, const Move& move, doubl
     return -1;
 }
 
-void CGeneticBase::Remember(const Move& move) {
+void CGeneticBase::Remember(const Move& move)
+{
     const int slot = m_nMoveHead;
     m_nMoveHead = (m_nMoveHead + 1) % kMovesRemembered;
     int* sorted = m_arrMovesByFitness.data();
@@ -489,7 +513,8 @@ void CGeneticBase::Remember(const Move& move) {
     ++m_nMoves;
 }
 
-void CGeneticBase::CreateUnit(void* unit) {
+void CGeneticBase::CreateUnit(void* unit)
+{
     auto* bytes = static_cast<unsigned char*>(unit);
     std::uint64_t bits = 0;
     for (int j = 0; j < m_nUnitBytes; ++j) {
@@ -501,7 +526,8 @@ void CGeneticBase::CreateUnit(void* unit) {
     }
 }
 
-void CGeneticBase::IntercrossUnits(void* first, void* second) {
+void CGeneticBase::IntercrossUnits(void* first, void* second)
+{
     auto* a = static_cast<unsigned char*>(first);
     auto* b = static_cast<unsigned char*>(second);
     std::uint64_t bits = 0;
@@ -517,7 +543,8 @@ void CGeneticBase::IntercrossUnits(void* first, void* second) {
     }
 }
 
-void CGeneticBase::ArithmeticIntercrossUnits(void* first, void* second) {
+void CGeneticBase::ArithmeticIntercrossUnits(void* first, void* second)
+{
     auto* a = static_cast<unsigned char*>(first);
     auto* b = static_cast<unsigned char*>(second);
     for (int i = 0; i < m_nSymbols; ++i) {
@@ -527,7 +554,8 @@ void CGeneticBase::ArithmeticIntercrossUnits(void* first, void* second) {
     }
 }
 
-void CGeneticBase::MutateUnit(void* unit) {
+void CGeneticBase::MutateUnit(void* unit)
+{
     auto* bytes = static_cast<unsigned char*>(unit);
     const std::uint32_t threshold = CRandom::Threshold(m_arrParameter[0]);
     for (int i = 0; i < m_nSymbols; ++i) {
@@ -537,7 +565,8 @@ void CGeneticBase::MutateUnit(void* unit) {
     }
 }
 
-void CGeneticBase::NonconformingMutateUnit(void* unit) {
+void CGeneticBase::NonconformingMutateUnit(void* unit)
+{
     if (m_nUnitBytes > 0) {
         auto* bytes = static_cast<unsigned char*>(unit);
         bytes[m_random.Below(static_cast<std::uint32_t>(m_nUnitBytes))] =

@@ -117,7 +117,8 @@ private:
         double fitness = 0.0;
     };
 
-    unsigned char* Unit(int k) {
+    unsigned char* Unit(int k)
+    {
         return m_arrPopulation.data() +
                static_cast<std::size_t>(k) * static_cast<std::size_t>(m_nUnitBytes);
     }

@@ -4,7 +4,8 @@
 
 namespace loadcal {
 
-void CHeadlessPhaseBalanceHost::RecalculateAllTransformers() {
+void CHeadlessPhaseBalanceHost::RecalculateAllTransformers()
+{
     loadcal::RecalculateAllTransformers(m_loads, m_transformers);
 }
 

@@ -15,12 +15,15 @@ namespace loadcal {
 class CHeadlessPhaseBalanceHost : public IPhaseBalanceHost {
 public:
     CHeadlessPhaseBalanceHost(const CLoadArray& loads, CTransformerArray& transformers)
-        : m_loads(loads), m_transformers(transformers) {}
+        : m_loads(loads), m_transformers(transformers)
+    {
+    }
 
     std::wstring GetTitle() const override { return std::wstring(); }
     void SetTitle(const std::wstring&) override {}
     void SetPhaseCell(int, const std::wstring&) override {}
-    void ShowReport(const std::wstring& report) override {
+    void ShowReport(const std::wstring& report) override
+    {
         m_strReport = report;
         m_bReportShown = true;
     }

@@ -15,7 +15,8 @@ constexpr int kTotalColumns[] = {5, 8, 9, 10, 11, 12};
 // Copies each copy's phase into the record it was taken from and shows it;
 // a position outside the list is skipped.
 void WritePhasesBack(CLoadArray& loads, const CLoadArray& copies, const CArray<unsigned>& indices,
-                     IPhaseBalanceHost& host) {
+                     IPhaseBalanceHost& host)
+{
     for (int k = 0; k < indices.GetSize(); ++k) {
         const unsigned record = indices[k];
         if (record < static_cast<unsigned>(loads.GetSize())) {
@@ -28,15 +29,25 @@ void WritePhasesBack(CLoadArray& loads, const CLoadArray& copies, const CArray<u
 
 }  // namespace
 
+CStringArray StandardPhaseList()
+{
+    CStringArray phases;
+    for (const std::wstring_view phase : kPhaseTexts) {
+        phases.Add(std::wstring(phase));
+    }
+    return phases;
+}
+
 std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStringArray& phases,
-                                    const double (&currents)[3]) {
+                                    const double (&currents)[3])
+{
     return FormatText(kReportBlockFormat, {transformer, phases[0], currents[0], phases[1],
                                            currents[1], phases[2], currents[2]});
 }
 
 PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
-                                       CExtremum& search, int generations,
-                                       IPhaseBalanceHost& host) {
+                                       CExtremum& search, int generations, IPhaseBalanceHost& host)
+{
     PhaseBalancingResult result;
 
     CStringArray owners;

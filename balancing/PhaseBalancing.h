@@ -36,6 +36,9 @@ struct PhaseBalancingResult {
 PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
                                        CExtremum& search, int generations, IPhaseBalanceHost& host);
 
+/// The dialog's phase list: "L1,N", "L2,N", "L3,N", "L1,L2,L3,N".
+CStringArray StandardPhaseList();
+
 /// One block of the report: the transformer's name, then each phase text with
 /// its current (A, two decimals). Without the two line feeds that follow it.
 std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStringArray& phases,

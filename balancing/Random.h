@@ -14,14 +14,16 @@ public:
     explicit CRandom(std::uint64_t seed = 0) { Seed(seed); }
 
     /// Restarts the sequence from seed.
-    void Seed(std::uint64_t seed) {
+    void Seed(std::uint64_t seed)
+    {
         for (std::uint64_t& word : m_state) {
             word = SplitMix(seed);
         }
     }
 
     /// The next 64 random bits.
-    std::uint64_t Next() {
+    std::uint64_t Next()
+    {
         const std::uint64_t result = Rotl(m_state[1] * 5, 7) * 9;
         const std::uint64_t t = m_state[1] << 17;
         m_state[2] ^= m_state[0];
@@ -35,7 +37,8 @@ public:
 
     /// A number in 0 .. bound-1 (bound >= 1), by multiplying the upper 32
     /// bits; the bias is below bound / 2^32.
-    std::uint32_t Below(std::uint32_t bound) {
+    std::uint32_t Below(std::uint32_t bound)
+    {
         return static_cast<std::uint32_t>(((Next() >> 32) * bound) >> 32);
     }
 
@@ -43,7 +46,8 @@ public:
     bool Chance(std::uint32_t threshold) { return (Next() >> 32) < threshold; }
 
     /// The Chance threshold of a probability; values outside 0..1 are clamped.
-    static std::uint32_t Threshold(double probability) {
+    static std::uint32_t Threshold(double probability)
+    {
         if (!(probability > 0.0)) {
             return 0;
         }
@@ -55,7 +59,8 @@ public:
 
 private:
     static std::uint64_t Rotl(std::uint64_t x, int k) { return (x << k) | (x >> (64 - k)); }
-    static std::uint64_t SplitMix(std::uint64_t& x) {
+    static std::uint64_t SplitMix(std::uint64_t& x)
+    {
         std::uint64_t z = (x += 0x9E3779B97F4A7C15ull);
         z = (z ^ (z >> 30)) * 0xBF58476D1CE4E5B9ull;
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;

@@ -31,7 +31,8 @@ public:
     void RefreshLoadGrid() override {}
 };
 
-std::vector<CBalanceItem> Items(const std::vector<std::int64_t>& currents) {
+std::vector<CBalanceItem> Items(const std::vector<std::int64_t>& currents)
+{
     std::vector<CBalanceItem> items(currents.size());
     for (size_t i = 0; i < currents.size(); ++i) {
         items[i].current = static_cast<double>(currents[i]) * kUnitAmpere;
@@ -41,7 +42,8 @@ std::vector<CBalanceItem> Items(const std::vector<std::int64_t>& currents) {
 }
 
 /// The spread (0.1 mA) of the phases the search assigns, as the command runs it.
-std::int64_t SearchSpread(const std::vector<std::int64_t>& currents) {
+std::int64_t SearchSpread(const std::vector<std::int64_t>& currents)
+{
     std::vector<CBalanceItem> items = Items(currents);
     CNoWindow window;
     const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
@@ -54,7 +56,8 @@ std::int64_t SearchSpread(const std::vector<std::int64_t>& currents) {
     return Spread(currents, phases);
 }
 
-void BM_AssignPhases(benchmark::State& state) {
+void BM_AssignPhases(benchmark::State& state)
+{
     const int n = static_cast<int>(state.range(0));
     CRandom random(static_cast<std::uint64_t>(n));
     std::vector<CBalanceItem> items = Items(RandomCurrents(random, n));
@@ -69,7 +72,8 @@ BENCHMARK(BM_AssignPhases)->Arg(12)->Arg(50)->Arg(200)->Arg(500)->Unit(benchmark
 
 /// Share of 1000 transformers with 4 .. 12 single-phase circuits on which the
 /// search finds the optimal spread.
-void BM_QualityOptimumSmall(benchmark::State& state) {
+void BM_QualityOptimumSmall(benchmark::State& state)
+{
     for (auto _ : state) {
         CRandom random(12);
         const int count = 1000;
@@ -88,7 +92,8 @@ BENCHMARK(BM_QualityOptimumSmall)->Iterations(1)->Unit(benchmark::kSecond);
 /// LPT's and than Karmarkar-Karp's, and the median ratio of the spreads
 /// (search / Karmarkar-Karp, each plus 0.1 mA). Argument 0: 1000 transformers
 /// with n drawn from 12 .. 500; otherwise 100 transformers of that n.
-void BM_QualityAgainstBaselines(benchmark::State& state) {
+void BM_QualityAgainstBaselines(benchmark::State& state)
+{
     const int fixedN = static_cast<int>(state.range(0));
     for (auto _ : state) {
         CRandom random(static_cast<std::uint64_t>(1000 + fixedN));

@@ -8,7 +8,8 @@
 
 namespace loadcal::benchsupport {
 
-std::vector<std::int64_t> RandomCurrents(CRandom& random, int n) {
+std::vector<std::int64_t> RandomCurrents(CRandom& random, int n)
+{
     std::vector<std::int64_t> currents;
     currents.reserve(static_cast<size_t>(n));
     for (int i = 0; i < n; ++i) {
@@ -23,7 +24,8 @@ std::vector<std::int64_t> RandomCurrents(CRandom& random, int n) {
     return currents;
 }
 
-std::int64_t Spread(const std::vector<std::int64_t>& currents, const std::vector<int>& phases) {
+std::int64_t Spread(const std::vector<std::int64_t>& currents, const std::vector<int>& phases)
+{
     std::array<std::int64_t, 3> sums{};
     for (size_t i = 0; i < currents.size(); ++i) {
         sums[static_cast<size_t>(phases[i])] += currents[i];
@@ -32,7 +34,8 @@ std::int64_t Spread(const std::vector<std::int64_t>& currents, const std::vector
            *std::min_element(sums.begin(), sums.end());
 }
 
-std::int64_t LptSpread(std::vector<std::int64_t> currents) {
+std::int64_t LptSpread(std::vector<std::int64_t> currents)
+{
     std::sort(currents.begin(), currents.end(), std::greater<>());
     std::array<std::int64_t, 3> sums{};
     for (const std::int64_t c : currents) {
@@ -42,7 +45,8 @@ std::int64_t LptSpread(std::vector<std::int64_t> currents) {
            *std::min_element(sums.begin(), sums.end());
 }
 
-std::int64_t KarmarkarKarpSpread(const std::vector<std::int64_t>& currents) {
+std::int64_t KarmarkarKarpSpread(const std::vector<std::int64_t>& currents)
+{
     // A partial partition: three sums, largest first, the smallest shifted to 0.
     using Partial = std::array<std::int64_t, 3>;
     const auto bySpread = [](const Partial& a, const Partial& b) { return a[0] < b[0]; };
@@ -65,7 +69,8 @@ std::int64_t KarmarkarKarpSpread(const std::vector<std::int64_t>& currents) {
     return queue.top()[0];
 }
 
-std::int64_t OptimalSpread(std::vector<std::int64_t> currents) {
+std::int64_t OptimalSpread(std::vector<std::int64_t> currents)
+{
     std::sort(currents.begin(), currents.end(), std::greater<>());
     const size_t n = currents.size();
     std::vector<std::int64_t> rest(n + 1, 0);

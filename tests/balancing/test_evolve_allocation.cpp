@@ -15,7 +15,8 @@ namespace {
 bool g_counting = false;
 long g_allocations = 0;
 
-void* Allocate(std::size_t size) {
+void* Allocate(std::size_t size)
+{
     if (g_counting) {
         ++g_allocations;
     }
@@ -28,7 +29,8 @@ void* Allocate(std::size_t size) {
 /// Counts allocations from construction to Count().
 class CAllocationCounter {
 public:
-    CAllocationCounter() {
+    CAllocationCounter()
+    {
         g_allocations = 0;
         g_counting = true;
     }
@@ -38,34 +40,42 @@ public:
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size)
+{
     return Allocate(size);
 }
-void* operator new[](std::size_t size) {
+void* operator new[](std::size_t size)
+{
     return Allocate(size);
 }
-void operator delete(void* p) noexcept {
+void operator delete(void* p) noexcept
+{
     std::free(p);
 }
-void operator delete[](void* p) noexcept {
+void operator delete[](void* p) noexcept
+{
     std::free(p);
 }
-void operator delete(void* p, std::size_t) noexcept {
+void operator delete(void* p, std::size_t) noexcept
+{
     std::free(p);
 }
-void operator delete[](void* p, std::size_t) noexcept {
+void operator delete[](void* p, std::size_t) noexcept
+{
     std::free(p);
 }
 
 using namespace loadcal;
 
-TEST(EvolveAllocation, TheCounterSeesAnAllocation) {
+TEST(EvolveAllocation, TheCounterSeesAnAllocation)
+{
     CAllocationCounter counter;
     std::vector<int> v(10);
     EXPECT_EQ(counter.Count(), 1);
 }
 
-TEST(EvolveAllocation, NoGenerationAllocatesAfterSetUp) {
+TEST(EvolveAllocation, NoGenerationAllocatesAfterSetUp)
+{
     for (const int n : {4, 37, 200}) {
         std::vector<CBalanceItem> items(static_cast<size_t>(n));
         CRandom random(static_cast<std::uint64_t>(n));

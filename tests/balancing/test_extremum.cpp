@@ -24,7 +24,8 @@ public:
     explicit CTitleRecorder(std::wstring title) : m_title(std::move(title)) {}
 
     std::wstring GetTitle() const override { return m_title; }
-    void SetTitle(const std::wstring& title) override {
+    void SetTitle(const std::wstring& title) override
+    {
         m_title = title;
         titles.push_back(title);
     }
@@ -40,7 +41,8 @@ private:
     std::wstring m_title;
 };
 
-std::vector<CBalanceItem> ItemsOf(const std::vector<double>& currents) {
+std::vector<CBalanceItem> ItemsOf(const std::vector<double>& currents)
+{
     std::vector<CBalanceItem> items(currents.size());
     for (size_t i = 0; i < currents.size(); ++i) {
         items[i].current = currents[i];
@@ -50,7 +52,8 @@ std::vector<CBalanceItem> ItemsOf(const std::vector<double>& currents) {
     return items;
 }
 
-double FitnessOf(const std::vector<double>& currents, const std::vector<unsigned char>& unit) {
+double FitnessOf(const std::vector<double>& currents, const std::vector<unsigned char>& unit)
+{
     std::vector<CBalanceItem> items = ItemsOf(currents);
     CExtremum problem;
     problem.SetItems(items.data(), static_cast<int>(items.size()));
@@ -61,7 +64,8 @@ const std::wstring kSavedTitle = L"需要系数法负荷计算 - 一号楼.LDC";
 
 }  // namespace
 
-TEST(GeneDecoding, FiveItemsTakeTwoBytesAndTheFifthReadsTheTopPairOfTheSecond) {
+TEST(GeneDecoding, FiveItemsTakeTwoBytesAndTheFifthReadsTheTopPairOfTheSecond)
+{
     // Item genes 0, 1, 2, 3 in the first byte; item 4 is bits 7-6 of the second.
     const unsigned char unit[2] = {0b00'01'10'11, 0b01'10'11'00};
     EXPECT_EQ(DecodeGene(unit, 0), 0);
@@ -77,7 +81,8 @@ TEST(GeneDecoding, FiveItemsTakeTwoBytesAndTheFifthReadsTheTopPairOfTheSecond) {
     EXPECT_EQ(FitnessOf(currents, {0b00'01'10'11, 0b01'11'01'10}), expected);
 }
 
-TEST(GeneDecoding, GeneThreeCountsAndDecodesAsTheThirdPhase) {
+TEST(GeneDecoding, GeneThreeCountsAndDecodesAsTheThirdPhase)
+{
     const unsigned char allThree[1] = {0xFF};
     for (int i = 0; i < 4; ++i) {
         EXPECT_EQ(DecodeGene(allThree, i), 2);
@@ -88,12 +93,14 @@ TEST(GeneDecoding, GeneThreeCountsAndDecodesAsTheThirdPhase) {
     EXPECT_EQ(FitnessOf({10, 10, 10, 10}, {0b00'01'10'11}), 10000.0 / 21.0);
 }
 
-TEST(Fitness, AnEvenSplitScoresExactlyTenThousand) {
+TEST(Fitness, AnEvenSplitScoresExactlyTenThousand)
+{
     EXPECT_EQ(FitnessOf({10, 10, 10, 0}, {0b00'01'10'00}), 10000.0);
     EXPECT_EQ(FitnessOf({}, {}), 10000.0);
 }
 
-TEST(Fitness, EqualsThePlainPhaseSumsInItemOrderToTheLastBit) {
+TEST(Fitness, EqualsThePlainPhaseSumsInItemOrderToTheLastBit)
+{
     CRandom random(5);
     for (int round = 0; round < 200; ++round) {
         const int n = 1 + static_cast<int>(random.Below(40));
@@ -116,7 +123,8 @@ TEST(Fitness, EqualsThePlainPhaseSumsInItemOrderToTheLastBit) {
     }
 }
 
-TEST(SearchSetUp, PassesTheSinglePrecisionParametersWidenedToDouble) {
+TEST(SearchSetUp, PassesTheSinglePrecisionParametersWidenedToDouble)
+{
     const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
     EXPECT_EQ(std::bit_cast<std::uint64_t>(search->Parameter(0)), 0x3F747AE140000000u);
     EXPECT_EQ(std::bit_cast<std::uint64_t>(search->Parameter(1)), 0x3FA99999A0000000u);
@@ -124,7 +132,8 @@ TEST(SearchSetUp, PassesTheSinglePrecisionParametersWidenedToDouble) {
     EXPECT_EQ(kPhaseSearchGenerations, 1000);
 }
 
-TEST(AssignPhases, StopsAtAPerfectSplitWithoutEverShowingProgress) {
+TEST(AssignPhases, StopsAtAPerfectSplitWithoutEverShowingProgress)
+{
     // Three 10 A items on three phases score 10000: the first generation
     // already holds such a unit, and its percentage (0) shows nothing yet.
     std::vector<CBalanceItem> items = ItemsOf({10, 10, 10, 0});
@@ -140,7 +149,8 @@ TEST(AssignPhases, StopsAtAPerfectSplitWithoutEverShowingProgress) {
     EXPECT_LE(items[3].phase, 2);
 }
 
-TEST(AssignPhases, AFullRunShowsEveryPercentFromGenerationNineAndRestoresTheTitle) {
+TEST(AssignPhases, AFullRunShowsEveryPercentFromGenerationNineAndRestoresTheTitle)
+{
     // Four 10 A items cannot be split evenly, so all 1000 generations run.
     std::vector<CBalanceItem> items = ItemsOf({10, 10, 10, 10});
     CTitleRecorder window(kSavedTitle);
@@ -169,7 +179,8 @@ TEST(AssignPhases, AFullRunShowsEveryPercentFromGenerationNineAndRestoresTheTitl
     EXPECT_EQ(count[2], 2);
 }
 
-TEST(AssignPhases, TheGenerationCountSetsThePercentSteps) {
+TEST(AssignPhases, TheGenerationCountSetsThePercentSteps)
+{
     std::vector<CBalanceItem> items = ItemsOf({10, 10, 10, 10, 3});
     CTitleRecorder window(L"");
     const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
@@ -184,7 +195,8 @@ TEST(AssignPhases, TheGenerationCountSetsThePercentSteps) {
     EXPECT_EQ(window.titles, expected);
 }
 
-TEST(AssignPhases, NoGenerationDecodesTheFirstPopulation) {
+TEST(AssignPhases, NoGenerationDecodesTheFirstPopulation)
+{
     std::vector<CBalanceItem> items = ItemsOf({5, 6, 7, 8, 9});
     CTitleRecorder window(kSavedTitle);
     const std::unique_ptr<CExtremum> search = CreatePhaseSearch();

@@ -17,7 +17,8 @@ namespace {
 
 /// A phase problem over fixed random currents (A).
 struct CRandomTransformer {
-    explicit CRandomTransformer(int n, std::uint64_t seed = 3) : items(static_cast<size_t>(n)) {
+    explicit CRandomTransformer(int n, std::uint64_t seed = 3) : items(static_cast<size_t>(n))
+    {
         CRandom random(seed);
         for (int i = 0; i < n; ++i) {
             items[static_cast<size_t>(i)].current =
@@ -27,7 +28,8 @@ struct CRandomTransformer {
         problem.SetItems(items.data(), n);
     }
     int Bytes() const { return (static_cast<int>(items.size()) + 3) / 4; }
-    std::vector<unsigned char> Fittest() {
+    std::vector<unsigned char> Fittest()
+    {
         const unsigned char* unit = problem.FittestSolution(nullptr);
         return std::vector<unsigned char>(unit, unit + Bytes());
     }
@@ -39,28 +41,34 @@ struct CRandomTransformer {
 /// Counts the unit operators the engine calls and lets them do their work.
 class CCountingProblem : public CGeneticBase {
 public:
-    void CreateUnit(void* unit) override {
+    void CreateUnit(void* unit) override
+    {
         ++created;
         CGeneticBase::CreateUnit(unit);
     }
-    void IntercrossUnits(void* a, void* b) override {
+    void IntercrossUnits(void* a, void* b) override
+    {
         ++uniform;
         CGeneticBase::IntercrossUnits(a, b);
     }
-    void ArithmeticIntercrossUnits(void* a, void* b) override {
+    void ArithmeticIntercrossUnits(void* a, void* b) override
+    {
         ++arithmetic;
         CGeneticBase::ArithmeticIntercrossUnits(a, b);
     }
-    void MutateUnit(void* unit) override {
+    void MutateUnit(void* unit) override
+    {
         ++mutated;
         CGeneticBase::MutateUnit(unit);
     }
-    void NonconformingMutateUnit(void* unit) override {
+    void NonconformingMutateUnit(void* unit) override
+    {
         ++bursts;
         CGeneticBase::NonconformingMutateUnit(unit);
     }
     /// Number of symbols equal to 1, out of 4 x bytes: easy to climb.
-    double Fitness(const void* unit) const override {
+    double Fitness(const void* unit) const override
+    {
         const auto* bytes = static_cast<const unsigned char*>(unit);
         double ones = 0;
         for (int i = 0; i < 4 * bytes_; ++i) {
@@ -77,13 +85,15 @@ public:
     int bursts = 0;
 };
 
-int SymbolOf(const std::vector<unsigned char>& unit, int i) {
+int SymbolOf(const std::vector<unsigned char>& unit, int i)
+{
     return (unit[static_cast<size_t>(i / 4)] >> (6 - 2 * (i % 4))) & 3;
 }
 
 }  // namespace
 
-TEST(GeneticBase, TheFittestUnitNeverGetsWorseDuringASearch) {
+TEST(GeneticBase, TheFittestUnitNeverGetsWorseDuringASearch)
+{
     for (const int n : {5, 23, 120}) {
         CRandomTransformer t(n);
         t.problem.SetUnitScale(100, t.Bytes(), 10);
@@ -98,7 +108,8 @@ TEST(GeneticBase, TheFittestUnitNeverGetsWorseDuringASearch) {
     }
 }
 
-TEST(GeneticBase, TheSameSeedGivesTheSameUnitsAndAnotherSeedOthers) {
+TEST(GeneticBase, TheSameSeedGivesTheSameUnitsAndAnotherSeedOthers)
+{
     CRandomTransformer a(60);
     CRandomTransformer b(60);
     CRandomTransformer c(60);
@@ -117,7 +128,8 @@ TEST(GeneticBase, TheSameSeedGivesTheSameUnitsAndAnotherSeedOthers) {
     EXPECT_TRUE(differs);
 }
 
-TEST(GeneticBase, EverySearchStartsAgainFromTheSeed) {
+TEST(GeneticBase, EverySearchStartsAgainFromTheSeed)
+{
     CRandomTransformer t(40);
     std::vector<std::vector<unsigned char>> runs;
     for (int run = 0; run < 2; ++run) {
@@ -130,7 +142,8 @@ TEST(GeneticBase, EverySearchStartsAgainFromTheSeed) {
     EXPECT_EQ(runs[0], runs[1]);
 }
 
-TEST(GeneticBase, BreedsThroughTheVirtualUnitOperatorsAsTheParametersSay) {
+TEST(GeneticBase, BreedsThroughTheVirtualUnitOperatorsAsTheParametersSay)
+{
     CCountingProblem p;
     p.bytes_ = 8;
     const double never[3] = {0.005, 0.0, 0.0};
@@ -161,7 +174,8 @@ TEST(GeneticBase, BreedsThroughTheVirtualUnitOperatorsAsTheParametersSay) {
     EXPECT_EQ(q.Fitness(q.FittestSolution(nullptr)), 32.0);
 }
 
-TEST(GeneticBase, MutationChangesSymbolsAtItsRate) {
+TEST(GeneticBase, MutationChangesSymbolsAtItsRate)
+{
     CCountingProblem p;
     p.bytes_ = 16;
     p.SetUnitScale(2, p.bytes_, 0);
@@ -181,7 +195,8 @@ TEST(GeneticBase, MutationChangesSymbolsAtItsRate) {
     }
 }
 
-TEST(GeneticBase, CrossoversKeepOrBlendEachPairOfSymbols) {
+TEST(GeneticBase, CrossoversKeepOrBlendEachPairOfSymbols)
+{
     CCountingProblem p;
     p.bytes_ = 32;
     p.SetUnitScale(2, p.bytes_, 0);
@@ -214,7 +229,8 @@ TEST(GeneticBase, CrossoversKeepOrBlendEachPairOfSymbols) {
     EXPECT_EQ(y[0], 0b10'10'10'10);  // the same rounded up
 }
 
-TEST(GeneticBase, RejectsAnImpossibleScaleAndCopesWithEmptyUnits) {
+TEST(GeneticBase, RejectsAnImpossibleScaleAndCopesWithEmptyUnits)
+{
     CRandomTransformer t(8);
     EXPECT_THROW(t.problem.SetUnitScale(0, 2, 10), std::invalid_argument);
     EXPECT_THROW(t.problem.SetUnitScale(100, -1, 10), std::invalid_argument);
@@ -230,7 +246,8 @@ TEST(GeneticBase, RejectsAnImpossibleScaleAndCopesWithEmptyUnits) {
     EXPECT_LT(index, 100);
 }
 
-TEST(GeneticBase, ParametersBeyondTheCountKeepTheirValues) {
+TEST(GeneticBase, ParametersBeyondTheCountKeepTheirValues)
+{
     CRandomTransformer t(8);
     const double two[2] = {0.25, 0.5};
     t.problem.SetParameterEx(two, 2);

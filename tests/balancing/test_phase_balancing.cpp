@@ -27,14 +27,17 @@ class CRecordingWindow : public IPhaseBalanceHost {
 public:
     std::wstring GetTitle() const override { return L"负荷计算"; }
     void SetTitle(const std::wstring&) override {}
-    void SetPhaseCell(int record, const std::wstring& phase) override {
+    void SetPhaseCell(int record, const std::wstring& phase) override
+    {
         cells.emplace_back(record, phase);
     }
-    void ShowReport(const std::wstring& report) override {
+    void ShowReport(const std::wstring& report) override
+    {
         reports.push_back(report);
         calls.push_back(L"report");
     }
-    void RefreshTotalCell(int column) override {
+    void RefreshTotalCell(int column) override
+    {
         calls.push_back(L"total " + std::to_wstring(column));
     }
     void RecalculateAllTransformers() override { calls.push_back(L"transformers"); }
@@ -49,12 +52,14 @@ const std::vector<std::wstring> kClosingCalls = {L"report",   L"total 5",      L
                                                  L"total 9",  L"total 10",     L"total 11",
                                                  L"total 12", L"transformers", L"grid"};
 
-CStringArray PhaseList() {
+CStringArray PhaseList()
+{
     return CStringArray{L"L1,N", L"L2,N", L"L3,N", L"L1,L2,L3,N"};
 }
 
 CLoadCalData Circuit(const std::wstring& owner, const std::wstring& phase,
-                     const std::wstring& current) {
+                     const std::wstring& current)
+{
     CLoadCalData c;
     c.m_strTransformer = owner;
     c.m_strPhase = phase;
@@ -62,18 +67,21 @@ CLoadCalData Circuit(const std::wstring& owner, const std::wstring& phase,
     return c;
 }
 
-PhaseBalancingResult Balance(CLoadArray& loads, IPhaseBalanceHost& window) {
+PhaseBalancingResult Balance(CLoadArray& loads, IPhaseBalanceHost& window)
+{
     const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
     return RunPhaseBalancing(loads, PhaseList(), *search, kPhaseSearchGenerations, window);
 }
 
-bool IsSinglePhaseText(const std::wstring& phase) {
+bool IsSinglePhaseText(const std::wstring& phase)
+{
     return phase == L"L1,N" || phase == L"L2,N" || phase == L"L3,N";
 }
 
 }  // namespace
 
-TEST(PhaseBalancing, WithoutCircuitsShowsAnEmptyReportAndStillRecalculates) {
+TEST(PhaseBalancing, WithoutCircuitsShowsAnEmptyReportAndStillRecalculates)
+{
     CLoadArray loads;
     CRecordingWindow window;
     const PhaseBalancingResult result = Balance(loads, window);
@@ -82,7 +90,8 @@ TEST(PhaseBalancing, WithoutCircuitsShowsAnEmptyReportAndStillRecalculates) {
     EXPECT_EQ(window.calls, kClosingCalls);
 }
 
-TEST(PhaseBalancing, TheWorkedCaseReportsThirtyAndTwiceTwentyToTheCharacter) {
+TEST(PhaseBalancing, TheWorkedCaseReportsThirtyAndTwiceTwentyToTheCharacter)
+{
     // Four single-phase circuits of 10 A and one three-phase circuit of 30 A.
     CLoadArray loads;
     for (int i = 0; i < 4; ++i) {
@@ -115,7 +124,8 @@ TEST(PhaseBalancing, TheWorkedCaseReportsThirtyAndTwiceTwentyToTheCharacter) {
     EXPECT_EQ(window.calls, kClosingCalls);
 }
 
-TEST(PhaseBalancing, ReportBlockIsPrintfWithTwoDecimalsInAnyLocale) {
+TEST(PhaseBalancing, ReportBlockIsPrintfWithTwoDecimalsInAnyLocale)
+{
     const double currents[3] = {12.5, 12.25, 13};
     const std::wstring expected =
         L"变压器T1\nL1,N项电流为: 12.50\nL2,N项电流为: 12.25\nL3,N项电流为: 13.00";
@@ -131,7 +141,8 @@ TEST(PhaseBalancing, ReportBlockIsPrintfWithTwoDecimalsInAnyLocale) {
     EXPECT_EQ(inGerman, expected);
 }
 
-TEST(PhaseBalancing, RoundsLikePrintf) {
+TEST(PhaseBalancing, RoundsLikePrintf)
+{
     const double currents[3] = {0.125, 2.675, -0.004};
     EXPECT_EQ(FormatPhaseReportBlock(L"", PhaseList(), currents),
               L"变压器\nL1,N项电流为: 0.12\nL2,N项电流为: 2.67\nL3,N项电流为: -0.00");
@@ -150,7 +161,8 @@ TEST(PhaseBalancing, RoundsLikePrintf) {
     std::setlocale(LC_NUMERIC, previous.c_str());
 }
 
-TEST(PhaseBalancing, AGroupOfThreeEndsTheCommandAndLeavesLaterGroupsAlone) {
+TEST(PhaseBalancing, AGroupOfThreeEndsTheCommandAndLeavesLaterGroupsAlone)
+{
     CLoadArray loads;
     for (int i = 0; i < 3; ++i) {
         loads.Add(Circuit(L"T1", L"L3,N", L"5"));
@@ -176,7 +188,8 @@ TEST(PhaseBalancing, AGroupOfThreeEndsTheCommandAndLeavesLaterGroupsAlone) {
     EXPECT_TRUE(window.calls.empty());
 }
 
-TEST(PhaseBalancing, AGroupWithoutSinglePhaseCircuitsAlsoEndsTheCommand) {
+TEST(PhaseBalancing, AGroupWithoutSinglePhaseCircuitsAlsoEndsTheCommand)
+{
     CLoadArray loads;
     loads.Add(Circuit(L"T1", L"L1,L2,L3,N", L"40"));
     for (int i = 0; i < 6; ++i) {
@@ -190,7 +203,8 @@ TEST(PhaseBalancing, AGroupWithoutSinglePhaseCircuitsAlsoEndsTheCommand) {
     EXPECT_TRUE(window.calls.empty());
 }
 
-TEST(PhaseBalancing, AnyTextButTheExactThreePhaseTextIsSinglePhaseAndGetsABalancedPhase) {
+TEST(PhaseBalancing, AnyTextButTheExactThreePhaseTextIsSinglePhaseAndGetsABalancedPhase)
+{
     CLoadArray loads;
     loads.Add(Circuit(L"T1", L"l1,n", L"8"));
     loads.Add(Circuit(L"T1", L"L1,L2,L3,N ", L"8"));
@@ -221,7 +235,8 @@ TEST(PhaseBalancing, AnyTextButTheExactThreePhaseTextIsSinglePhaseAndGetsABalanc
               L"变压器T1\nL1,N项电流为: 20.00\nL2,N项电流为: 20.00\nL3,N项电流为: 20.00\n\n");
 }
 
-TEST(PhaseBalancing, GroupsByTheExactOwnerTextInOrderOfFirstAppearance) {
+TEST(PhaseBalancing, GroupsByTheExactOwnerTextInOrderOfFirstAppearance)
+{
     CLoadArray loads;
     for (int i = 0; i < 4; ++i) {
         loads.Add(Circuit(L"T1", L"L1,N", L"6"));
@@ -256,7 +271,8 @@ TEST(PhaseBalancing, GroupsByTheExactOwnerTextInOrderOfFirstAppearance) {
     EXPECT_EQ(window.cells.size(), static_cast<size_t>(loads.GetSize()));
 }
 
-TEST(PhaseBalancing, APhaseListShorterThanThreeIsAnInvalidArgument) {
+TEST(PhaseBalancing, APhaseListShorterThanThreeIsAnInvalidArgument)
+{
     CLoadArray loads;
     for (int i = 0; i < 5; ++i) {
         loads.Add(Circuit(L"T1", L"L1,N", L"4"));
@@ -267,7 +283,8 @@ TEST(PhaseBalancing, APhaseListShorterThanThreeIsAnInvalidArgument) {
     EXPECT_THROW(RunPhaseBalancing(loads, two, *search, 50, window), CInvalidArgException);
 }
 
-TEST(PhaseBalancing, RunsTheSameOnEveryRun) {
+TEST(PhaseBalancing, RunsTheSameOnEveryRun)
+{
     CLoadArray loads;
     for (int i = 0; i < 40; ++i) {
         loads.Add(Circuit(i % 2 == 0 ? L"T1" : L"T2", L"L1,N", std::to_wstring(1.5 + i * 2.25)));
@@ -282,7 +299,8 @@ TEST(PhaseBalancing, RunsTheSameOnEveryRun) {
     EXPECT_EQ(a.report, b.report);
 }
 
-TEST(HeadlessPhaseBalanceHost, CapturesTheReportAndRecalculatesTheTransformers) {
+TEST(HeadlessPhaseBalanceHost, CapturesTheReportAndRecalculatesTheTransformers)
+{
     CLoadArray loads;
     for (int i = 0; i < 6; ++i) {
         CLoadCalData c = Circuit(L"T1", L"L1,N", L"");
