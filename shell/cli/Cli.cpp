@@ -9,6 +9,10 @@
 #include "document/DocumentError.h"
 #include "document/JsonDocument.h"
 #include "model/Calculation.h"
+#include "output/DrawingExport.h"
+#include "output/ExcelExport.h"
+#include "output/OutputError.h"
+#include "output/PointSource.h"
 #include "shell/cli/CliError.h"
 #include "shell/cli/DocumentFiles.h"
 #include "shell/cli/TextTable.h"
@@ -18,6 +22,8 @@ namespace {
 
 /// Streams and the action the parser chose; each subcommand's options live here.
 struct CliRun {
+    CliRun(std::istream& i, std::ostream& o, std::ostream& e) : in(i), out(o), err(e) {}
+
     std::istream& in;
     std::ostream& out;
     std::ostream& err;
@@ -26,6 +32,13 @@ struct CliRun {
     std::string input;
     std::string output;
     bool json = false;
+
+    std::string xlsx;
+    std::string dxf;
+    std::string base;
+    double scale = 1.0;
+    bool force = false;
+    std::string outDir = "loadcal-demo";
 };
 
 void AddConvert(CLI::App& app, CliRun& run)
@@ -79,10 +92,55 @@ void AddCalc(CLI::App& app, CliRun& run)
     });
 }
 
+void AddExport(CLI::App& app, CliRun& run)
+{
+    auto* cmd = app.add_subcommand(
+        "export", "Write a document's tables as an .xlsx workbook or a .dxf drawing, as it stands");
+    cmd->add_option("IN", run.input, "document to read (.LDC or .json)")->required();
+    auto* xlsx = cmd->add_option("--xlsx", run.xlsx, "workbook to write");
+    auto* dxf = cmd->add_option("--dxf", run.dxf, "drawing to write (DXF R2000)");
+    xlsx->excludes(dxf);
+    cmd->add_option("--base", run.base, "base point X,Y[,Z] of the tables (else asked)");
+    cmd->add_option("--scale", run.scale, "drawing scale factor (default 1)")
+        ->check(CLI::PositiveNumber);
+    cmd->add_flag("--force", run.force, "replace an existing drawing");
+    cmd->callback([&run] {
+        run.action = [&run] {
+            if (run.xlsx.empty() == run.dxf.empty()) {
+                throw UsageError("export needs one of --xlsx OUT.xlsx or --dxf OUT.dxf");
+            }
+            std::optional<CadPoint> base;
+            if (!run.base.empty() && !(base = ParsePoint(run.base))) {
+                throw UsageError("--base " + run.base + ": expected X,Y or X,Y,Z");
+            }
+            DocumentKindOf(run.input);
+            CLoadArray loads;
+            CTransformerArray transformers;
+            ReadDocument(run.input, loads, transformers);
+            const SummaryTotals totals = ComputeTotals(loads);
+            if (!run.xlsx.empty()) {
+                WriteWorkbook(run.xlsx, loads, transformers, totals);
+                return;
+            }
+            CTerminalPointSource terminal(run.in, run.out);
+            CFixedPointSource given(base);
+            IPointSource& points = base ? static_cast<IPointSource&>(given) : terminal;
+            const auto result = ExportDrawing(loads, transformers, totals,
+                                              {run.dxf, run.scale, run.force}, points, &run.out);
+            if (result == DrawingExportResult::Declined) {
+                run.out << "\nloadcal: no base point was given; nothing was drawn\n";
+            }
+        };
+    });
+}
+
 void AddDemo(CLI::App& app, CliRun& run)
 {
-    auto* cmd = app.add_subcommand("demo", "Recalculate the bundled example and print it");
+    auto* cmd = app.add_subcommand(
+        "demo", "Recalculate the bundled example, print it and write its workbook and drawing");
     cmd->add_flag("--json", run.json, "print the document as JSON instead of tables");
+    cmd->add_option("--out-dir", run.outDir, "folder for the workbook and the drawing")
+        ->capture_default_str();
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadArray loads;
@@ -91,6 +149,21 @@ void AddDemo(CLI::App& app, CliRun& run)
                              "bundled example", loads, transformers);
             const SummaryTotals totals = RecalculateDocument(loads, transformers);
             PrintDocument(run, loads, transformers, totals);
+
+            const std::filesystem::path dir(run.outDir);
+            std::error_code ec;
+            std::filesystem::create_directories(dir, ec);
+            if (ec) {
+                throw DocumentError(run.outDir + ": cannot create the folder: " + ec.message());
+            }
+            WriteWorkbook(dir / "office-building.xlsx", loads, transformers, totals);
+            CFixedPointSource origin(CadPoint{0, 0, 0});
+            ExportDrawing(loads, transformers, totals, {dir / "office-building.dxf", 1.0, true},
+                          origin);
+            if (!run.json) {
+                run.out << "\n" << (dir / "office-building.xlsx").string() << "\n"
+                        << (dir / "office-building.dxf").string() << "\n";
+            }
         };
     });
 }
@@ -100,12 +173,13 @@ void AddDemo(CLI::App& app, CliRun& run)
 int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
                    std::ostream& err)
 {
-    CliRun run{in, out, err, {}, {}, {}, false};
+    CliRun run(in, out, err);
     CLI::App app{"loadcal: demand-factor load calculation of a building's power distribution",
                  "loadcal"};
     app.require_subcommand(1);
     AddConvert(app, run);
     AddCalc(app, run);
+    AddExport(app, run);
     AddDemo(app, run);
 
     std::vector<std::string> reversed(args.rbegin(), args.rend());
@@ -128,6 +202,13 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
         return kExitUsage;
     } catch (const DocumentError& e) {
         err << "loadcal: " << e.what() << "\n";
+        return kExitIo;
+    } catch (const OutputError& e) {
+        err << "loadcal: " << e.what();
+        if (e.GetKind() == OutputError::Kind::FileExists) {
+            err << " (use --force to replace it)";
+        }
+        err << "\n";
         return kExitIo;
     }
     out.flush();

@@ -240,3 +240,67 @@ TEST(Examples, ArchiveAndJsonHoldTheSameRecalculatedDocument)
     EXPECT_EQ(again, loads);
     EXPECT_EQ(againT, transformers);
 }
+
+TEST_F(Cli, ExportWritesOneOutputAndAsksForTheBasePoint)
+{
+    Write(Path("in.json"), OneCircuitJson());
+    auto r = Run({"export", "in.json", "--xlsx", "t.xlsx"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_GT(fs::file_size(Path("t.xlsx")), 1000u);
+
+    // No --base: the point is asked on the terminal; Enter declines and draws nothing.
+    r = Run({"export", "in.json", "--dxf", "t.dxf"}, "\n");
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("请选择绘制基点<回车结束>:"), std::string::npos);
+    EXPECT_NE(r.out.find("no base point"), std::string::npos);
+    EXPECT_FALSE(fs::exists(Path("t.dxf")));
+    // End of input declines as well.
+    EXPECT_EQ(Run({"export", "in.json", "--dxf", "t.dxf"}).status, 0);
+    EXPECT_FALSE(fs::exists(Path("t.dxf")));
+
+    // A typed point draws.
+    r = Run({"export", "in.json", "--dxf", "t.dxf"}, "100,200\n");
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string first = Read(Path("t.dxf"));
+    EXPECT_NE(first.find("LOADCALSTYLE"), std::string::npos);
+
+    // An existing drawing needs --force; without it nothing changes.
+    r = Run({"export", "in.json", "--dxf", "t.dxf", "--base", "0,0"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("t.dxf"), std::string::npos) << r.err;
+    EXPECT_NE(r.err.find("--force"), std::string::npos) << r.err;
+    EXPECT_EQ(Read(Path("t.dxf")), first);
+    r = Run({"export", "in.json", "--dxf", "t.dxf", "--base", "0,0,5", "--scale", "2", "--force"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(Read(Path("t.dxf")), first);
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"in.json", "t.dxf", "t.xlsx"}));
+}
+
+TEST_F(Cli, ExportUsageAndOutputErrors)
+{
+    Write(Path("in.json"), OneCircuitJson());
+    for (const std::vector<std::string>& args :
+         {std::vector<std::string>{"export", "in.json"},
+          {"export", "in.json", "--xlsx", "a.xlsx", "--dxf", "a.dxf"},
+          {"export", "in.json", "--dxf", "a.dxf", "--base", "1;2"},
+          {"export", "in.json", "--dxf", "a.dxf", "--scale", "0"}}) {
+        EXPECT_EQ(Run(args).status, 1) << args.back();
+    }
+    auto r = Run({"export", "in.json", "--xlsx", "nowhere/a.xlsx"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_NE(r.err.find("nowhere/a.xlsx"), std::string::npos) << r.err;
+    r = Run({"export", "missing.json", "--xlsx", "a.xlsx"});
+    EXPECT_EQ(r.status, 2);
+    EXPECT_EQ(Listing(), (std::vector<std::string>{"in.json"}));
+}
+
+TEST_F(Cli, DemoWritesTheWorkbookAndTheDrawingIntoItsFolder)
+{
+    const auto r = Run({"demo"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("总计:"), std::string::npos);
+    EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.xlsx")), 1000u);
+    EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.dxf")), 1000u);
+    EXPECT_EQ(Run({"demo", "--out-dir", "elsewhere"}).status, 0);
+    EXPECT_TRUE(fs::exists(Path("elsewhere/office-building.dxf")));
+}
