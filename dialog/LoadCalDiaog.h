@@ -88,7 +88,9 @@ public:
     void OnInitMenuPopup(CMenuModel& popup, bool bSystemMenu);
     /// Tool-tip text of a command id (TTN_GETDISPINFOW), from the string table.
     std::optional<std::wstring> OnToolTipText(unsigned id) const;
-    /// Update-UI state of a command: every command of the dialog is enabled.
+    /// Update-UI state of a menu-bar or toolbar command: all of them are
+    /// enabled, whatever the document's state; false for other ids (the
+    /// recent-file entries keep their state in the menu model).
     bool IsCommandEnabled(unsigned id) const;
 
     // Commands.
@@ -123,11 +125,13 @@ public:
 
     // Grid notifications.
     /// End of an in-place edit: the cell takes the text, then the edit rules
-    /// of that grid run.
+    /// of that grid run. Ignored for a cell that is not editable (fixed,
+    /// read-only or outside the grid), which no editor can open on.
     void OnEndEdit(GridId grid, int row, int col, const std::wstring& text);
-    /// NM_CLICK: the grid makes the cell its focus cell and selects it; on the
-    /// load grid the phase column becomes a drop-down list and the owner
-    /// column opens the transformer choice list.
+    /// NM_CLICK: the grid makes the cell its focus cell (the selection is the
+    /// window's); on the load grid the phase column of a circuit or the entry
+    /// row becomes a drop-down list of the four phases, and the owner column
+    /// of a circuit opens the transformer choice list.
     void OnGridClick(GridId grid, int row, int col);
     /// NM_RCLICK: the context menu of the grid where rows and columns allow
     /// it; the chosen command is carried out.
