@@ -13,7 +13,7 @@ namespace {
 // length, within kMinEffort .. kMaxEffort.
 constexpr long long kEffortBytes = 3000;
 constexpr long long kMinEffort = 60;
-constexpr long long kMaxEffort = 300;
+constexpr long long kMaxEffort = 150;
 // Local-step evaluations a child gets besides depth x symbols.
 constexpr long long kChildBaseEffort = 50;
 // Generations between two probes of the fittest unit.
@@ -70,6 +70,7 @@ void CGeneticBase::SetUnitScale(int population, int unitBytes, int depth)
     m_arrWeight.assign(static_cast<size_t>(m_nSymbols), 0.0);
     m_arrMoves.assign(kMovesRemembered, Move{});
     m_arrMovesByFitness.assign(kMovesRemembered, 0);
+    m_arrMovePlace.assign(kMovesRemembered, 0);
     m_random.Seed(m_nSeed);
     m_nBest = 0;
     m_bStarted = false;
@@ -146,7 +147,7 @@ void CGeneticBase::Evolve()
     const long long start = m_nEvaluations;
     const bool stalled = m_nSinceImprovement > static_cast<long long>(m_nDepth) * m_nSymbols;
     if (m_nPopulation >= 2) {
-        Breed(effort * (stalled ? 3 : 1) / 4);
+        Breed(effort * (stalled ? 6 : 1) / 8);
     }
     Refine(effort - (m_nEvaluations - start));
 }
@@ -498,19 +499,30 @@ int CGeneticBase::FindPartner(const unsigned char* unit, const Move& move, doubl
 
 void CGeneticBase::Remember(const Move& move)
 {
+    // The new move takes the ring slot of the oldest one; in the fitness order
+    // it takes the oldest one's place (the end while the ring is filling) and
+    // the entries between that place and its own shift by one.
     const int slot = m_nMoveHead;
     m_nMoveHead = (m_nMoveHead + 1) % kMovesRemembered;
     int* sorted = m_arrMovesByFitness.data();
-    if (m_nMoves == kMovesRemembered) {
-        const int at = static_cast<int>(std::find(sorted, sorted + m_nMoves, slot) - sorted);
-        std::copy(sorted + at + 1, sorted + m_nMoves, sorted + at);
-        --m_nMoves;
+    int* place = m_arrMovePlace.data();
+    int at = LowerBound(move.fitness);
+    const int hole = m_nMoves == kMovesRemembered ? place[slot] : m_nMoves++;
+    if (at <= hole) {
+        for (int k = hole; k > at; --k) {
+            sorted[k] = sorted[k - 1];
+            place[sorted[k]] = k;
+        }
+    } else {
+        --at;
+        for (int k = hole; k < at; ++k) {
+            sorted[k] = sorted[k + 1];
+            place[sorted[k]] = k;
+        }
     }
-    m_arrMoves[slot] = move;
-    const int at = LowerBound(move.fitness);
-    std::copy_backward(sorted + at, sorted + m_nMoves, sorted + m_nMoves + 1);
     sorted[at] = slot;
-    ++m_nMoves;
+    place[slot] = at;
+    m_arrMoves[slot] = move;
 }
 
 void CGeneticBase::CreateUnit(void* unit)

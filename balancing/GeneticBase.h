@@ -18,7 +18,7 @@ namespace loadcal {
 /// generator from the seed; the first Evolve creates the population
 /// (CreateUnit, Fitness); each Evolve then runs one generation. A generation
 /// has a fixed effort of Fitness evaluations (about 3000 unit bytes, at least
-/// 60 and at most 300 evaluations) shared between two lines of work:
+/// 60 and at most 150 evaluations) shared between two lines of work:
 ///  - breeding: a child of two parents chosen by binary tournaments is made
 ///    by IntercrossUnits (or ArithmeticIntercrossUnits), MutateUnit and
 ///    sometimes NonconformingMutateUnit, improved by the local step for
@@ -26,22 +26,21 @@ namespace loadcal {
 ///    replaces the worst unit when it is not worse and not a duplicate;
 ///  - refinement: the local step improves the fittest unit in place,
 ///    accepting only changes that do not lower its fitness.
-/// Breeding gets a quarter of the effort while refinement is improving and
+/// Breeding gets an eighth of the effort while refinement is improving and
 /// three quarters once refinement has gone depth x symbols evaluations
 /// without improvement. The fittest unit is never replaced by a worse one,
 /// so FittestSolution never gets worse during a search (elitism).
 ///
 /// The local step tries moves of a few symbols: a change of one symbol, an
 /// exchange of two, a rotation of three with different values, two exchanges
-/// at once. Every 100 generations (and whenever breeding brings a new fittest
-/// unit) it probes each symbol of the fittest unit with the other three
-/// values: symbols whose change never alters the fitness are left alone
-/// afterwards, and the others are ranked by the worst fitness a change
-/// produces, so that most exchanges pair symbols of similar weight. Moves the
-/// refinement rejects are remembered with the fitness they produced; a new
-/// rejected move is joined with the remembered move whose fitness is closest
-/// and the pair is tried as one move (two moves that spoil the fitness alike
-/// often cancel out), and rejected pairs are remembered in turn.
+/// at once. In the first generation, every 100 generations after and whenever
+/// breeding brings a new fittest unit, it probes each symbol of the fittest unit with the other
+/// three values: symbols whose change never alters the fitness are left alone afterwards, and the
+/// others are ranked by the worst fitness a change produces, so that most exchanges pair symbols of
+/// similar weight. Moves the refinement rejects are remembered with the fitness they produced; a
+/// new rejected move is joined with the remembered move whose fitness is closest and the pair is
+/// tried as one move (two moves that spoil the fitness alike often cancel out), and rejected pairs
+/// are remembered in turn.
 ///
 /// Parameters (SetParameterEx): 0 the probability that MutateUnit changes a
 /// symbol, 1 the probability that a child is made by ArithmeticIntercrossUnits
@@ -80,9 +79,9 @@ public:
     /// Runs one generation (creating the population first when needed).
     void Evolve();
 
-    /// The bytes of the fittest unit (owned by the engine, valid until the next
-    /// Evolve or SetUnitScale); creates the population when no generation has
-    /// run yet. When index is not null it receives the unit's place in the
+    /// The bytes of the fittest unit (owned by the engine; the next Evolve may
+    /// change them, SetUnitScale ends them); creates the population when no
+    /// generation has run yet. When index is not null it receives the unit's place in the
     /// population.
     const unsigned char* FittestSolution(int* index);
 
@@ -174,6 +173,7 @@ private:
     // remembered rejected moves: a ring, and its indices sorted by fitness
     std::vector<Move> m_arrMoves;
     std::vector<int> m_arrMovesByFitness;
+    std::vector<int> m_arrMovePlace;  ///< each slot's place in m_arrMovesByFitness
     int m_nMoves = 0;
     int m_nMoveHead = 0;
 };
