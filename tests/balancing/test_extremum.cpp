@@ -194,16 +194,3 @@ TEST(AssignPhases, TheGenerationCountSetsThePercentSteps)
         L" 变压器 变压器甲 - 已完成100%", L""};
     EXPECT_EQ(window.titles, expected);
 }
-
-TEST(AssignPhases, NoGenerationDecodesTheFirstPopulation)
-{
-    std::vector<CBalanceItem> items = ItemsOf({5, 6, 7, 8, 9});
-    CTitleRecorder window(kSavedTitle);
-    const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
-    EXPECT_TRUE(AssignPhases(*search, items.data(), 5, L"T1", 0, window));
-    EXPECT_EQ(window.titles, std::vector<std::wstring>{kSavedTitle});
-    for (const CBalanceItem& item : items) {
-        EXPECT_GE(item.phase, 0);
-        EXPECT_LE(item.phase, 2);
-    }
-}

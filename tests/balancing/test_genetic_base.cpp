@@ -245,14 +245,3 @@ TEST(GeneticBase, RejectsAnImpossibleScaleAndCopesWithEmptyUnits)
     EXPECT_GE(index, 0);
     EXPECT_LT(index, 100);
 }
-
-TEST(GeneticBase, ParametersBeyondTheCountKeepTheirValues)
-{
-    CRandomTransformer t(8);
-    const double two[2] = {0.25, 0.5};
-    t.problem.SetParameterEx(two, 2);
-    EXPECT_EQ(t.problem.Parameter(0), 0.25);
-    EXPECT_EQ(t.problem.Parameter(1), 0.5);
-    EXPECT_EQ(t.problem.Parameter(2), 0.05);
-    EXPECT_THROW(t.problem.Parameter(3), std::invalid_argument);
-}
