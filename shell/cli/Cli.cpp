@@ -6,9 +6,13 @@
 #include <istream>
 #include <ostream>
 
+#include "balancing/Extremum.h"
+#include "balancing/HeadlessPhaseBalanceHost.h"
+#include "balancing/PhaseBalancing.h"
 #include "document/DocumentError.h"
 #include "document/JsonDocument.h"
 #include "model/Calculation.h"
+#include "model/Text.h"
 #include "output/DrawingExport.h"
 #include "output/ExcelExport.h"
 #include "output/OutputError.h"
@@ -39,7 +43,26 @@ struct CliRun {
     double scale = 1.0;
     bool force = false;
     std::string outDir = "loadcal-demo";
+    std::optional<std::uint64_t> seed;
 };
+
+/// The generations of one phase search, as the dialog runs it.
+constexpr int kGenerations = 1000;
+
+/// Runs the phase-balancing command on a document as the dialog's toolbar
+/// button does, without a window; returns the report ("" when the command
+/// ended early on a transformer with fewer than four single-phase circuits).
+std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
+                           std::optional<std::uint64_t> seed)
+{
+    const auto search = CreatePhaseSearch();
+    if (seed) {
+        search->SetSeed(*seed);
+    }
+    CHeadlessPhaseBalanceHost host(loads, transformers);
+    RunPhaseBalancing(loads, StandardPhaseList(), *search, kGenerations, host);
+    return host.ReportShown() ? host.Report() : std::wstring();
+}
 
 void AddConvert(CLI::App& app, CliRun& run)
 {
@@ -92,6 +115,34 @@ void AddCalc(CLI::App& app, CliRun& run)
     });
 }
 
+void AddBalance(CLI::App& app, CliRun& run)
+{
+    auto* cmd = app.add_subcommand(
+        "balance", "Spread each transformer's single-phase circuits over L1, L2, L3 and report");
+    cmd->add_option("IN", run.input, "document to read (.LDC or .json)")->required();
+    cmd->add_option("-o,--output", run.output, "write the balanced document (.LDC or .json)");
+    cmd->add_flag("--json", run.json, "print the balanced document as JSON after the report");
+    cmd->add_option("--seed", run.seed, "seed of the genetic search (default: fixed)");
+    cmd->callback([&run] {
+        run.action = [&run] {
+            DocumentKindOf(run.input);
+            if (!run.output.empty()) {
+                DocumentKindOf(run.output);
+            }
+            CLoadArray loads;
+            CTransformerArray transformers;
+            ReadDocument(run.input, loads, transformers);
+            run.out << ToUtf8(BalancePhases(loads, transformers, run.seed));
+            if (!run.output.empty()) {
+                WriteDocument(run.output, loads, transformers);
+            }
+            if (run.json) {
+                run.out << DocumentToJson(loads, transformers, ComputeTotals(loads));
+            }
+        };
+    });
+}
+
 void AddExport(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
@@ -137,7 +188,7 @@ void AddExport(CLI::App& app, CliRun& run)
 void AddDemo(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
-        "demo", "Recalculate the bundled example, print it and write its workbook and drawing");
+        "demo", "Recalculate and balance the bundled example, print it, write its workbook and drawing");
     cmd->add_flag("--json", run.json, "print the document as JSON instead of tables");
     cmd->add_option("--out-dir", run.outDir, "folder for the workbook and the drawing")
         ->capture_default_str();
@@ -147,8 +198,13 @@ void AddDemo(CLI::App& app, CliRun& run)
             CTransformerArray transformers;
             DocumentFromJson(std::string_view(BundledExample(), BundledExampleSize()),
                              "bundled example", loads, transformers);
-            const SummaryTotals totals = RecalculateDocument(loads, transformers);
+            RecalculateDocument(loads, transformers);
+            const std::wstring report = BalancePhases(loads, transformers, std::nullopt);
+            const SummaryTotals totals = ComputeTotals(loads);
             PrintDocument(run, loads, transformers, totals);
+            if (!run.json) {
+                run.out << "\n调整相位\n" << ToUtf8(report);
+            }
 
             const std::filesystem::path dir(run.outDir);
             std::error_code ec;
@@ -179,6 +235,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
     app.require_subcommand(1);
     AddConvert(app, run);
     AddCalc(app, run);
+    AddBalance(app, run);
     AddExport(app, run);
     AddDemo(app, run);
 

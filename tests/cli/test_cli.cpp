@@ -304,3 +304,99 @@ TEST_F(Cli, DemoWritesTheWorkbookAndTheDrawingIntoItsFolder)
     EXPECT_EQ(Run({"demo", "--out-dir", "elsewhere"}).status, 0);
     EXPECT_TRUE(fs::exists(Path("elsewhere/office-building.dxf")));
 }
+
+namespace {
+
+/// A circuit of a given current as the phase balancing reads it.
+std::string CircuitJson(const std::string& no, const std::string& phase, const std::string& current,
+                        const std::string& owner)
+{
+    return R"({"circuitNo": ")" + no + R"(", "phase": ")" + phase + R"(", "calcI": ")" + current +
+           R"(", "transformer": ")" + owner + R"("})";
+}
+
+}  // namespace
+
+TEST_F(Cli, BalanceReportsThePhaseCurrentsAndWritesThePhasesBack)
+{
+    // Four 10 A single-phase circuits and one 30 A three-phase circuit:
+    // the best split is 20 / 10 / 10 A, plus 10 A of the three-phase circuit on each phase.
+    std::string loads;
+    for (int i = 1; i <= 4; ++i) {
+        loads += CircuitJson("W" + std::to_string(i), "L1,N", "10", "T1") + ",";
+    }
+    loads += CircuitJson("W5", "L1,L2,L3,N", "30", "T1");
+    Write(Path("in.json"), R"({"loads": [)" + loads + R"(], "transformers": [{"name": "T1"}]})");
+
+    auto r = Run({"balance", "in.json", "-o", "out.json", "--json"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string report = r.out.substr(0, r.out.find('{'));
+    EXPECT_EQ(report.rfind("变压器T1\n", 0), 0u) << report;
+    std::vector<std::string> currents;
+    for (const char* phase : {"L1,N", "L2,N", "L3,N"}) {
+        const std::string label = std::string(phase) + "项电流为: ";
+        const auto at = report.find(label);
+        ASSERT_NE(at, std::string::npos) << report;
+        currents.push_back(report.substr(at + label.size(), 5));
+    }
+    std::sort(currents.begin(), currents.end());
+    EXPECT_EQ(currents, (std::vector<std::string>{"20.00", "20.00", "30.00"})) << report;
+    EXPECT_EQ(report.substr(report.size() - 2), "\n\n");
+
+    CLoadArray written;
+    CTransformerArray writtenT;
+    DocumentFromJson(Read(Path("out.json")), "out.json", written, writtenT);
+    int perPhase[3] = {0, 0, 0};
+    for (int i = 0; i < 4; ++i) {
+        const std::wstring& p = written[i].m_strPhase;
+        ASSERT_TRUE(p == L"L1,N" || p == L"L2,N" || p == L"L3,N") << ToUtf8(p);
+        ++perPhase[p[1] - L'1'];
+    }
+    std::sort(std::begin(perPhase), std::end(perPhase));
+    EXPECT_EQ(perPhase[0] + perPhase[1], 2);
+    EXPECT_EQ(written[4].m_strPhase, L"L1,L2,L3,N");
+    // Circuits are not recalculated; the transformer is.
+    EXPECT_EQ(written[0].m_strCalcP, L"");
+    EXPECT_NE(writtenT[0].m_strRatedCapacity, L"");
+
+    // The same seed gives the same document; the default seed is fixed.
+    EXPECT_EQ(Run({"balance", "in.json", "--json"}).out, r.out);
+    EXPECT_EQ(Run({"balance", "in.json", "--json", "--seed", "7"}).out,
+              Run({"balance", "in.json", "--json", "--seed", "7"}).out);
+}
+
+TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
+{
+    // T1 has three single-phase circuits: they get L1, L2, L3 in turn and the
+    // command ends there, without a report and without touching T2.
+    std::string loads;
+    for (int i = 1; i <= 3; ++i) {
+        loads += CircuitJson("A" + std::to_string(i), "L3,N", "5", "T1") + ",";
+    }
+    for (int i = 1; i <= 5; ++i) {
+        loads += CircuitJson("B" + std::to_string(i), "l1,n", "5", "T2") + ",";
+    }
+    loads.pop_back();
+    Write(Path("in.json"), R"({"loads": [)" + loads + R"(]})");
+    auto r = Run({"balance", "in.json", "-o", "out.LDC"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    CLoadArray written;
+    CTransformerArray writtenT;
+    LoadArchiveFile(FromUtf8(Path("out.LDC")), written, writtenT);
+    EXPECT_EQ(written[0].m_strPhase, L"L1,N");
+    EXPECT_EQ(written[1].m_strPhase, L"L2,N");
+    EXPECT_EQ(written[2].m_strPhase, L"L3,N");
+    EXPECT_EQ(written[3].m_strPhase, L"l1,n");
+
+    EXPECT_EQ(Run({"balance", "in.json", "--seed", "x"}).status, 1);
+    EXPECT_EQ(Run({"balance", "none.json"}).status, 2);
+}
+
+TEST_F(Cli, DemoBalancesTheExampleAndPrintsTheReport)
+{
+    const auto r = Run({"demo"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("变压器1#变压器\nL1,N项电流为: "), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("变压器2#变压器\n"), std::string::npos);
+}
