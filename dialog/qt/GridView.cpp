@@ -1,0 +1,277 @@
+#include "dialog/qt/GridView.h"
+
+#include <QComboBox>
+#include <QHeaderView>
+#include <QItemSelection>
+#include <QLineEdit>
+#include <QTimer>
+#include <algorithm>
+
+namespace loadcal {
+
+// ---- CGridDelegate ----
+
+namespace {
+
+bool IsComboCell(const QModelIndex& index)
+{
+    return index.data(CGridModel::CellKindRole).toInt() == static_cast<int>(CellKind::Combo);
+}
+
+}  // namespace
+
+QWidget* CGridDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
+                                     const QModelIndex& index) const
+{
+    if (!IsComboCell(index)) {
+        QWidget* editor = QStyledItemDelegate::createEditor(parent, option, index);
+        if (auto* line = qobject_cast<QLineEdit*>(editor)) {
+            line->setAlignment(index.data(Qt::TextAlignmentRole).value<Qt::Alignment>() &
+                               Qt::AlignHorizontal_Mask);
+        }
+        return editor;
+    }
+    auto* combo = new QComboBox(parent);
+    combo->setEditable(false);
+    combo->addItems(index.data(CGridModel::ComboOptionsRole).toStringList());
+    // A pick ends the edit at once, as a drop-down list cell does.
+    auto* self = const_cast<CGridDelegate*>(this);
+    connect(combo, &QComboBox::activated, self, [self, combo](int) {
+        emit self->commitData(combo);
+        emit self->closeEditor(combo);
+    });
+    return combo;
+}
+
+void CGridDelegate::setEditorData(QWidget* editor, const QModelIndex& index) const
+{
+    auto* combo = qobject_cast<QComboBox*>(editor);
+    if (!combo) {
+        QStyledItemDelegate::setEditorData(editor, index);
+        return;
+    }
+    combo->setCurrentIndex(combo->findText(index.data(Qt::EditRole).toString()));
+    // The list drops down as soon as the editor is on screen.
+    QTimer::singleShot(0, combo, [combo] {
+        if (combo->isVisible()) {
+            combo->showPopup();
+        }
+    });
+}
+
+void CGridDelegate::setModelData(QWidget* editor, QAbstractItemModel* model,
+                                 const QModelIndex& index) const
+{
+    if (auto* combo = qobject_cast<QComboBox*>(editor)) {
+        model->setData(index, combo->currentText(), Qt::EditRole);
+        return;
+    }
+    QStyledItemDelegate::setModelData(editor, model, index);
+}
+
+// ---- CGridView ----
+
+CGridView::CGridView(CGridModel& model, QWidget* parent) : QTableView(parent), m_model(model)
+{
+    setModel(&m_model);
+    setItemDelegate(new CGridDelegate(this));
+    setSelectionMode(QAbstractItemView::ExtendedSelection);
+    setSelectionBehavior(QAbstractItemView::SelectItems);
+    setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::SelectedClicked |
+                    QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+    setWordWrap(false);
+    setContextMenuPolicy(Qt::CustomContextMenu);
+    setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
+
+    QHeaderView* columns = horizontalHeader();
+    columns->setDefaultAlignment(Qt::Alignment::fromInt(Qt::AlignCenter | Qt::TextWordWrap));
+    columns->setMinimumSectionSize(1);
+    columns->setSectionResizeMode(QHeaderView::Interactive);
+    columns->setHighlightSections(false);
+    QHeaderView* rows = verticalHeader();
+    rows->setMinimumSectionSize(1);
+    rows->setDefaultSectionSize(CGridCtrl::kDefaultRowHeight);
+    rows->setSectionResizeMode(QHeaderView::Interactive);
+    rows->setHighlightSections(false);
+
+    connect(&m_model, &CGridModel::sizesChanged, this, &CGridView::ApplySizes);
+    connect(&m_model, &CGridModel::gridSelectionChanged, this, &CGridView::PullSelection);
+    connect(&m_model, &CGridModel::structureChanged, this, &CGridView::PullSelection);
+    connect(&m_model, &CGridModel::headerDataChanged, this, &CGridView::ApplySizes);
+    connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &CGridView::PushSelection);
+    connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
+            [this](const QModelIndex& current) { PushCurrent(current); });
+    connect(columns, &QHeaderView::sectionResized, this, [this](int section, int, int size) {
+        OnSectionResized(Qt::Horizontal, section, size);
+    });
+    connect(rows, &QHeaderView::sectionResized, this,
+            [this](int section, int, int size) { OnSectionResized(Qt::Vertical, section, size); });
+    connect(this, &QTableView::clicked, this, [this](const QModelIndex& index) {
+        emit cellClicked(m_model.GridRow(index.row()), m_model.GridColumn(index.column()));
+    });
+    connect(this, &QWidget::customContextMenuRequested, this, [this](const QPoint& pos) {
+        const QModelIndex index = indexAt(pos);
+        if (index.isValid()) {
+            emit cellRightClicked(m_model.GridRow(index.row()), m_model.GridColumn(index.column()));
+        }
+    });
+    ApplySizes();
+    PullSelection();
+}
+
+QRect CGridView::CellRect(int gridRow, int gridCol) const
+{
+    return visualRect(m_model.IndexOfCell(gridRow, gridCol));
+}
+
+void CGridView::EditCell(const QModelIndex& index)
+{
+    if (state() != EditingState) {
+        edit(index);
+    }
+}
+
+void CGridView::ApplySizes()
+{
+    if (m_bApplyingSizes) {
+        return;
+    }
+    m_bApplyingSizes = true;
+    const CGridCtrl& g = m_model.Grid();
+    const int fixedRows = g.GetFixedRowCount();
+    const int fixedCols = g.GetFixedColumnCount();
+
+    int headingWidth = 0;
+    for (int c = 0; c < fixedCols; ++c) {
+        headingWidth += g.GetColumnWidth(c);
+    }
+    verticalHeader()->setVisible(fixedCols > 0);
+    verticalHeader()->setFixedWidth(headingWidth);
+    // Only sections whose size differs are touched: a large grid has many rows.
+    for (int c = fixedCols; c < g.GetColumnCount(); ++c) {
+        if (horizontalHeader()->sectionSize(c - fixedCols) != g.GetColumnWidth(c)) {
+            horizontalHeader()->resizeSection(c - fixedCols, g.GetColumnWidth(c));
+        }
+    }
+    for (int r = fixedRows; r < g.GetRowCount(); ++r) {
+        if (verticalHeader()->sectionSize(r - fixedRows) != g.GetRowHeight(r)) {
+            verticalHeader()->resizeSection(r - fixedRows, g.GetRowHeight(r));
+        }
+    }
+
+    // The title row: its grid height, or more where a title wraps.
+    int titleHeight = 0;
+    for (int r = 0; r < fixedRows; ++r) {
+        titleHeight += g.GetRowHeight(r);
+    }
+    const QFontMetrics metrics(horizontalHeader()->font());
+    const int margin =
+        2 * style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, horizontalHeader());
+    for (int c = fixedCols; c < g.GetColumnCount(); ++c) {
+        const QString title = m_model.headerData(c - fixedCols, Qt::Horizontal).toString();
+        const int width = std::max(1, g.GetColumnWidth(c) - margin);
+        const QRect text = metrics.boundingRect(QRect(0, 0, width, 10000),
+                                                Qt::AlignCenter | Qt::TextWordWrap, title);
+        titleHeight = std::max(titleHeight, text.height() + margin);
+    }
+    horizontalHeader()->setVisible(fixedRows > 0);
+    horizontalHeader()->setFixedHeight(titleHeight);
+    m_bApplyingSizes = false;
+}
+
+void CGridView::OnSectionResized(Qt::Orientation orientation, int section, int newSize)
+{
+    if (m_bApplyingSizes) {
+        return;
+    }
+    CGridCtrl& g = m_model.Grid();
+    if (orientation == Qt::Horizontal) {
+        g.SetColumnWidth(m_model.GridColumn(section), newSize);
+    } else {
+        g.SetRowHeight(m_model.GridRow(section), newSize);
+    }
+}
+
+void CGridView::PullSelection()
+{
+    if (m_bSyncing || m_model.IsChanging()) {
+        return;
+    }
+    m_bSyncing = true;
+    const CGridCtrl& g = m_model.Grid();
+    QItemSelection selection;
+    const CCellRange bounds = g.GetSelectedRange();
+    if (bounds.IsValid()) {
+        for (int r = bounds.minRow; r <= bounds.maxRow; ++r) {
+            // Runs of selected cells along the row.
+            int start = -1;
+            for (int c = bounds.minCol; c <= bounds.maxCol + 1; ++c) {
+                const bool selected = c <= bounds.maxCol && g.IsCellSelected(r, c) &&
+                                      m_model.IndexOfCell(r, c).isValid();
+                if (selected && start < 0) {
+                    start = c;
+                } else if (!selected && start >= 0) {
+                    selection.select(m_model.IndexOfCell(r, start), m_model.IndexOfCell(r, c - 1));
+                    start = -1;
+                }
+            }
+        }
+    }
+    if (selection != selectionModel()->selection()) {
+        selectionModel()->select(selection, QItemSelectionModel::ClearAndSelect);
+    }
+    const CCellID focus = g.GetFocusCell();
+    const QModelIndex current = m_model.IndexOfCell(focus.row, focus.col);
+    if (current != currentIndex() && (current.isValid() || state() != EditingState)) {
+        selectionModel()->setCurrentIndex(current, QItemSelectionModel::NoUpdate);
+    }
+    m_bSyncing = false;
+}
+
+void CGridView::PushSelection()
+{
+    if (m_bSyncing || m_model.IsChanging()) {
+        return;
+    }
+    m_bSyncing = true;
+    CGridCtrl& g = m_model.Grid();
+    const QModelIndexList selected = selectionModel()->selectedIndexes();
+    if (selected.isEmpty()) {
+        g.ResetSelectedRange();
+    } else {
+        CCellRange bounds{
+            m_model.GridRow(selected.front().row()), m_model.GridColumn(selected.front().column()),
+            m_model.GridRow(selected.front().row()), m_model.GridColumn(selected.front().column())};
+        for (const QModelIndex& index : selected) {
+            bounds.minRow = std::min(bounds.minRow, m_model.GridRow(index.row()));
+            bounds.maxRow = std::max(bounds.maxRow, m_model.GridRow(index.row()));
+            bounds.minCol = std::min(bounds.minCol, m_model.GridColumn(index.column()));
+            bounds.maxCol = std::max(bounds.maxCol, m_model.GridColumn(index.column()));
+        }
+        const auto area = static_cast<qsizetype>(bounds.maxRow - bounds.minRow + 1) *
+                          (bounds.maxCol - bounds.minCol + 1);
+        if (area == selected.size()) {
+            g.SetSelectedRange(bounds);
+        } else {
+            g.ResetSelectedRange();
+            for (const QModelIndex& index : selected) {
+                g.SelectCell(m_model.GridRow(index.row()), m_model.GridColumn(index.column()));
+            }
+        }
+    }
+    m_bSyncing = false;
+}
+
+void CGridView::PushCurrent(const QModelIndex& current)
+{
+    if (m_bSyncing || m_model.IsChanging() || !current.isValid()) {
+        return;
+    }
+    m_bSyncing = true;
+    m_model.Grid().SetFocusCell(m_model.GridRow(current.row()),
+                                m_model.GridColumn(current.column()));
+    m_bSyncing = false;
+}
+
+}  // namespace loadcal
