@@ -1,0 +1,476 @@
+#include "dialog/qt/LoadCalWindow.h"
+
+#include <QApplication>
+#include <QCursor>
+#include <QFileInfo>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMenuBar>
+#include <QScreen>
+#include <QShortcut>
+#include <QToolBar>
+#include <algorithm>
+
+#include "dialog/LoadCalResources.h"
+#include "dialog/LoadCalTexts.h"
+#include "dialog/qt/AboutBox.h"
+#include "dialog/qt/ChoicePopup.h"
+#include "dialog/qt/GridView.h"
+#include "dialog/qt/Icons.h"
+#include "dialog/qt/QtSession.h"
+#include "dialog/qt/QtText.h"
+#include "dialog/qt/WindowTexts.h"
+
+namespace loadcal {
+namespace {
+
+QRect ToQRect(const CRect& r)
+{
+    return QRect(r.left, r.top, r.Width(), r.Height());
+}
+
+QMessageBox::Icon IconOf(unsigned style)
+{
+    if (style & MB_ICONQUESTION) {
+        return QMessageBox::Question;
+    }
+    if (style & MB_ICONINFORMATION) {
+        return QMessageBox::Information;
+    }
+    return QMessageBox::NoIcon;
+}
+
+constexpr unsigned kButtonMask = 0x0F;
+
+QMessageBox::StandardButtons ButtonsOf(unsigned style)
+{
+    switch (style & kButtonMask) {
+        case MB_OKCANCEL:
+            return QMessageBox::Ok | QMessageBox::Cancel;
+        case MB_YESNOCANCEL:
+            return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+        default:
+            return QMessageBox::Ok;
+    }
+}
+
+}  // namespace
+
+CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWidget* parent)
+    : QDialog(parent, Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+                          Qt::WindowMaximizeButtonHint | Qt::WindowCloseButtonHint),
+      m_dialog(dialog),
+      m_pRunner(runner),
+      m_loadFrame(MapDialogRect(res::kLoadFrameTemplate)),
+      m_transformerFrame(MapDialogRect(res::kTransformerFrameTemplate))
+{
+    setFont(DialogFont());
+    QIcon icon;
+    for (int size : {16, 32, 48}) {
+        icon.addPixmap(ApplicationIcon(size));
+    }
+    setWindowIcon(icon);
+    setWindowTitle(ToQString(texts::kTitle));
+
+    m_pMenuBar = new QMenuBar(this);
+    m_pClient = new QWidget(this);
+    m_pToolBar = new QToolBar(m_pClient);
+    m_pToolBar->setIconSize(QSize(kToolbarImageSize, kToolbarImageSize));
+    m_pToolBar->setFloatable(false);
+    m_pToolBar->setMovable(false);
+
+    m_pLoadModel = new CGridModel(m_dialog, GridId::Load, this);
+    m_pTransformerModel = new CGridModel(m_dialog, GridId::Transformer, this);
+    for (CGridModel* model : {m_pLoadModel, m_pTransformerModel}) {
+        model->SetErrorHandler(
+            [this](const std::exception& e) { ReportInternalError(QString::fromUtf8(e.what())); });
+    }
+    m_pLoadView = new CGridView(*m_pLoadModel, m_pClient);
+    m_pTransformerView = new CGridView(*m_pTransformerModel, m_pClient);
+    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+        const GridId grid = view->GridModel().Id();
+        connect(view, &CGridView::cellClicked, this,
+                [this, grid](int row, int col) { OnCellClicked(grid, row, col); });
+        connect(view, &CGridView::cellRightClicked, this,
+                [this, grid](int row, int col) { OnCellRightClicked(grid, row, col); });
+    }
+
+    BuildMenuBar();
+    BuildToolBar();
+    const std::pair<QKeySequence, unsigned> accelerators[] = {
+        {QKeySequence(Qt::CTRL | Qt::Key_N), res::ID_FILE_NEW},
+        {QKeySequence(Qt::CTRL | Qt::Key_O), res::ID_FILE_OPEN},
+        {QKeySequence(Qt::CTRL | Qt::Key_S), res::ID_FILE_SAVE},
+    };
+    for (const auto& [keys, id] : accelerators) {
+        auto* shortcut = new QShortcut(keys, this);
+        connect(shortcut, &QShortcut::activated, this, [this, id = id] { RunCommand(id); });
+    }
+
+    m_dialog.SetUi(this);
+    qApp->installEventFilter(this);
+
+    // The template gives the client area; the menu bar comes on top of it.
+    const CRect client = MapDialogRect(res::kDialogTemplate);
+    resize(client.Width(), client.Height() + MenuHeight());
+    m_openedSize = size();
+    Guarded([this] { m_dialog.OnCreate(width(), height()); });
+    ApplyTrackingLimits();
+    Guarded([this] { m_dialog.OnInitDialog(); });
+    LayOut();
+}
+
+CLoadCalWindow::~CLoadCalWindow()
+{
+    qApp->removeEventFilter(this);
+    m_dialog.SetUi(nullptr);
+}
+
+CGridView& CLoadCalWindow::View(GridId grid) const
+{
+    return grid == GridId::Load ? *m_pLoadView : *m_pTransformerView;
+}
+
+// ---- Event boundary ----
+
+void CLoadCalWindow::Guarded(const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const std::exception& e) {
+        ReportInternalError(QString::fromUtf8(e.what()));
+    } catch (...) {
+        ReportInternalError(QStringLiteral("unknown exception"));
+    }
+}
+
+void CLoadCalWindow::ReportInternalError(const QString& what)
+{
+    const std::wstring text = texts::FormatText(texts::kInternalErrorFormat, ToWString(what));
+    RunMessageBox(Runner(), this, QMessageBox::Critical, ToQString(texts::kApplicationName),
+                  ToQString(text), QMessageBox::Ok);
+}
+
+void CLoadCalWindow::RunCommand(unsigned id)
+{
+    Guarded([this, id] { m_dialog.OnCommand(id); });
+    RefreshCommandStates();
+}
+
+void CLoadCalWindow::reject()
+{
+    Guarded([this] { m_dialog.OnCancel(); });
+}
+
+void CLoadCalWindow::keyPressEvent(QKeyEvent* event)
+{
+    switch (event->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+        case Qt::Key_Escape:
+            event->accept();
+            return;
+        default:
+            QDialog::keyPressEvent(event);
+    }
+}
+
+bool CLoadCalWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() != QEvent::KeyPress || !isVisible()) {
+        return QDialog::eventFilter(watched, event);
+    }
+    // A key event travels from the focus widget up to its window, passing
+    // this filter at every step: only its first delivery counts.
+    auto* widget = qobject_cast<QWidget*>(watched);
+    QWidget* focus = QApplication::focusWidget();
+    if (!widget || widget->window() != this || (focus ? widget != focus : widget != this)) {
+        return QDialog::eventFilter(watched, event);
+    }
+    DialogKey key = DialogKey::Other;
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            key = DialogKey::Enter;
+            break;
+        case Qt::Key_Escape:
+            key = DialogKey::Escape;
+            break;
+        default:
+            return QDialog::eventFilter(watched, event);
+    }
+    KeyDisposition disposition = KeyDisposition::Default;
+    Guarded([&] { disposition = m_dialog.PreTranslateKeyDown(key); });
+    return disposition == KeyDisposition::Handled;
+}
+
+// ---- Menus and toolbar ----
+
+void CLoadCalWindow::FillMenu(QMenu& menu, const CMenuModel& model, bool sendCommands)
+{
+    for (const CMenuItem& item : model.Items()) {
+        switch (item.kind) {
+            case CMenuItem::Kind::Separator:
+                menu.addSeparator();
+                break;
+            case CMenuItem::Kind::Popup: {
+                QMenu* sub = menu.addMenu(ToQString(item.text));
+                sub->setEnabled(item.enabled);
+                if (item.popup) {
+                    FillMenu(*sub, *item.popup, sendCommands);
+                }
+                break;
+            }
+            case CMenuItem::Kind::Command: {
+                QAction* action = menu.addAction(ToQString(item.text));
+                action->setData(item.id);
+                action->setEnabled(item.enabled);
+                if (sendCommands) {
+                    const unsigned id = item.id;
+                    connect(action, &QAction::triggered, this, [this, id] { RunCommand(id); });
+                }
+                break;
+            }
+        }
+    }
+}
+
+void CLoadCalWindow::BuildMenuBar()
+{
+    m_pMenuBar->clear();
+    const CMenuModel& bar = m_dialog.GetMenuBar();
+    for (int position = 0; position < bar.GetItemCount(); ++position) {
+        const CMenuItem& item = bar.GetItem(position);
+        if (item.kind != CMenuItem::Kind::Popup || !item.popup) {
+            continue;
+        }
+        QMenu* menu = m_pMenuBar->addMenu(ToQString(item.text));
+        FillMenu(*menu, *item.popup, true);
+        connect(menu, &QMenu::aboutToShow, this,
+                [this, position, menu] { OnMenuAboutToShow(position, *menu); });
+    }
+}
+
+void CLoadCalWindow::OnMenuAboutToShow(int position, QMenu& menu)
+{
+    CMenuModel* popup = m_dialog.GetMenuBar().GetSubMenu(position);
+    if (!popup) {
+        return;
+    }
+    // The controller enables the items and lays the recent files into the
+    // File menu; the Qt menu is then rebuilt from its model.
+    Guarded([this, popup] { m_dialog.OnInitMenuPopup(*popup, false); });
+    menu.clear();
+    FillMenu(menu, *popup, true);
+}
+
+void CLoadCalWindow::BuildToolBar()
+{
+    for (unsigned id : res::kToolbarButtons) {
+        if (id == 0) {
+            m_pToolBar->addSeparator();
+            continue;
+        }
+        const QString tip = ToQString(m_dialog.OnToolTipText(id).value_or(std::wstring()));
+        QAction* action = m_pToolBar->addAction(ToolbarIcon(id), tip);
+        action->setData(id);
+        action->setToolTip(tip);
+        connect(action, &QAction::triggered, this, [this, id] { RunCommand(id); });
+    }
+    RefreshCommandStates();
+}
+
+void CLoadCalWindow::RefreshCommandStates()
+{
+    for (QAction* action : m_pToolBar->actions()) {
+        if (!action->isSeparator()) {
+            action->setEnabled(m_dialog.IsCommandEnabled(action->data().toUInt()));
+        }
+    }
+}
+
+// ---- Grids ----
+
+void CLoadCalWindow::OnCellClicked(GridId grid, int row, int col)
+{
+    Guarded([&] { m_dialog.OnGridClick(grid, row, col); });
+    // The phase column has just become a drop-down list: open it.
+    CGridView& view = View(grid);
+    const QModelIndex index = view.GridModel().IndexOfCell(row, col);
+    if (index.isValid() &&
+        index.data(CGridModel::CellKindRole).toInt() == static_cast<int>(CellKind::Combo) &&
+        (index.flags() & Qt::ItemIsEditable)) {
+        view.EditCell(index);
+    }
+}
+
+void CLoadCalWindow::OnCellRightClicked(GridId grid, int row, int col)
+{
+    Guarded([&] { m_dialog.OnGridRightClick(grid, row, col); });
+    RefreshCommandStates();
+}
+
+// ---- Size and layout ----
+
+int CLoadCalWindow::MenuHeight() const
+{
+    return m_pMenuBar->sizeHint().height();
+}
+
+void CLoadCalWindow::ApplyTrackingLimits()
+{
+    const QScreen* display = screen();
+    const QSize maximised =
+        display ? display->availableSize() : QSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    const CMinMaxInfo limits = m_dialog.OnGetMinMaxInfo(maximised.width(), maximised.height());
+    const QSize minimum(limits.minTrackWidth, limits.minTrackHeight);
+    setMinimumSize(minimum);
+    setMaximumSize(QSize(limits.maxTrackWidth, limits.maxTrackHeight).expandedTo(minimum));
+}
+
+void CLoadCalWindow::resizeEvent(QResizeEvent* event)
+{
+    QDialog::resizeEvent(event);
+    LayOut();
+}
+
+void CLoadCalWindow::LayOut()
+{
+    const int menuHeight = MenuHeight();
+    m_pMenuBar->setGeometry(0, 0, width(), menuHeight);
+    m_pClient->setGeometry(0, menuHeight, width(), height() - menuHeight);
+    m_pToolBar->setGeometry(0, 0, width(),
+                            std::min(m_pToolBar->sizeHint().height(), m_loadFrame.top));
+    // The menu bar stands where a Windows dialog has its non-client menu;
+    // the window manager's frame is not part of the widget, so the window's
+    // edges are the widget's own.
+    const CRect windowInClient{0, -menuHeight, width(), height() - menuHeight};
+    const CGridLayout layout =
+        CLoadCalDiaog::OnSize(windowInClient, m_loadFrame, m_transformerFrame);
+    m_pLoadView->setGeometry(ToQRect(layout.load));
+    m_pTransformerView->setGeometry(ToQRect(layout.transformer));
+}
+
+// ---- ILoadCalUi ----
+
+int CLoadCalWindow::MessageBox(const std::wstring& text, const std::wstring& caption,
+                               unsigned style)
+{
+    const QMessageBox::StandardButton answer = RunMessageBox(
+        Runner(), this, IconOf(style), ToQString(caption), ToQString(text), ButtonsOf(style));
+    switch (answer) {
+        case QMessageBox::Ok:
+            return IDOK;
+        case QMessageBox::Yes:
+            return IDYES;
+        case QMessageBox::No:
+            return IDNO;
+        case QMessageBox::Cancel:
+            return IDCANCEL;
+        default:
+            // Closed without a button: a box with OK only answers OK.
+            return (style & kButtonMask) == MB_OK ? IDOK : IDCANCEL;
+    }
+}
+
+std::optional<std::wstring> CLoadCalWindow::RunArchiveDialog(const CFileDialogSpec& spec, bool save)
+{
+    FileDialogRequest request;
+    request.save = save;
+    request.filter = spec.filter;
+    request.defaultExtension = spec.defaultExtension;
+    request.proposedName = ToQString(spec.initialName);
+    request.confirmOverwrite = spec.overwritePrompt;
+    if (!m_dialog.GetFilePath().empty()) {
+        request.directory = QFileInfo(ToQString(m_dialog.GetFilePath())).absolutePath();
+    }
+    const std::optional<QString> path = RunFileDialog(Runner(), this, request);
+    if (!path) {
+        return std::nullopt;
+    }
+    return ToWString(*path);
+}
+
+std::optional<std::wstring> CLoadCalWindow::OpenFileDialog(const CFileDialogSpec& spec)
+{
+    return RunArchiveDialog(spec, false);
+}
+
+std::optional<std::wstring> CLoadCalWindow::SaveFileDialog(const CFileDialogSpec& spec)
+{
+    return RunArchiveDialog(spec, true);
+}
+
+void CLoadCalWindow::SetWindowText(const std::wstring& title)
+{
+    setWindowTitle(ToQString(title));
+    if (isVisible()) {
+        QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+    }
+}
+
+std::optional<std::vector<std::wstring>> CLoadCalWindow::ShowChoiceList(
+    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col)
+{
+    CChoicePopup popup(names, marks, this);
+    popup.setFont(DialogFont());
+    CGridView& view = *m_pLoadView;
+    view.scrollTo(view.GridModel().IndexOfCell(row, col));
+    const QRect cell = view.CellRect(row, col);
+    popup.PlaceAt(view.viewport()->mapToGlobal(cell.topLeft()), cell.width());
+    if (Runner().Exec(popup) != QDialog::Accepted) {
+        return std::nullopt;
+    }
+    return popup.MarkedNames();
+}
+
+CPopupResult CLoadCalWindow::TrackPopupMenu(const CMenuModel& popup)
+{
+    QMenu menu(this);
+    menu.setFont(DialogFont());
+    FillMenu(menu, popup, false);
+    const QAction* chosen = Runner().ExecMenu(menu, QCursor::pos());
+    return {CPopupResult::Status::Tracked, chosen ? chosen->data().toUInt() : 0u};
+}
+
+void CLoadCalWindow::ResizeWindow(int width, int height)
+{
+    resize(width, height);
+}
+
+void CLoadCalWindow::CenterWindow()
+{
+    const QWidget* owner = parentWidget() ? parentWidget()->window() : nullptr;
+    const QScreen* display = screen();
+    const QRect area =
+        owner ? owner->frameGeometry() : (display ? display->availableGeometry() : QRect());
+    if (area.isEmpty()) {
+        return;
+    }
+    QRect frame = frameGeometry();
+    frame.moveCenter(area.center());
+    move(frame.topLeft());
+}
+
+void CLoadCalWindow::EndDialog(int result)
+{
+    QDialog::done(result == IDOK ? QDialog::Accepted : QDialog::Rejected);
+}
+
+void CLoadCalWindow::ShowAboutBox()
+{
+    CAboutBox box(this);
+    Runner().Exec(box);
+}
+
+// ---- Running the dialog ----
+
+int RunLoadCalDialog(CLoadCalDiaog& dialog, IModalRunner* runner)
+{
+    CQtSession session;
+    CLoadCalWindow window(dialog, runner);
+    window.exec();
+    return dialog.GetEndResult().value_or(IDCANCEL);
+}
+
+}  // namespace loadcal

@@ -1,0 +1,131 @@
+#pragma once
+
+#include <QDialog>
+#include <QSize>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "dialog/LoadCalDiaog.h"
+#include "dialog/qt/ModalRunner.h"
+
+class QMenu;
+class QMenuBar;
+class QToolBar;
+
+namespace loadcal {
+
+class CGridModel;
+class CGridView;
+
+/// The window of the demand-factor calculation dialog: a modal QDialog with
+/// the controller's menu bar, its toolbar and its two grids (load grid above,
+/// transformer grid below, laid out by CLoadCalDiaog::OnSize). It implements
+/// ILoadCalUi for the controller and forwards every user action to it:
+/// commands, grid clicks and right-clicks, in-place edits (through the grid
+/// models), Enter and Escape (PreTranslateKeyDown), the close box (OnCancel).
+/// The document lives in the controller only. Every call into the controller
+/// runs at the event boundary under Guarded: an exception is shown in a box
+/// and the window stays open with the document.
+///
+/// Borrows the controller (which must outlive the window) and the runner of
+/// modal boxes (null: the interactive one); owns its widgets and the two
+/// grid models.
+class CLoadCalWindow final : public QDialog, public ILoadCalUi {
+    Q_OBJECT
+public:
+    /// Attaches itself to the controller, builds menus, toolbar and grids,
+    /// takes the dialog template's size (its client area plus the menu bar)
+    /// as the opening size (OnCreate) and runs the controller's start-up
+    /// (OnInitDialog), which opens the start-up document.
+    explicit CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner = nullptr,
+                            QWidget* parent = nullptr);
+    ~CLoadCalWindow() override;
+    CLoadCalWindow(const CLoadCalWindow&) = delete;
+    CLoadCalWindow& operator=(const CLoadCalWindow&) = delete;
+
+    // ILoadCalUi
+    int MessageBox(const std::wstring& text, const std::wstring& caption, unsigned style) override;
+    std::optional<std::wstring> OpenFileDialog(const CFileDialogSpec& spec) override;
+    std::optional<std::wstring> SaveFileDialog(const CFileDialogSpec& spec) override;
+    /// Sets the title and lets it reach the screen at once: the phase search
+    /// blocks the event loop while it writes its progress into the title, so
+    /// pending paint and window-system events are processed here (user input
+    /// stays queued until the controller returns).
+    void SetWindowText(const std::wstring& title) override;
+    std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
+                                                            const std::vector<bool>& marks, int row,
+                                                            int col) override;
+    CPopupResult TrackPopupMenu(const CMenuModel& popup) override;
+    void ResizeWindow(int width, int height) override;
+    void CenterWindow() override;
+    void EndDialog(int result) override;
+    void ShowAboutBox() override;
+
+    CGridView& View(GridId grid) const;
+    QMenuBar& MenuBar() const { return *m_pMenuBar; }
+    QToolBar& ToolBar() const { return *m_pToolBar; }
+    /// The size the window opened with, which is also its minimum size.
+    QSize OpenedSize() const { return m_openedSize; }
+
+    /// Runs a controller operation at the event boundary: an exception it
+    /// lets out is reported in a box instead of crossing the event loop.
+    void Guarded(const std::function<void()>& action);
+
+public slots:
+    /// The close box and every other way Qt cancels a dialog: the
+    /// controller's Cancel, which asks the save question first.
+    void reject() override;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    /// Enter and Escape never reach QDialog's default-button and cancel
+    /// handling: the controller has decided about them already.
+    void keyPressEvent(QKeyEvent* event) override;
+    /// Key presses for any widget of the window, before they are delivered
+    /// (the dialog's PreTranslateMessage).
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    IModalRunner& Runner() const { return m_pRunner ? *m_pRunner : m_defaultRunner; }
+    void ReportInternalError(const QString& what);
+    void RunCommand(unsigned id);
+    void RefreshCommandStates();
+    void BuildMenuBar();
+    void FillMenu(QMenu& menu, const CMenuModel& model, bool sendCommands);
+    void OnMenuAboutToShow(int position, QMenu& menu);
+    void BuildToolBar();
+    void OnCellClicked(GridId grid, int row, int col);
+    void OnCellRightClicked(GridId grid, int row, int col);
+    void ApplyTrackingLimits();
+    int MenuHeight() const;
+    void LayOut();
+    std::optional<std::wstring> RunArchiveDialog(const CFileDialogSpec& spec, bool save);
+
+    CLoadCalDiaog& m_dialog;
+    IModalRunner* m_pRunner;
+    mutable CModalRunner m_defaultRunner;
+    QMenuBar* m_pMenuBar = nullptr;
+    QWidget* m_pClient = nullptr;
+    QToolBar* m_pToolBar = nullptr;
+    CGridModel* m_pLoadModel = nullptr;
+    CGridModel* m_pTransformerModel = nullptr;
+    CGridView* m_pLoadView = nullptr;
+    CGridView* m_pTransformerView = nullptr;
+    CRect m_loadFrame;
+    CRect m_transformerFrame;
+    QSize m_openedSize;
+};
+
+/// Runs the calculation dialog in its window, modally, and returns how the
+/// controller ended it: IDOK after an output command or Exit (the output mode
+/// tells which), IDCANCEL after Cancel, Escape or the close box (also when
+/// the window went away without the controller ending it). Creates a Qt
+/// application for the run when the process has none (CQtSession); the
+/// command that also shows the output's boxes should hold a CQtSession of
+/// its own around both. runner: the modal boxes' answerer (null:
+/// interactive).
+int RunLoadCalDialog(CLoadCalDiaog& dialog, IModalRunner* runner = nullptr);
+
+}  // namespace loadcal
