@@ -4,7 +4,7 @@
 
 namespace loadcal::texts {
 
-/// Texts the Qt window shows that the calculation
+/// Texts the Qt window and its output helpers show that the calculation
 /// dialog itself has none for. Everything else comes from LoadCalTexts.h.
 
 /// A controller operation failed with a programming error (the message
@@ -13,5 +13,14 @@ namespace loadcal::texts {
 /// false". Filled with the exception's message by FormatText.
 inline constexpr std::wstring_view kInternalErrorFormat =
     L"Internal error: %s\nThe document stays open; save it under a new name before going on.";
+
+/// Save dialogs of the two outputs (Windows filter form, default extension).
+inline constexpr std::wstring_view kDrawingFilter = L"DXF 图形文件(*.dxf)|*.dxf||";
+inline constexpr std::wstring_view kDrawingExtension = L"dxf";
+inline constexpr std::wstring_view kWorkbookFilter = L"Excel 工作簿(*.xlsx)|*.xlsx||";
+inline constexpr std::wstring_view kWorkbookExtension = L"xlsx";
+
+/// Asked before an existing drawing is replaced; filled with the path.
+inline constexpr std::wstring_view kReplaceFileFormat = L"文件 \"%s\" 已经存在,是否替换?";
 
 }  // namespace loadcal::texts

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+
+#include "output/Desktop.h"
+
+class QWidget;
+
+namespace loadcal {
+
+class IModalRunner;
+
+/// The output layer's messages in the window: each one in a message box with
+/// an OK button and the exclamation icon under the application's name, owned
+/// by a window or none. The runner is borrowed (null: interactive).
+class CQtMessageSink final : public IMessageSink {
+public:
+    explicit CQtMessageSink(QWidget* parent = nullptr, IModalRunner* runner = nullptr)
+        : m_pParent(parent), m_pRunner(runner)
+    {}
+    void ShowMessage(const std::wstring& text) override;
+
+private:
+    QWidget* m_pParent;
+    IModalRunner* m_pRunner;
+};
+
+/// Hands a finished file to the desktop's default application for its type
+/// through Qt (QDesktopServices); false when none could be started.
+class CQtFileOpener final : public IFileOpener {
+public:
+    bool Open(const std::filesystem::path& file) override;
+};
+
+/// The two files an output writes.
+enum class OutputFileKind {
+    Drawing,   ///< the DXF drawing (output mode 1)
+    Workbook,  ///< the xlsx workbook (output mode 2)
+};
+
+/// The file an output proposes for an archive: the archive's path with the
+/// output's extension (".dxf" or ".xlsx") instead of its own; for an
+/// untitled document (empty path) "未命名" with that extension in the
+/// working folder.
+std::filesystem::path ProposedOutputFile(OutputFileKind kind, const std::wstring& archivePath);
+
+/// Asks for the drawing or workbook file in a save dialog that starts at
+/// ProposedOutputFile, filters on the output's extension (either case) and
+/// adds it when the user types none; the dialog itself asks before an
+/// existing file is replaced. The chosen path, or nothing when cancelled.
+std::optional<std::filesystem::path> ChooseOutputFile(OutputFileKind kind,
+                                                      const std::wstring& archivePath,
+                                                      QWidget* parent = nullptr,
+                                                      IModalRunner* runner = nullptr);
+
+/// For a drawing path that did not come through ChooseOutputFile (given on
+/// the command line): true when no file exists there, else asks whether to
+/// replace it (Yes / No, question icon) and returns true for Yes.
+bool ConfirmReplaceFile(const std::filesystem::path& file, QWidget* parent = nullptr,
+                        IModalRunner* runner = nullptr);
+
+}  // namespace loadcal
