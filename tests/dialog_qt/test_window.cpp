@@ -1,0 +1,594 @@
+// The calculation window over the controller, driven as a user drives it:
+// typing and picking in the grids, the choice list, menus, toolbar, keys,
+// the close box and resizing.
+#include <QApplication>
+#include <QComboBox>
+#include <QDialogButtonBox>
+#include <QFileDialog>
+#include <QHeaderView>
+#include <QLabel>
+#include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QToolBar>
+#include <QtTest>
+#include <memory>
+
+#include "dialog/LoadCalResources.h"
+#include "dialog/qt/AboutBox.h"
+#include "dialog/qt/ChoicePopup.h"
+#include "dialog/qt/GridView.h"
+#include "dialog/qt/LoadCalWindow.h"
+#include "dialog/qt/QtOutput.h"
+#include "dialog/qt/QtText.h"
+#include "tests/dialog_qt/ScriptedRunner.h"
+
+using namespace loadcal;
+using loadcal::test::ChooseFile;
+using loadcal::test::Click;
+using loadcal::test::ScriptedRunner;
+
+namespace {
+
+/// Text, command id and enabled state of one menu item; separators are "-".
+struct MenuLine {
+    QString text;
+    unsigned id = 0;
+    bool enabled = true;
+    friend bool operator==(const MenuLine&, const MenuLine&) = default;
+};
+
+QList<MenuLine> LinesOf(const QMenu& menu)
+{
+    QList<MenuLine> lines;
+    for (const QAction* action : menu.actions()) {
+        if (action->isSeparator()) {
+            lines.append({QStringLiteral("-"), 0, true});
+        } else {
+            lines.append({action->text(), action->data().toUInt(), action->isEnabled()});
+        }
+    }
+    return lines;
+}
+
+/// How QCOMPARE prints a menu line.
+char* toString(const MenuLine& line)
+{
+    const QString text = QStringLiteral("%1 = %2%3")
+                             .arg(line.text)
+                             .arg(line.id)
+                             .arg(line.enabled ? QString() : QStringLiteral(" (grey)"));
+    return qstrdup(text.toUtf8().constData());
+}
+
+}  // namespace
+
+/// Each test opens a fresh window over a fresh controller (settings in a
+/// temporary folder) with a scripted answerer for its boxes.
+class WindowTest : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanup();
+
+    void typingIntoTheEntryRowCreatesACircuitAndANewEntryRow();
+    void pickingL2NInThePhaseListSetsTheVoltageTo022();
+    void markingTwoTransformersInTheChoiceListStoresBothNames();
+    void theMenusCarryTheirTextsAndCommandIds();
+    void theToolbarHasItsButtonsAndToolTips();
+    void closingAModifiedDocumentAsksTheSaveQuestion();
+    void theWindowCannotBeMadeSmallerThanItOpened();
+    void anExceptionOfARowCommandIsReportedAndTheDocumentStays();
+    void phaseBalancingShowsItsProgressInTheTitle();
+    void anOutputFileIsProposedFromTheArchiveName();
+    void runningTheDialogReturnsHowTheControllerEndedIt();
+
+private:
+    CGridView& LoadView() const { return m_window->View(GridId::Load); }
+    CGridView& TransformerView() const { return m_window->View(GridId::Transformer); }
+    CGridCtrl& LoadGrid() const { return m_dialog->GetGrid(GridId::Load); }
+    /// Types text into a grid cell through the view and ends the edit with Enter.
+    void Type(CGridView& view, int gridRow, int gridCol, const QString& text);
+    /// A left click on a grid cell.
+    void ClickCell(CGridView& view, int gridRow, int gridCol);
+    /// A context-menu request on a grid cell, as a right click makes it.
+    void RightClickCell(CGridView& view, int gridRow, int gridCol);
+    /// Selects the cells of grid rows first..last, columns 1 to 3, in the view.
+    void SelectRows(CGridView& view, int first, int last);
+    QMenu& TopMenu(int position) const;
+
+    std::unique_ptr<QTemporaryDir> m_folder;
+    std::unique_ptr<CLoadCalDiaog> m_dialog;
+    std::unique_ptr<ScriptedRunner> m_runner;
+    std::unique_ptr<CLoadCalWindow> m_window;
+};
+
+void WindowTest::init()
+{
+    m_folder = std::make_unique<QTemporaryDir>();
+    QVERIFY(m_folder->isValid());
+    m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
+    m_runner = std::make_unique<ScriptedRunner>();
+    m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
+    m_window->show();
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+}
+
+void WindowTest::cleanup()
+{
+    m_window.reset();
+    m_dialog.reset();
+    m_runner.reset();
+    m_folder.reset();
+}
+
+void WindowTest::Type(CGridView& view, int gridRow, int gridCol, const QString& text)
+{
+    view.setFocus();
+    view.setCurrentIndex(view.GridModel().IndexOfCell(gridRow, gridCol));
+    // The first key opens the editor, which receives it and the rest.
+    for (QChar c : text) {
+        QWidget* target = QApplication::focusWidget();
+        QVERIFY(target);
+        QTest::keyClick(target, c.toLatin1());
+    }
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QTRY_VERIFY(!view.IsEditing());
+}
+
+void WindowTest::ClickCell(CGridView& view, int gridRow, int gridCol)
+{
+    const QRect cell = view.CellRect(gridRow, gridCol);
+    QVERIFY(!cell.isEmpty());
+    QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, cell.center());
+}
+
+void WindowTest::RightClickCell(CGridView& view, int gridRow, int gridCol)
+{
+    const QPoint at = view.CellRect(gridRow, gridCol).center();
+    QContextMenuEvent event(QContextMenuEvent::Mouse, at, view.viewport()->mapToGlobal(at));
+    QApplication::sendEvent(view.viewport(), &event);
+}
+
+void WindowTest::SelectRows(CGridView& view, int first, int last)
+{
+    const CGridModel& model = view.GridModel();
+    view.selectionModel()->select(
+        QItemSelection(model.IndexOfCell(first, 1), model.IndexOfCell(last, 3)),
+        QItemSelectionModel::ClearAndSelect);
+    view.selectionModel()->setCurrentIndex(model.IndexOfCell(first, 1),
+                                           QItemSelectionModel::NoUpdate);
+}
+
+QMenu& WindowTest::TopMenu(int position) const
+{
+    return *m_window->MenuBar().actions().at(position)->menu();
+}
+
+void WindowTest::typingIntoTheEntryRowCreatesACircuitAndANewEntryRow()
+{
+    CGridView& view = LoadView();
+    const QAbstractItemModel& model = *view.model();
+    QCOMPARE(model.rowCount(), 3);  // entry row, separator, total row
+
+    Type(view, 1, 3, QStringLiteral("Pump"));
+
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 1);
+    QCOMPARE(m_dialog->GetLoads()[0].m_strEquipName, std::wstring(L"Pump"));
+    QVERIFY(m_dialog->IsModified());
+    QVERIFY(m_window->isVisible());  // Enter ended the edit, not the dialog
+    // The view shows the circuit and a fresh entry row below it.
+    QCOMPARE(model.rowCount(), 4);
+    QCOMPARE(model.index(0, 2).data().toString(), QStringLiteral("Pump"));
+    QCOMPARE(model.index(1, 2).data().toString(), QString());
+    QCOMPARE(model.index(1, 3).data().toString(), QStringLiteral("L1,L2,L3,N"));
+    QCOMPARE(model.index(1, 5).data().toString(), QStringLiteral("0.38"));
+    QCOMPARE(model.index(1, 6).data().toString(), QStringLiteral("1.0"));
+    QCOMPARE(model.index(1, 7).data().toString(), QStringLiteral("0.8"));
+    // Computed cells are read-only and yellow, the separator grey; data
+    // cells centred on one line, titles centred and wrapped.
+    QVERIFY(model.flags(model.index(1, 2)) & Qt::ItemIsEditable);
+    QVERIFY(!(model.flags(model.index(1, 9)) & Qt::ItemIsEditable));
+    QCOMPARE(model.index(1, 9).data(Qt::BackgroundRole).value<QBrush>().color(),
+             QColor(255, 255, 128));
+    QCOMPARE(model.index(2, 0).data(Qt::BackgroundRole).value<QBrush>().color(),
+             QColor(180, 180, 180));
+    QVERIFY(!(model.flags(model.index(2, 0)) & Qt::ItemIsEditable));
+    QCOMPARE(model.index(0, 2).data(Qt::TextAlignmentRole).value<Qt::Alignment>(),
+             Qt::AlignHCenter | Qt::AlignVCenter);
+    QCOMPARE(model.headerData(7, Qt::Horizontal).toString(), QStringLiteral("功率因数(cos(φ))"));
+    QVERIFY(
+        model.headerData(7, Qt::Horizontal, Qt::TextAlignmentRole).value<Qt::Alignment>().toInt() &
+        Qt::TextWordWrap);
+    QCOMPARE(view.verticalHeader()->width(), 10);
+    QCOMPARE(view.horizontalHeader()->sectionSize(0), CGridCtrl::kDefaultColumnWidth);
+}
+
+void WindowTest::pickingL2NInThePhaseListSetsTheVoltageTo022()
+{
+    CGridView& view = LoadView();
+    Type(view, 1, 3, QStringLiteral("Lamp"));
+    QCOMPARE(LoadGrid().GetItemText(1, 6), std::wstring(L"0.38"));
+
+    ClickCell(view, 1, 4);
+    QComboBox* combo = nullptr;
+    QTRY_VERIFY((combo = view.viewport()->findChild<QComboBox*>()) != nullptr);
+    QVERIFY(!combo->isEditable());
+    QStringList items;
+    for (int i = 0; i < combo->count(); ++i) {
+        items.append(combo->itemText(i));
+    }
+    QCOMPARE(items, (QStringList{"L1,N", "L2,N", "L3,N", "L1,L2,L3,N"}));
+    QCOMPARE(combo->currentText(), QStringLiteral("L1,L2,L3,N"));
+    QTRY_VERIFY(combo->view()->isVisible());  // the list dropped down by itself
+
+    QAbstractItemView* list = combo->view();
+    QTest::mouseClick(list->viewport(), Qt::LeftButton, {},
+                      list->visualRect(list->model()->index(1, 0)).center());
+
+    QTRY_COMPARE(LoadGrid().GetItemText(1, 6), std::wstring(L"0.22"));
+    QCOMPARE(m_dialog->GetLoads()[0].m_strPhase, std::wstring(L"L2,N"));
+    QCOMPARE(m_dialog->GetLoads()[0].m_strVoltage, std::wstring(L"0.22"));
+    QCOMPARE(view.model()->index(0, 5).data().toString(), QStringLiteral("0.22"));
+    QTRY_VERIFY(view.viewport()->findChild<QComboBox*>() == nullptr);
+}
+
+void WindowTest::markingTwoTransformersInTheChoiceListStoresBothNames()
+{
+    Type(TransformerView(), 1, 1, QStringLiteral("T1"));
+    Type(TransformerView(), 2, 1, QStringLiteral("T2"));
+    QCOMPARE(m_dialog->GetTransformers().GetSize(), 2);
+    Type(LoadView(), 1, 3, QStringLiteral("Lift"));
+
+    QStringList names;
+    QList<bool> marks;
+    QRect popupArea;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        auto& popup = dynamic_cast<CChoicePopup&>(dialog);
+        for (int i = 0; i < popup.List().count(); ++i) {
+            names.append(popup.List().item(i)->text());
+            marks.append(popup.List().item(i)->checkState() == Qt::Checked);
+        }
+        popupArea = popup.geometry();
+        popup.show();
+        QTest::keyClick(&popup.List(), Qt::Key_Space);
+        QTest::keyClick(&popup.List(), Qt::Key_Down);
+        QTest::keyClick(&popup.List(), Qt::Key_Space);
+        QTest::mouseClick(popup.Buttons().button(QDialogButtonBox::Ok), Qt::LeftButton);
+    });
+    ClickCell(LoadView(), 1, 13);
+
+    QCOMPARE(m_runner->dialogs, 1);
+    QCOMPARE(names, (QStringList{"T1", "T2"}));
+    QCOMPARE(marks, (QList<bool>{false, false}));
+    // Over the cell (moved left as far as the screen's edge demands).
+    const QRect cell = LoadView().CellRect(1, 13);
+    const QRect cellArea(LoadView().viewport()->mapToGlobal(cell.topLeft()), cell.size());
+    QCOMPARE(popupArea.top(), cellArea.top());
+    QVERIFY(popupArea.left() <= cellArea.left() && popupArea.right() >= cellArea.right());
+    QCOMPARE(m_dialog->GetLoads()[0].m_strTransformer, std::wstring(L"T1,T2"));
+    QCOMPARE(LoadView().model()->index(0, 12).data().toString(), QStringLiteral("T1,T2"));
+}
+
+void WindowTest::theMenusCarryTheirTextsAndCommandIds()
+{
+    QList<QString> titles;
+    for (const QAction* action : m_window->MenuBar().actions()) {
+        titles.append(action->text());
+    }
+    QCOMPARE(titles, (QList<QString>{"文件(&F)", "功能(&C)", "帮助(&H)"}));
+
+    QMenu& file = TopMenu(0);
+    emit file.aboutToShow();
+    const MenuLine separator{QStringLiteral("-"), 0, true};
+    QList<MenuLine> expected{
+        {"新建(&N)\tCtrl+N", 32768},
+        {"打开(&O)...\tCtrl+O", 32769},
+        {"保存(&S)\tCtrl+S", 32770},
+        {"另存为(&A)...", 6342},
+        separator,
+        {"最近文件", 4000, false},
+        separator,
+        {"退出(&X)", 6344},
+    };
+    QCOMPARE(LinesOf(file), expected);
+
+    // Save As through the menu: the archive dialog, then the path is the
+    // first recent file when the menu opens again.
+    const QString path = m_folder->filePath("a.LDC");
+    QStringList filters;
+    QString suffix;
+    bool asksOverwrite = false;
+    m_runner->answers.push_back(ChooseFile(path, [&](QDialog& dialog) {
+        auto& files = dynamic_cast<QFileDialog&>(dialog);
+        filters = files.nameFilters();
+        suffix = files.defaultSuffix();
+        asksOverwrite = files.acceptMode() == QFileDialog::AcceptSave &&
+                        !files.testOption(QFileDialog::DontConfirmOverwrite);
+    }));
+    file.actions().at(3)->trigger();
+    QCOMPARE(filters, QStringList{"负荷计算存档文件(*.LDC *.ldc)"});
+    QCOMPARE(suffix, QStringLiteral("LDC"));
+    QVERIFY(asksOverwrite);
+    QVERIFY(QFileInfo::exists(path));
+    emit file.aboutToShow();
+    expected[5] = {QStringLiteral("&1 ") + path, 4000, true};
+    QCOMPARE(LinesOf(file), expected);
+
+    QMenu& functions = TopMenu(1);
+    emit functions.aboutToShow();
+    QCOMPARE(LinesOf(functions),
+             (QList<MenuLine>{{"绘制到Acad(&D)", 32772}, {"输出到Excell(&E)", 32773}}));
+
+    QMenu& help = TopMenu(2);
+    emit help.aboutToShow();
+    QCOMPARE(LinesOf(help), (QList<MenuLine>{{"关于...", 32785}}));
+
+    QString caption, version, button;
+    bool hasIcon = false;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        auto& about = dynamic_cast<CAboutBox&>(dialog);
+        caption = about.windowTitle();
+        version = about.Version().text();
+        button = about.Button().text();
+        hasIcon = !about.Icon().pixmap().isNull();
+        about.Button().click();
+    });
+    help.actions().at(0)->trigger();
+    QCOMPARE(caption, QStringLiteral("关于负荷计算.."));
+    QCOMPARE(version, QStringLiteral("负荷计算  Version 2.00"));
+    QCOMPARE(button, QStringLiteral("确认"));
+    QVERIFY(hasIcon);
+}
+
+void WindowTest::theToolbarHasItsButtonsAndToolTips()
+{
+    const QList<QAction*> actions = m_window->ToolBar().actions();
+    const unsigned ids[] = {32768, 32769, 32770, 6342, 0, 32772, 32773, 32784, 0, 32785};
+    const char* const tips[] = {
+        "新建负荷计算数据文件", "打开文件",     "保存文件", "另存文件", nullptr,
+        "绘制到Acad",           "输出到Excell", "调整相位", nullptr,    "关于..."};
+    QCOMPARE(actions.size(), 10);
+    for (int i = 0; i < 10; ++i) {
+        const QAction* action = actions[i];
+        if (ids[i] == 0) {
+            QVERIFY2(action->isSeparator(), qPrintable(QString::number(i)));
+            continue;
+        }
+        QCOMPARE(action->data().toUInt(), ids[i]);
+        QCOMPARE(action->toolTip(), QString::fromUtf8(tips[i]));
+        QVERIFY(action->isEnabled());
+        const QIcon icon = action->icon();
+        const QImage normal = icon.pixmap(16, QIcon::Normal).toImage();
+        const QImage disabled = icon.pixmap(16, QIcon::Disabled).toImage();
+        QCOMPARE(normal.size(), QSize(16, 16));
+        QVERIFY(normal != disabled);
+    }
+
+    // A click on the about button runs its command.
+    QWidget* about = m_window->ToolBar().widgetForAction(actions[9]);
+    QVERIFY(about);
+    QTest::mouseClick(about, Qt::LeftButton);
+    QCOMPARE(m_runner->dialogs, 1);
+}
+
+void WindowTest::closingAModifiedDocumentAsksTheSaveQuestion()
+{
+    Type(LoadView(), 1, 3, QStringLiteral("Fan"));
+    QVERIFY(m_dialog->IsModified());
+
+    // The close box, answered Cancel: the window stays.
+    m_runner->answers.push_back(Click(QMessageBox::Cancel));
+    m_window->close();
+    QCOMPARE(m_runner->boxes.size(), size_t(1));
+    const test::ShownBox box = m_runner->boxes[0];
+    QCOMPARE(box.text, QStringLiteral("当前文档已经改变,是否保存？"));
+    QCOMPARE(box.title, QStringLiteral("文件保存"));
+    QCOMPARE(box.buttons, QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel);
+    QCOMPARE(box.icon, QMessageBox::Question);
+    QVERIFY(m_window->isVisible());
+    QVERIFY(!m_dialog->GetEndResult());
+
+    // Enter outside an edit does nothing.
+    LoadView().setFocus();
+    QTest::keyClick(&LoadView(), Qt::Key_Return);
+    QCOMPARE(m_runner->boxes.size(), size_t(1));
+    QVERIFY(m_window->isVisible());
+
+    // Escape answered No: asked again by Cancel, answered No, the dialog ends.
+    m_runner->answers.push_back(Click(QMessageBox::No));
+    m_runner->answers.push_back(Click(QMessageBox::No));
+    QTest::keyClick(&LoadView(), Qt::Key_Escape);
+    QCOMPARE(m_runner->boxes.size(), size_t(3));
+    QCOMPARE(m_runner->boxes[2].text, box.text);
+    QVERIFY(!m_window->isVisible());
+    QCOMPARE(m_dialog->GetEndResult(), std::optional<int>(IDCANCEL));
+}
+
+void WindowTest::theWindowCannotBeMadeSmallerThanItOpened()
+{
+    const QSize opened = m_window->OpenedSize();
+    const CRect client = MapDialogRect(res::kDialogTemplate);
+    QCOMPARE(opened.width(), client.Width());
+    QVERIFY(opened.height() > client.Height());  // the menu bar comes on top
+    QCOMPARE(m_window->size(), opened);
+    QCOMPARE(m_window->minimumSize(), opened);
+    QCOMPARE(m_dialog->GetMinTrackWidth(), opened.width());
+    QCOMPARE(m_dialog->GetMinTrackHeight(), opened.height());
+
+    m_window->resize(opened - QSize(100, 100));
+    QCOMPARE(m_window->size(), opened);
+
+    // Larger: the transformer grid keeps its height 5 pixels above the
+    // bottom edge, the load grid takes the rest.
+    const int transformerHeight = MapDialogRect(res::kTransformerFrameTemplate).Height();
+    const int loadHeight = LoadView().height();
+    m_window->resize(opened + QSize(40, 60));
+    QTRY_COMPARE(m_window->size(), opened + QSize(40, 60));
+    const QRect transformer(TransformerView().mapTo(m_window.get(), QPoint(0, 0)),
+                            TransformerView().size());
+    QCOMPARE(transformer.height(), transformerHeight);
+    QCOMPARE(transformer.bottom() + 1, m_window->height() - 5);
+    QCOMPARE(transformer.right() + 1, m_window->width() - 3);
+    QCOMPARE(LoadView().height(), loadHeight + 60);
+}
+
+void WindowTest::anExceptionOfARowCommandIsReportedAndTheDocumentStays()
+{
+    for (const wchar_t* name : {L"A", L"B", L"C", L"D", L"E"}) {
+        m_dialog->OnEndEdit(GridId::Load, m_dialog->GetLoads().GetSize() + 1, 3, name);
+    }
+    CGridView& view = LoadView();
+    // The grid's selection and focus cell are the view's...
+    LoadGrid().SetSelectedRange(4, 2, 5, 2);
+    LoadGrid().SetFocusCell(5, 2);
+    const QAbstractItemModel& model = *view.model();
+    QCOMPARE(view.selectionModel()->selectedIndexes().size(), 2);
+    QVERIFY(view.selectionModel()->isSelected(model.index(3, 1)));
+    QVERIFY(view.selectionModel()->isSelected(model.index(4, 1)));
+    QCOMPARE(view.currentIndex(), model.index(4, 1));
+    // ... and the other way round.
+    SelectRows(view, 2, 3);
+    QVERIFY(LoadGrid().IsCellSelected(2, 1) && LoadGrid().IsCellSelected(3, 3));
+    QVERIFY(!LoadGrid().IsCellSelected(4, 1));
+    QCOMPARE(LoadGrid().GetFocusCell(), (CCellID{2, 1}));
+
+    m_runner->menuChoices = {"剪切", "复制", "删除"};
+    RightClickCell(view, 2, 1);
+    QCOMPARE(m_runner->menus.size(), size_t(1));
+    QCOMPARE(m_runner->menus[0], (QStringList{"剪切", "复制", "粘贴", "删除"}));
+    QVERIFY(m_dialog->IsCut(GridId::Load));
+    QCOMPARE(m_dialog->GetCutRows(GridId::Load), (CArray<int>{2, 3}));
+    QCOMPARE(view.model()->index(1, 0).data(Qt::ForegroundRole).value<QBrush>().color(),
+             QColor(0, 0, 0));
+
+    SelectRows(view, 5, 5);
+    RightClickCell(view, 5, 1);
+    QCOMPARE(m_dialog->GetLoadClipboard().GetSize(), 1);
+
+    // Copy kept the stale cut list: deleting row 3 runs into an invalid index.
+    SelectRows(view, 3, 3);
+    RightClickCell(view, 3, 1);
+    QCOMPARE(m_runner->boxes.size(), size_t(1));
+    QVERIFY(m_runner->boxes[0].text.startsWith(QStringLiteral("Internal error: ")));
+    QCOMPARE(m_runner->boxes[0].icon, QMessageBox::Critical);
+    QVERIFY(m_window->isVisible());
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 5);
+    QCOMPARE(m_dialog->GetLoads()[2].m_strEquipName, std::wstring(L"C"));
+}
+
+void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
+{
+    // Four single-phase circuits and a three-phase one on T1: no even split
+    // exists, so the search runs all its generations.
+    m_dialog->OnEndEdit(GridId::Transformer, 1, 1, L"T1");
+    for (int i = 1; i <= 5; ++i) {
+        m_dialog->OnEndEdit(GridId::Load, i, 3, L"M" + std::to_wstring(i));
+        m_dialog->OnEndEdit(GridId::Load, i, 4, i < 5 ? L"L1,N" : L"L1,L2,L3,N");
+        m_dialog->OnEndEdit(GridId::Load, i, 5, i < 5 ? L"1.76" : L"15.79584");
+        LoadGrid().SetFocusCell(i, 13);
+        m_dialog->OnChoiceReport({L"T1"});
+    }
+    const QString title = m_window->windowTitle();
+
+    // A timer sees the progress in the title only if it fires while the
+    // search runs, that is if the window lets events through as the title
+    // changes.
+    QStringList titlesSeen;
+    QTimer ticker;
+    ticker.setInterval(0);
+    connect(&ticker, &QTimer::timeout, this, [&] { titlesSeen.append(m_window->windowTitle()); });
+    ticker.start();
+    m_runner->answers.push_back(Click(QMessageBox::Ok));
+    const QList<QAction*> actions = m_window->ToolBar().actions();
+    QTest::mouseClick(m_window->ToolBar().widgetForAction(actions[7]), Qt::LeftButton);
+    ticker.stop();
+
+    const QString progress = title + QStringLiteral(" 变压器 T1 - 已完成");
+    QVERIFY(std::any_of(titlesSeen.begin(), titlesSeen.end(),
+                        [&](const QString& seen) { return seen.startsWith(progress); }));
+    QCOMPARE(m_window->windowTitle(), title);
+    QCOMPARE(m_runner->boxes.size(), size_t(1));
+    QVERIFY(m_runner->boxes[0].text.startsWith(QStringLiteral("变压器T1\nL1,N项电流为: ")));
+    QCOMPARE(m_runner->boxes[0].title, QStringLiteral("loadcal"));
+}
+
+void WindowTest::anOutputFileIsProposedFromTheArchiveName()
+{
+    const QString archive = m_folder->filePath("plant.LDC");
+    QCOMPARE(ProposedOutputFile(OutputFileKind::Drawing, ToWString(archive)),
+             std::filesystem::path(m_folder->filePath("plant.dxf").toStdString()));
+
+    QStringList proposed, filters;
+    QString suffix;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        auto& files = dynamic_cast<QFileDialog&>(dialog);
+        proposed = files.selectedFiles();
+        filters = files.nameFilters();
+        suffix = files.defaultSuffix();
+        dialog.accept();
+    });
+    const std::optional<std::filesystem::path> chosen = ChooseOutputFile(
+        OutputFileKind::Workbook, ToWString(archive), m_window.get(), m_runner.get());
+    QCOMPARE(proposed, QStringList{m_folder->filePath("plant.xlsx")});
+    QCOMPARE(filters, QStringList{"Excel 工作簿(*.xlsx *.XLSX)"});
+    QCOMPARE(suffix, QStringLiteral("xlsx"));
+    QVERIFY(chosen);
+    QCOMPARE(*chosen, std::filesystem::path(m_folder->filePath("plant.xlsx").toStdString()));
+
+    // A drawing that exists is replaced only after a Yes.
+    const std::filesystem::path drawing = m_folder->filePath("plant.dxf").toStdString();
+    QVERIFY(ConfirmReplaceFile(drawing, m_window.get(), m_runner.get()));
+    QCOMPARE(m_runner->boxes.size(), size_t(0));
+    QFile file(m_folder->filePath("plant.dxf"));
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    m_runner->answers.push_back(Click(QMessageBox::No));
+    m_runner->answers.push_back(Click(QMessageBox::Yes));
+    QVERIFY(!ConfirmReplaceFile(drawing, m_window.get(), m_runner.get()));
+    QVERIFY(ConfirmReplaceFile(drawing, m_window.get(), m_runner.get()));
+    QCOMPARE(m_runner->boxes.size(), size_t(2));
+    QCOMPARE(m_runner->boxes[0].text, QStringLiteral("文件 \"") + m_folder->filePath("plant.dxf") +
+                                          QStringLiteral("\" 已经存在,是否替换?"));
+    QCOMPARE(m_runner->boxes[0].buttons, QMessageBox::Yes | QMessageBox::No);
+
+    // The output layer's messages come in a box with OK.
+    CQtMessageSink sink(m_window.get(), m_runner.get());
+    sink.ShowMessage(L"不能打开Excel，可能是因为没有安装Excel!");
+    QCOMPARE(m_runner->boxes.size(), size_t(3));
+    QCOMPARE(m_runner->boxes[2].text, QStringLiteral("不能打开Excel，可能是因为没有安装Excel!"));
+    QCOMPARE(m_runner->boxes[2].buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+}
+
+void WindowTest::runningTheDialogReturnsHowTheControllerEndedIt()
+{
+    // The modal run's own window is reached from a timer: it exists only
+    // inside RunLoadCalDialog.
+    const auto runAndThen = [this](const std::function<void(CLoadCalWindow&)>& act) {
+        CLoadCalDiaog dialog(ToWString(m_folder->filePath("run.idp")));
+        QTimer::singleShot(0, this, [&] {
+            auto* window = qobject_cast<CLoadCalWindow*>(QApplication::activeModalWidget());
+            QVERIFY(window);
+            act(*window);
+        });
+        const int result = RunLoadCalDialog(dialog, m_runner.get());
+        return std::pair(result, dialog.GetOutputMode());
+    };
+
+    // 输出到Excell(&E): IDOK with output mode 2.
+    auto ended = runAndThen([](CLoadCalWindow& window) {
+        window.MenuBar().actions().at(1)->menu()->actions().at(1)->trigger();
+    });
+    QCOMPARE(ended, std::pair(IDOK, 2));
+    // The close box: IDCANCEL, no output.
+    ended = runAndThen([](CLoadCalWindow& window) { window.close(); });
+    QCOMPARE(ended, std::pair(IDCANCEL, 0));
+    QCOMPARE(m_runner->boxes.size(), size_t(0));
+}
+
+QTEST_MAIN(WindowTest)
+#include "test_window.moc"
