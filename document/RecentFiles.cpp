@@ -74,6 +74,11 @@ void CLoadCalRecentFiles::SaveList()
         SetText(*m_pSettings, std::wstring(kWriteGroup) + L"\\" + std::to_wstring(i + 1),
                 m_arrFiles[i]);
     }
+    // The settings folder is made on the first addition, so the list
+    // survives the session wherever the program was unpacked; a folder that
+    // cannot be made leaves the list in memory only, as any write failure does.
+    std::error_code ec;
+    std::filesystem::create_directories(ToFsPath(m_strSettingsPath).parent_path(), ec);
     m_pSettings->WriteDataToIdpFile(m_strSettingsPath);
 }
 

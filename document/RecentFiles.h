@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "document/ArchiveKeys.h"
 #include "model/RecordArray.h"
 
 namespace loadcal {
@@ -38,8 +39,8 @@ public:
 
     /// Group of the entries, as the list reads it and as it writes it (the
     /// leading backslash of the second names the root: both reach one node).
-    static constexpr std::wstring_view kReadGroup = L"负荷计算\\最近文件";
-    static constexpr std::wstring_view kWriteGroup = L"\\负荷计算\\最近文件";
+    static constexpr std::wstring_view kReadGroup = archive::kRecentFilesReadGroup;
+    static constexpr std::wstring_view kWriteGroup = archive::kRecentFilesWriteGroup;
     /// The greyed File-menu item shown while the list is empty.
     static constexpr std::wstring_view kPlaceholderText = L"最近文件";
     /// Entry text: "&1 " followed by the full path.

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "dialog/LoadCalResources.h"
 #include "dialog/MenuModel.h"
@@ -108,7 +109,7 @@ TEST(RecentFiles, LoadingStopsAtTheFirstMissingOrValuelessEntry)
     EXPECT_EQ(valueless.GetSize(), 1);
 }
 
-TEST(RecentFiles, MissingSettingsFolderIsNotCreatedAndTheListLivesInMemory)
+TEST(RecentFiles, MissingSettingsFolderIsMadeOnTheFirstAddition)
 {
     TempFolder folder;
     const std::wstring settings = folder.File(L"DQCal/需要系数法负荷计算.idp");
@@ -117,8 +118,21 @@ TEST(RecentFiles, MissingSettingsFolderIsNotCreatedAndTheListLivesInMemory)
     EXPECT_EQ(list.GetSize(), 0);
     list.AddFile(L"/d/a.LDC");
     list.SaveList();
+    CLoadCalRecentFiles reread(settings);
+    reread.LoadList();
+    ASSERT_EQ(reread.GetSize(), 1);
+    EXPECT_EQ(reread.GetAt(0), L"/d/a.LDC");
+}
+
+TEST(RecentFiles, SettingsFolderThatCannotBeMadeLeavesTheListInMemory)
+{
+    TempFolder folder;
+    std::ofstream(folder.Path() / "DQCal") << "a file where the folder should be";
+    CLoadCalRecentFiles list(folder.File(L"DQCal/需要系数法负荷计算.idp"));
+    list.AddFile(L"/d/a.LDC");
+    list.SaveList();
     EXPECT_EQ(list.GetSize(), 1);
-    EXPECT_FALSE(std::filesystem::exists(folder.Path() / "DQCal"));
+    EXPECT_TRUE(std::filesystem::is_regular_file(folder.Path() / "DQCal"));
 }
 
 TEST(RecentFiles, EmptyListShowsTheGreyedPlaceholderOnce)
