@@ -2,6 +2,8 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cmath>
+#include <cstdlib>
 #include <functional>
 #include <istream>
 #include <ostream>
@@ -20,6 +22,9 @@
 #include "shell/cli/CliError.h"
 #include "shell/cli/DocumentFiles.h"
 #include "shell/cli/TextTable.h"
+#include "shell/host/Host.h"
+#include "shell/module/FhjsCommand.h"
+#include "shell/module/LoadCalModule.h"
 
 namespace loadcal {
 namespace {
@@ -45,6 +50,17 @@ struct CliRun {
     std::string outDir = "loadcal-demo";
     std::optional<std::uint64_t> seed;
 };
+
+/// A drawing scale factor must be a finite number above zero.
+const CLI::Validator kPositiveScale(
+    [](const std::string& text) {
+        char* end = nullptr;
+        const double v = std::strtod(text.c_str(), &end);
+        return (end != text.c_str() && *end == '\0' && std::isfinite(v) && v > 0)
+                   ? std::string()
+                   : "expected a number above 0, found \"" + text + "\"";
+    },
+    "S > 0");
 
 /// The generations of one phase search, as the dialog runs it.
 constexpr int kGenerations = 1000;
@@ -153,7 +169,7 @@ void AddExport(CLI::App& app, CliRun& run)
     xlsx->excludes(dxf);
     cmd->add_option("--base", run.base, "base point X,Y[,Z] of the tables (else asked)");
     cmd->add_option("--scale", run.scale, "drawing scale factor (default 1)")
-        ->check(CLI::PositiveNumber);
+        ->check(kPositiveScale);
     cmd->add_flag("--force", run.force, "replace an existing drawing");
     cmd->callback([&run] {
         run.action = [&run] {
@@ -224,11 +240,85 @@ void AddDemo(CLI::App& app, CliRun& run)
     });
 }
 
+/// The subcommands of the command line; any other first word is a command
+/// of the module, run by the host.
+bool IsSubcommand(const std::string& word)
+{
+    for (const char* name : {"convert", "calc", "balance", "export", "demo"}) {
+        if (word == name) {
+            return true;
+        }
+    }
+    return word == "-h" || word == "--help" || word == "--help-all";
+}
+
+/// The host: loads the module, runs one typed command by its registered name
+/// (FHJS when none is given) and unloads the module.
+int RunHostCommand(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
+                   std::ostream& err)
+{
+    std::string name = "FHJS";
+    std::vector<std::string> rest = args;
+    if (!rest.empty() && rest.front().rfind('-', 0) != 0) {
+        name = rest.front();
+        rest.erase(rest.begin());
+    }
+    CLI::App app{"loadcal [COMMAND] [options]: run a command of the load-calculation module "
+                 "(FHJS opens the calculation window)",
+                 "loadcal"};
+    std::string drawing, workbook, base;
+    double scale = 1.0;
+    bool noOpen = false;
+    app.add_option("--drawing", drawing, "drawing file for the output \"绘制到Acad\" (else asked)");
+    app.add_option("--xlsx", workbook, "workbook file for the output \"输出到Excell\" (else asked)");
+    app.add_option("--base", base, "base point X,Y[,Z] of the drawn tables (else asked)");
+    app.add_option("--scale", scale, "drawing scale factor")->check(kPositiveScale);
+    app.add_flag("--no-open", noOpen, "do not open the workbook in the desktop's application");
+    std::vector<std::string> reversed(rest.rbegin(), rest.rend());
+    try {
+        app.parse(reversed);
+    } catch (const CLI::ParseError& e) {
+        err << "loadcal: " << e.what() << "\n";
+        return kExitUsage;
+    }
+    FhjsOptions options;
+    if (!drawing.empty()) {
+        options.drawing = drawing;
+    }
+    if (!workbook.empty()) {
+        options.workbook = workbook;
+    }
+    if (!base.empty() && !(options.base = ParsePoint(base))) {
+        err << "loadcal: --base " << base << ": expected X,Y or X,Y,Z\n";
+        return kExitUsage;
+    }
+    options.scale = scale;
+    options.openWorkbook = !noOpen;
+    SetFhjsOptions(options);
+
+    CHost host(in, out, err);
+    int appPacket = 0;
+    acrxEntryPoint(kInitAppMsg, &appPacket);
+    const bool found = host.RunCommand(FromUtf8(name));
+    acrxEntryPoint(kUnloadAppMsg, &appPacket);
+    out << "\n";  // the command line's next prompt starts on a line of its own
+    out.flush();
+    if (!found) {
+        err << "loadcal: unknown command \"" << name
+            << "\" (commands: FHJS, sample; subcommands: convert, calc, balance, export, demo)\n";
+        return kExitUsage;
+    }
+    return host.Status();
+}
+
 }  // namespace
 
 int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::ostream& out,
                    std::ostream& err)
 {
+    if (args.empty() || !IsSubcommand(args.front())) {
+        return RunHostCommand(args, in, out, err);
+    }
     CliRun run(in, out, err);
     CLI::App app{"loadcal: demand-factor load calculation of a building's power distribution",
                  "loadcal"};

@@ -56,9 +56,10 @@ bool CDynamicLinker::IsMDIAware(void* appPacket) const
     return std::find(m_mdiAware.begin(), m_mdiAware.end(), appPacket) != m_mdiAware.end();
 }
 
-CHost::CHost(std::istream& in, std::ostream& out)
+CHost::CHost(std::istream& in, std::ostream& out, std::ostream& err)
     : m_in(in),
       m_out(out),
+      m_err(err),
       m_commands(std::make_unique<CCommandStack>()),
       m_linker(std::make_unique<CDynamicLinker>()),
       m_previous(g_current)
@@ -71,6 +72,14 @@ CHost::CHost(std::istream& in, std::ostream& out)
 CHost::~CHost() { g_current = m_previous; }
 
 CHost* CHost::Current() { return g_current; }
+
+void CHost::Fail(int status, const std::string& message)
+{
+    m_nStatus = status;
+    if (!message.empty()) {
+        m_err << "loadcal: " << message << "\n";
+    }
+}
 
 CRxObject* CHost::Registry(const std::string& key) const
 {

@@ -58,11 +58,11 @@ private:
 
 /// The host program: its system registry (the dynamic linker under
 /// "DynamicLinker", the command stack under "ACAD_REGISTERED_COMMANDS"), the
-/// command line it prints to and reads from, and the applications it
-/// unlocked. One host exists per process; it owns the registered objects.
+/// command line it prints to and reads from, its error stream and exit
+/// status, and the applications it unlocked. One host exists per process; it owns the registered objects.
 class CHost {
 public:
-    CHost(std::istream& in, std::ostream& out);
+    CHost(std::istream& in, std::ostream& out, std::ostream& err);
     ~CHost();
     CHost(const CHost&) = delete;
     CHost& operator=(const CHost&) = delete;
@@ -76,6 +76,12 @@ public:
     CDynamicLinker& Linker() { return *m_linker; }
     std::istream& In() { return m_in; }
     std::ostream& Out() { return m_out; }
+    std::ostream& Err() { return m_err; }
+
+    /// A command that failed says so here: the message goes to the error
+    /// stream and the status becomes the program's exit status.
+    void Fail(int status, const std::string& message);
+    int Status() const { return m_nStatus; }
 
     void UnlockApplication(void* appPacket);
     bool IsUnlocked(void* appPacket) const;
@@ -86,6 +92,8 @@ public:
 private:
     std::istream& m_in;
     std::ostream& m_out;
+    std::ostream& m_err;
+    int m_nStatus = 0;
     std::unique_ptr<CCommandStack> m_commands;
     std::unique_ptr<CDynamicLinker> m_linker;
     std::map<std::string, CRxObject*> m_registry;

@@ -32,9 +32,10 @@ protected:
     }
     void TearDown() override { fs::remove_all(dir); }
 
-    testsupport::ProcessResult Run(const std::vector<std::string>& args, const std::string& input = {})
+    testsupport::ProcessResult Run(const std::vector<std::string>& args, const std::string& input = {},
+                                   const std::vector<std::string>& env = {})
     {
-        return testsupport::RunProcess(LOADCAL_EXE, args, input, dir.string());
+        return testsupport::RunProcess(LOADCAL_EXE, args, input, dir.string(), env);
     }
     std::string Path(const std::string& name) const { return (dir / name).string(); }
     static std::string Read(const std::string& path)
@@ -168,7 +169,7 @@ TEST_F(Cli, UsageErrorsExitWithOne)
 {
     Write(Path("in.json"), OneCircuitJson());
     for (const std::vector<std::string>& args :
-         {std::vector<std::string>{}, {"frobnicate"}, {"convert", "in.json"}, {"calc"},
+         {std::vector<std::string>{"frobnicate"}, {"convert", "in.json"}, {"calc"},
           {"convert", "in.json", "out.txt"}, {"calc", "in.csv"}, {"calc", "in.json", "--bogus"}}) {
         const auto r = Run(args);
         EXPECT_EQ(r.status, 1) << (args.empty() ? "" : args[0]);
@@ -399,4 +400,23 @@ TEST_F(Cli, DemoBalancesTheExampleAndPrintsTheReport)
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_NE(r.out.find("变压器1#变压器\nL1,N项电流为: "), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("变压器2#变压器\n"), std::string::npos);
+}
+
+TEST_F(Cli, ModuleCommandsRunThroughTheHost)
+{
+    auto r = Run({"sample"});
+    EXPECT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "\n");
+    r = Run({"nosuch"});
+    EXPECT_EQ(r.status, 1);
+    EXPECT_NE(r.err.find("unknown command \"nosuch\""), std::string::npos) << r.err;
+    // Without a display FHJS says so instead of aborting inside Qt.
+    for (const std::vector<std::string>& args : {std::vector<std::string>{}, {"FHJS"}, {"fhjs"}}) {
+        r = Run(args, {}, {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"});
+        EXPECT_EQ(r.status, 2);
+        EXPECT_EQ(r.out.rfind("\n*负荷计算*=Fhjs", 0), 0u) << r.out;
+        EXPECT_NE(r.err.find("no display"), std::string::npos) << r.err;
+    }
+    EXPECT_EQ(Run({"FHJS", "--base", "1"}).status, 1);
+    EXPECT_EQ(Run({"FHJS", "--bogus"}).status, 1);
 }

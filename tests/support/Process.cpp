@@ -35,7 +35,11 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
             _exit(127);
         }
         for (const auto& e : env) {
-            putenv(const_cast<char*>(e.c_str()));
+            if (e.find('=') == std::string::npos) {
+                unsetenv(e.c_str());
+            } else {
+                putenv(const_cast<char*>(e.c_str()));
+            }
         }
         std::vector<char*> argv;
         argv.push_back(const_cast<char*>(program.c_str()));

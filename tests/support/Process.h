@@ -15,7 +15,7 @@ struct ProcessResult {
 
 /// Runs `program` with `args`, feeding `input` to its standard input, in the
 /// working directory `cwd` (empty: the current one), with extra environment
-/// entries "NAME=value".
+/// entries "NAME=value" (a bare "NAME" removes that variable).
 ProcessResult RunProcess(const std::string& program, const std::vector<std::string>& args,
                          const std::string& input = {}, const std::string& cwd = {},
                          const std::vector<std::string>& env = {});
