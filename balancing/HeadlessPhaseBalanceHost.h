@@ -16,8 +16,7 @@ class CHeadlessPhaseBalanceHost : public IPhaseBalanceHost {
 public:
     CHeadlessPhaseBalanceHost(const CLoadArray& loads, CTransformerArray& transformers)
         : m_loads(loads), m_transformers(transformers)
-    {
-    }
+    {}
 
     std::wstring GetTitle() const override { return std::wstring(); }
     void SetTitle(const std::wstring&) override {}

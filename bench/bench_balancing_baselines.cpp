@@ -49,7 +49,9 @@ std::int64_t KarmarkarKarpSpread(const std::vector<std::int64_t>& currents)
 {
     // A partial partition: three sums, largest first, the smallest shifted to 0.
     using Partial = std::array<std::int64_t, 3>;
-    const auto bySpread = [](const Partial& a, const Partial& b) { return a[0] < b[0]; };
+    const auto bySpread = [](const Partial& a, const Partial& b) {
+        return a[0] < b[0];
+    };
     std::priority_queue<Partial, std::vector<Partial>, decltype(bySpread)> queue(bySpread);
     for (const std::int64_t c : currents) {
         queue.push({c, 0, 0});

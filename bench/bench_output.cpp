@@ -42,7 +42,8 @@ struct Document {
     SummaryTotals totals;
 };
 
-const Document& LargeDocument() {
+const Document& LargeDocument()
+{
     static const Document doc = [] {
         Document d;
         std::mt19937 rng(7);
@@ -61,11 +62,13 @@ const Document& LargeDocument() {
     return doc;
 }
 
-std::filesystem::path Scratch(const char* name) {
+std::filesystem::path Scratch(const char* name)
+{
     return std::filesystem::temp_directory_path() / name;
 }
 
-void BM_WriteWorkbook(benchmark::State& state) {
+void BM_WriteWorkbook(benchmark::State& state)
+{
     const Document& d = LargeDocument();
     const auto path = Scratch("loadcal-bench.xlsx");
     for (auto _ : state) {
@@ -75,7 +78,8 @@ void BM_WriteWorkbook(benchmark::State& state) {
 }
 BENCHMARK(BM_WriteWorkbook)->Unit(benchmark::kMillisecond);
 
-void BM_WriteDrawing(benchmark::State& state) {
+void BM_WriteDrawing(benchmark::State& state)
+{
     const Document& d = LargeDocument();
     const auto path = Scratch("loadcal-bench.dxf");
     CFixedPointSource points(CadPoint{0, 0, 0});
@@ -86,7 +90,8 @@ void BM_WriteDrawing(benchmark::State& state) {
 }
 BENCHMARK(BM_WriteDrawing)->Unit(benchmark::kMillisecond);
 
-void BM_DrawingRunInMemory(benchmark::State& state) {
+void BM_DrawingRunInMemory(benchmark::State& state)
+{
     const Document& d = LargeDocument();
     CFixedPointSource points(CadPoint{0, 0, 0});
     for (auto _ : state) {
@@ -97,7 +102,8 @@ void BM_DrawingRunInMemory(benchmark::State& state) {
 }
 BENCHMARK(BM_DrawingRunInMemory)->Unit(benchmark::kMillisecond);
 
-void BM_EncodeDxf(benchmark::State& state) {
+void BM_EncodeDxf(benchmark::State& state)
+{
     const Document& d = LargeDocument();
     CFixedPointSource points(CadPoint{0, 0, 0});
     CDrawing drawing(1.0, &points);
@@ -109,7 +115,8 @@ void BM_EncodeDxf(benchmark::State& state) {
 BENCHMARK(BM_EncodeDxf)->Unit(benchmark::kMillisecond);
 
 template <class F>
-double BestOf(int repeat, F&& f) {
+double BestOf(int repeat, F&& f)
+{
     double best = 1e100;
     for (int i = 0; i < repeat; ++i) {
         const auto start = std::chrono::steady_clock::now();
@@ -121,7 +128,8 @@ double BestOf(int repeat, F&& f) {
 }
 
 /// The texts of both tables in display order, as bench_output.py needs them.
-nlohmann::json DocumentJson(const Document& d) {
+nlohmann::json DocumentJson(const Document& d)
+{
     nlohmann::json loads = nlohmann::json::array();
     for (const CLoadCalData& c : d.loads) {
         nlohmann::json row = nlohmann::json::array();
@@ -157,7 +165,8 @@ nlohmann::json DocumentJson(const Document& d) {
             {"transformers", transformers}};
 }
 
-int Export(const std::filesystem::path& folder, int repeat) {
+int Export(const std::filesystem::path& folder, int repeat)
+{
     const Document& d = LargeDocument();
     std::filesystem::create_directories(folder);
     std::ofstream(folder / "document.json") << DocumentJson(d).dump();
@@ -179,7 +188,8 @@ int Export(const std::filesystem::path& folder, int repeat) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv)
+{
     if (argc >= 3 && std::string(argv[1]) == "--export") {
         return Export(argv[2], argc >= 4 ? std::max(1, std::atoi(argv[3])) : 3);
     }

@@ -6,7 +6,8 @@ namespace loadcal {
 
 void CGridCtrl::AddListener(IGridListener* listener)
 {
-    if (listener && std::find(m_listeners.begin(), m_listeners.end(), listener) == m_listeners.end()) {
+    if (listener &&
+        std::find(m_listeners.begin(), m_listeners.end(), listener) == m_listeners.end()) {
         m_listeners.push_back(listener);
     }
 }
@@ -79,7 +80,10 @@ void CGridCtrl::Reset()
     }
 }
 
-CGridCtrl::Batch::Batch(CGridCtrl& grid) : m_grid(grid) { ++m_grid.m_nBatchDepth; }
+CGridCtrl::Batch::Batch(CGridCtrl& grid) : m_grid(grid)
+{
+    ++m_grid.m_nBatchDepth;
+}
 
 CGridCtrl::Batch::~Batch()
 {
@@ -100,7 +104,8 @@ void CGridCtrl::SetRowCount(int rows)
         for (IGridListener* l : m_listeners) {
             l->OnRowsAboutToBeInserted(old, rows - 1);
         }
-        m_rows.resize(static_cast<size_t>(rows), std::vector<CGridCell>(static_cast<size_t>(m_nCols)));
+        m_rows.resize(static_cast<size_t>(rows),
+                      std::vector<CGridCell>(static_cast<size_t>(m_nCols)));
         m_rowHeights.resize(static_cast<size_t>(rows), kDefaultRowHeight);
         for (IGridListener* l : m_listeners) {
             l->OnRowsInserted(old, rows - 1);
@@ -149,7 +154,8 @@ void CGridCtrl::SetFixedRowCount(int rows)
     AboutToReset();
     m_nFixedRows = rows;
     if (GetRowCount() < rows) {
-        m_rows.resize(static_cast<size_t>(rows), std::vector<CGridCell>(static_cast<size_t>(m_nCols)));
+        m_rows.resize(static_cast<size_t>(rows),
+                      std::vector<CGridCell>(static_cast<size_t>(m_nCols)));
         m_rowHeights.resize(static_cast<size_t>(rows), kDefaultRowHeight);
     }
     Reset();
@@ -309,12 +315,14 @@ bool CGridCtrl::IsValid(int row, int col) const
 
 const CGridCell* CGridCtrl::GetCell(int row, int col) const
 {
-    return IsValid(row, col) ? &m_rows[static_cast<size_t>(row)][static_cast<size_t>(col)] : nullptr;
+    return IsValid(row, col) ? &m_rows[static_cast<size_t>(row)][static_cast<size_t>(col)]
+                             : nullptr;
 }
 
 CGridCell* CGridCtrl::Cell(int row, int col)
 {
-    return IsValid(row, col) ? &m_rows[static_cast<size_t>(row)][static_cast<size_t>(col)] : nullptr;
+    return IsValid(row, col) ? &m_rows[static_cast<size_t>(row)][static_cast<size_t>(col)]
+                             : nullptr;
 }
 
 namespace {
@@ -524,7 +532,10 @@ void CGridCtrl::SelectCell(int row, int col, bool selected)
     }
 }
 
-bool CGridCtrl::IsCellSelected(int row, int col) const { return m_selected.count({row, col}) != 0; }
+bool CGridCtrl::IsCellSelected(int row, int col) const
+{
+    return m_selected.count({row, col}) != 0;
+}
 
 void CGridCtrl::ResetSelectedRange()
 {
@@ -559,6 +570,9 @@ void CGridCtrl::RedrawRow(int row)
     }
 }
 
-void CGridCtrl::Invalidate() { CellsChanged(All()); }
+void CGridCtrl::Invalidate()
+{
+    CellsChanged(All());
+}
 
 }  // namespace loadcal

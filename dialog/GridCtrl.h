@@ -14,9 +14,18 @@ constexpr COLORREF RGB(unsigned r, unsigned g, unsigned b)
 {
     return (r & 0xFFu) | ((g & 0xFFu) << 8) | ((b & 0xFFu) << 16);
 }
-constexpr unsigned GetRValue(COLORREF c) { return c & 0xFFu; }
-constexpr unsigned GetGValue(COLORREF c) { return (c >> 8) & 0xFFu; }
-constexpr unsigned GetBValue(COLORREF c) { return (c >> 16) & 0xFFu; }
+constexpr unsigned GetRValue(COLORREF c)
+{
+    return c & 0xFFu;
+}
+constexpr unsigned GetGValue(COLORREF c)
+{
+    return (c >> 8) & 0xFFu;
+}
+constexpr unsigned GetBValue(COLORREF c)
+{
+    return (c >> 16) & 0xFFu;
+}
 
 /// "Use the grid's own colour": a cell colour that was never set or was reset.
 constexpr COLORREF CLR_DEFAULT = 0xFF000000u;
@@ -85,8 +94,8 @@ struct CGridCell {
     COLORREF bkColour = CLR_DEFAULT;
     COLORREF fgColour = CLR_DEFAULT;
     CellKind kind = CellKind::Text;
-    std::vector<std::wstring> options;   ///< choices of a combo cell
-    unsigned comboStyle = 0;             ///< CBS_DROPDOWN or CBS_DROPDOWNLIST
+    std::vector<std::wstring> options;  ///< choices of a combo cell
+    unsigned comboStyle = 0;            ///< CBS_DROPDOWN or CBS_DROPDOWNLIST
     const CBtnDataBase* btnData = nullptr;
 };
 

@@ -147,30 +147,71 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
         return true;
     }
     switch (id) {
-        case res::ID_FILE_NEW: OnFileNew(); return true;
-        case res::ID_FILE_OPEN: OnFileOpen(); return true;
-        case res::ID_FILE_SAVE: OnFileSave(); return true;
-        case res::ID_FILE_SAVE_AS: OnFileSaveAs(); return true;
-        case res::ID_FILE_EXIT: OnFileExit(); return true;
-        case res::ID_FILE_RECENT: return true;
-        case res::ID_OUTPUT_DRAWING: OnOutputDrawing(); return true;
-        case res::ID_OUTPUT_EXCEL: OnOutputExcel(); return true;
-        case res::ID_ABOUT: OnAbout(); return true;
-        case res::ID_ADJUST_PHASES: OnAdjustPhases(); return true;
-        case static_cast<unsigned>(IDCANCEL): OnCancel(); return true;
-        case res::ID_LOAD_CUT: OnCutRows(GridId::Load); return true;
-        case res::ID_LOAD_COPY: OnCopyRows(GridId::Load); return true;
-        case res::ID_LOAD_PASTE: OnPasteRows(GridId::Load); return true;
-        case res::ID_LOAD_DELETE: OnDeleteRows(GridId::Load); return true;
-        case res::ID_TRANSFORMER_CUT: OnCutRows(GridId::Transformer); return true;
-        case res::ID_TRANSFORMER_COPY: OnCopyRows(GridId::Transformer); return true;
-        case res::ID_TRANSFORMER_PASTE: OnPasteRows(GridId::Transformer); return true;
-        case res::ID_TRANSFORMER_DELETE: OnDeleteRows(GridId::Transformer); return true;
-        default: return false;
+        case res::ID_FILE_NEW:
+            OnFileNew();
+            return true;
+        case res::ID_FILE_OPEN:
+            OnFileOpen();
+            return true;
+        case res::ID_FILE_SAVE:
+            OnFileSave();
+            return true;
+        case res::ID_FILE_SAVE_AS:
+            OnFileSaveAs();
+            return true;
+        case res::ID_FILE_EXIT:
+            OnFileExit();
+            return true;
+        case res::ID_FILE_RECENT:
+            return true;
+        case res::ID_OUTPUT_DRAWING:
+            OnOutputDrawing();
+            return true;
+        case res::ID_OUTPUT_EXCEL:
+            OnOutputExcel();
+            return true;
+        case res::ID_ABOUT:
+            OnAbout();
+            return true;
+        case res::ID_ADJUST_PHASES:
+            OnAdjustPhases();
+            return true;
+        case static_cast<unsigned>(IDCANCEL):
+            OnCancel();
+            return true;
+        case res::ID_LOAD_CUT:
+            OnCutRows(GridId::Load);
+            return true;
+        case res::ID_LOAD_COPY:
+            OnCopyRows(GridId::Load);
+            return true;
+        case res::ID_LOAD_PASTE:
+            OnPasteRows(GridId::Load);
+            return true;
+        case res::ID_LOAD_DELETE:
+            OnDeleteRows(GridId::Load);
+            return true;
+        case res::ID_TRANSFORMER_CUT:
+            OnCutRows(GridId::Transformer);
+            return true;
+        case res::ID_TRANSFORMER_COPY:
+            OnCopyRows(GridId::Transformer);
+            return true;
+        case res::ID_TRANSFORMER_PASTE:
+            OnPasteRows(GridId::Transformer);
+            return true;
+        case res::ID_TRANSFORMER_DELETE:
+            OnDeleteRows(GridId::Transformer);
+            return true;
+        default:
+            return false;
     }
 }
 
-void CLoadCalDiaog::OnAbout() { Ui().ShowAboutBox(); }
+void CLoadCalDiaog::OnAbout()
+{
+    Ui().ShowAboutBox();
+}
 
 KeyDisposition CLoadCalDiaog::PreTranslateKeyDown(DialogKey key)
 {

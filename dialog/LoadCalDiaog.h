@@ -179,7 +179,10 @@ public:
     void RefreshLoadGrid() override { m_gridLoad.Refresh(); }
 
     // State, for the window, the command that runs the dialog, and tests.
-    CGridCtrl& GetGrid(GridId grid) { return grid == GridId::Load ? m_gridLoad : m_gridTransformer; }
+    CGridCtrl& GetGrid(GridId grid)
+    {
+        return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
+    }
     const CGridCtrl& GetGrid(GridId grid) const
     {
         return grid == GridId::Load ? m_gridLoad : m_gridTransformer;

@@ -14,17 +14,30 @@ namespace loadcal {
 namespace {
 
 /// Record field shown in load grid column k + 1 (the field setters' index k).
-int LoadFieldOfIndex(int k) { return kLoadColumns[static_cast<size_t>(k)].field; }
+int LoadFieldOfIndex(int k)
+{
+    return kLoadColumns[static_cast<size_t>(k)].field;
+}
 
 /// Record field shown in transformer grid column k + 1: the spare calculated
 /// capacity has no column.
-int TransformerFieldOfIndex(int k) { return kTransformerColumns[static_cast<size_t>(k)].field; }
+int TransformerFieldOfIndex(int k)
+{
+    return kTransformerColumns[static_cast<size_t>(k)].field;
+}
 
 /// Read-only, coloured columns of the transformer grid.
 bool IsComputedTransformerColumn(int col)
 {
     switch (col) {
-        case 2: case 3: case 7: case 8: case 9: case 10: case 13: case 15:
+        case 2:
+        case 3:
+        case 7:
+        case 8:
+        case 9:
+        case 10:
+        case 13:
+        case 15:
             return true;
         default:
             return false;
@@ -131,7 +144,12 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
         const bool computed = IsComputedTransformerColumn(c);
         std::wstring text;
         switch (c) {
-            case 4: case 5: case 6: case 11: case 12: case 14:
+            case 4:
+            case 5:
+            case 6:
+            case 11:
+            case 12:
+            case 14:
                 text = defaults.FieldAt(TransformerFieldOfIndex(c - 1));
                 break;
             default:
@@ -168,14 +186,29 @@ int CLoadCalDiaog::LoadDocument()
         for (int c = 1; c <= 13; ++c) {
             std::wstring text;
             switch (c) {
-                case 2: text = texts::kTotalLabel; break;
-                case 5: text = totals.installed; break;
-                case 8: text = totals.powerFactor; break;
-                case 9: text = totals.active; break;
-                case 10: text = totals.reactive; break;
-                case 11: text = totals.apparent; break;
-                case 12: text = totals.current; break;
-                default: break;
+                case 2:
+                    text = texts::kTotalLabel;
+                    break;
+                case 5:
+                    text = totals.installed;
+                    break;
+                case 8:
+                    text = totals.powerFactor;
+                    break;
+                case 9:
+                    text = totals.active;
+                    break;
+                case 10:
+                    text = totals.reactive;
+                    break;
+                case 11:
+                    text = totals.apparent;
+                    break;
+                case 12:
+                    text = totals.current;
+                    break;
+                default:
+                    break;
             }
             m_gridLoad.SetItem(n + 3, c, text, GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 3, c, kComputedColour);
@@ -226,13 +259,26 @@ void CLoadCalDiaog::RefreshTotalCell(int column)
     const SummaryTotals totals = ComputeTotals(m_arrLoad);
     std::wstring text;
     switch (column) {
-        case 5: text = totals.installed; break;
-        case 8: text = totals.powerFactor; break;
-        case 9: text = totals.active; break;
-        case 10: text = totals.reactive; break;
-        case 11: text = totals.apparent; break;
-        case 12: text = totals.current; break;
-        default: return;
+        case 5:
+            text = totals.installed;
+            break;
+        case 8:
+            text = totals.powerFactor;
+            break;
+        case 9:
+            text = totals.active;
+            break;
+        case 10:
+            text = totals.reactive;
+            break;
+        case 11:
+            text = totals.apparent;
+            break;
+        case 12:
+            text = totals.current;
+            break;
+        default:
+            return;
     }
     const int row = m_gridLoad.GetRowCount() - 1;
     m_gridLoad.SetItem(row, column, text, GVIS_READONLY, kDataFormat);

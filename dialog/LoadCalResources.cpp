@@ -5,7 +5,10 @@
 namespace loadcal::res {
 namespace {
 
-std::wstring W(std::wstring_view text) { return std::wstring(text); }
+std::wstring W(std::wstring_view text)
+{
+    return std::wstring(text);
+}
 
 CMenuModel MainMenu()
 {

@@ -58,8 +58,9 @@ inline constexpr CRect kAboutTemplate{0, 0, 233, 49};
 inline constexpr int kToolbarButtonWidth = 16;
 inline constexpr int kToolbarButtonHeight = 15;
 inline constexpr std::array<unsigned, 10> kToolbarButtons = {
-    ID_FILE_NEW, ID_FILE_OPEN, ID_FILE_SAVE, ID_FILE_SAVE_AS, 0,
-    ID_OUTPUT_DRAWING, ID_OUTPUT_EXCEL, ID_ADJUST_PHASES, 0, ID_ABOUT};
+    ID_FILE_NEW, ID_FILE_OPEN,      ID_FILE_SAVE,    ID_FILE_SAVE_AS,
+    0,           ID_OUTPUT_DRAWING, ID_OUTPUT_EXCEL, ID_ADJUST_PHASES,
+    0,           ID_ABOUT};
 
 /// The string table: the text of a command id (the tool tips), or nothing.
 std::optional<std::wstring> LoadString(unsigned id);

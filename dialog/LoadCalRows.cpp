@@ -205,7 +205,9 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
     }
     int& cutFlag = load ? m_bLoadCut : m_bTransformerCut;
     const bool wasCut = cutFlag != 0;
-    auto mark = [this, grid] { MarkCutRows(grid); };
+    auto mark = [this, grid] {
+        MarkCutRows(grid);
+    };
 
     if (load) {
         RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
@@ -218,7 +220,8 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
             r = *target;
         }
         const CCellRange selection = g.GetSelectedRange();
-        InsertClipboard(side, r, [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); });
+        InsertClipboard(side, r,
+                        [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); });
         if (wasCut) {
             m_arrClipLoad.RemoveAll();
             m_bLoadCut = 0;

@@ -56,7 +56,8 @@ inline constexpr std::wstring_view kTipAbout = L"关于...";
 inline constexpr std::wstring_view kSaveQuestion = L"当前文档已经改变,是否保存？";
 inline constexpr std::wstring_view kSaveCaption = L"文件保存";
 /// Filled with the path by FormatText.
-inline constexpr std::wstring_view kCreateQuestionFormat = L"负荷计算存档文件 \"%s\"不存在,是否新建?";
+inline constexpr std::wstring_view kCreateQuestionFormat =
+    L"负荷计算存档文件 \"%s\"不存在,是否新建?";
 inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有找到！";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";

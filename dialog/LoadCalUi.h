@@ -25,15 +25,15 @@ struct CFileDialogSpec {
     std::wstring defaultExtension;  ///< "LDC", appended when the user types none
     std::wstring initialName;       ///< empty
     bool hideReadOnly = true;
-    bool overwritePrompt = true;    ///< the save dialog asks before replacing a file
+    bool overwritePrompt = true;  ///< the save dialog asks before replacing a file
 };
 
 /// How tracking a popup menu ended.
 struct CPopupResult {
     enum class Status {
-        Tracked,    ///< the menu was shown; command is the chosen id, 0 for none
-        NoCursor,   ///< the cursor position could not be read: nothing shown
-        Failed,     ///< the menu could not be shown
+        Tracked,   ///< the menu was shown; command is the chosen id, 0 for none
+        NoCursor,  ///< the cursor position could not be read: nothing shown
+        Failed,    ///< the menu could not be shown
     };
     Status status = Status::Tracked;
     unsigned command = 0;

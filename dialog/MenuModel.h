@@ -32,7 +32,10 @@ public:
     CMenuModel& AddPopup(std::wstring text);
 
     int GetItemCount() const { return static_cast<int>(m_items.size()); }
-    const CMenuItem& GetItem(int position) const { return m_items.at(static_cast<size_t>(position)); }
+    const CMenuItem& GetItem(int position) const
+    {
+        return m_items.at(static_cast<size_t>(position));
+    }
     const std::vector<CMenuItem>& Items() const { return m_items; }
     /// The drop-down at a position (null for a command or separator).
     CMenuModel* GetSubMenu(int position) const;

@@ -23,9 +23,8 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
                 const std::array<std::wstring_view, N>& keys)
 {
     for (int i = 0; i < rows.GetSize(); ++i) {
-        const std::wstring rowPath =
-            std::wstring(group) + std::wstring(kSeparator) + std::to_wstring(i) +
-            std::wstring(kSeparator);
+        const std::wstring rowPath = std::wstring(group) + std::wstring(kSeparator) +
+                                     std::to_wstring(i) + std::wstring(kSeparator);
         const Record& row = rows[i];
         for (size_t f = 0; f < N; ++f) {
             const std::wstring& text = row.FieldAt(static_cast<int>(f));

@@ -18,18 +18,18 @@ inline constexpr std::wstring_view kTransformerGroup = L"变压器信息";
 
 /// Keys of a load row, indexed by CLoadCalData::Field (record order is write order).
 inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadKeys = {
-    L"回路编号",  // circuit number
-    L"设备编号",  // equipment number
-    L"设备名称",  // equipment name
-    L"相位",      // phase
-    L"额定容量",  // rated power, kW
-    L"需要系数",  // demand factor
-    L"功率因数",  // power factor
-    L"计算有功",  // calculated active power, kW
-    L"计算无功",  // calculated reactive power, kVar
-    L"视在功率",  // apparent power, kVA
-    L"计算电流",  // calculated current, A
-    L"工作电压",  // working voltage, kV
+    L"回路编号",    // circuit number
+    L"设备编号",    // equipment number
+    L"设备名称",    // equipment name
+    L"相位",        // phase
+    L"额定容量",    // rated power, kW
+    L"需要系数",    // demand factor
+    L"功率因数",    // power factor
+    L"计算有功",    // calculated active power, kW
+    L"计算无功",    // calculated reactive power, kVar
+    L"视在功率",    // apparent power, kVA
+    L"计算电流",    // calculated current, A
+    L"工作电压",    // working voltage, kV
     L"归属变压器",  // owning transformer(s)
 };
 
@@ -37,8 +37,8 @@ inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadK
 /// crosswise keys: the spare figure m_strCalcCapacity is stored under
 /// "计算有功" and the calculated active power m_strCalcP under "计算容量".
 /// Archives in use depend on this pairing; it must not be "corrected".
-inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
-    kTransformerKeys = {
+inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount> kTransformerKeys =
+    {
         L"变压器名称",      // name; a row without it is skipped on reading
         L"额定容量",        // rated capacity, kVA
         L"实际负载率",      // actual load rate, ratio
@@ -68,8 +68,8 @@ inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadR
 /// name has none: a row without a name is skipped.
 inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
     kTransformerReadDefaults = {
-        L"", L"", L"", L"0.7", L"0.9", L"0.97", L"", L"", L"", L"", L"", L"0.7", L"0.76",
-        L"", L"0.9", L"", L"",
+        L"", L"", L"",    L"0.7",  L"0.9", L"0.97", L"", L"", L"",
+        L"", L"", L"0.7", L"0.76", L"",    L"0.9",  L"", L"",
 };
 
 /// Settings file: the recent-files group. Entries are values "1" to "4" below

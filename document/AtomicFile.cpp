@@ -13,12 +13,16 @@
 namespace loadcal {
 namespace {
 
-std::string Describe(const std::filesystem::path& p) { return "\"" + p.string() + "\""; }
+std::string Describe(const std::filesystem::path& p)
+{
+    return "\"" + p.string() + "\"";
+}
 
 std::filesystem::path TempBeside(const std::filesystem::path& target)
 {
     static std::mt19937_64 rng{std::random_device{}()};
-    const auto folder = target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
+    const auto folder =
+        target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
     return folder / ("." + target.filename().string() + ".tmp" + std::to_string(::getpid()) + "-" +
                      std::to_string(rng() % 1000000000));
 }
@@ -34,9 +38,15 @@ void FsyncPath(const std::filesystem::path& p, bool directory)
 
 }  // namespace
 
-std::filesystem::path ToFsPath(const std::wstring& path) { return std::filesystem::path(ToUtf8(path)); }
+std::filesystem::path ToFsPath(const std::wstring& path)
+{
+    return std::filesystem::path(ToUtf8(path));
+}
 
-std::wstring FromFsPath(const std::filesystem::path& path) { return FromUtf8(path.string()); }
+std::wstring FromFsPath(const std::filesystem::path& path)
+{
+    return FromUtf8(path.string());
+}
 
 void WriteFileAtomically(const std::filesystem::path& target, std::string_view bytes)
 {
@@ -69,8 +79,7 @@ void WriteFileAtomically(const std::filesystem::path& target, std::string_view b
 
 CAtomicFile::CAtomicFile(std::filesystem::path target)
     : m_target(std::move(target)), m_temp(TempBeside(m_target))
-{
-}
+{}
 
 CAtomicFile::~CAtomicFile()
 {

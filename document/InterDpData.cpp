@@ -31,7 +31,10 @@ constexpr size_t kChecksumSize = 4;
 /// The smallest node record: name length, value count, flags, value length, child count.
 constexpr size_t kMinNodeSize = 4 + 2 + 4 + 4 + 4;
 
-int16_t Code(IdpStatus status) { return static_cast<int16_t>(status); }
+int16_t Code(IdpStatus status)
+{
+    return static_cast<int16_t>(status);
+}
 
 bool IsScalarValue(wchar_t wc)
 {
@@ -225,8 +228,7 @@ private:
               m_pos(kHeaderSize),
               m_end(std::min(bytes.size(), declaredEnd)),
               m_declaredEnd(declaredEnd)
-        {
-        }
+        {}
 
         size_t Pos() const { return m_pos; }
         size_t End() const { return m_end; }
@@ -391,8 +393,8 @@ bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
         return false;
     }
     if (rec.value.find(L'\0') != std::wstring::npos) {
-        return in.Fail(IdpStatus::Malformed, "damaged at byte " + std::to_string(at) +
-                                                 ": a value holds a NUL character");
+        return in.Fail(IdpStatus::Malformed,
+                       "damaged at byte " + std::to_string(at) + ": a value holds a NUL character");
     }
     if (!in.Need(4, "a child count")) {
         return false;
@@ -449,8 +451,8 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
         stack.push_back({&root, rec.childCount});
     }
     const auto fail = [&](IdpStatus status, size_t at, const std::string& what) {
-        error = (status == IdpStatus::Truncated ? "truncated" : "damaged at byte " +
-                                                                    std::to_string(at)) +
+        error = (status == IdpStatus::Truncated ? "truncated"
+                                                : "damaged at byte " + std::to_string(at)) +
                 (": " + what);
         return status;
     };
@@ -571,7 +573,10 @@ const CInterDpNode* CInterDpData::GetSubValueFromPathW(int16_t reserved,
     return m_root->GetSubValueFromPathW(reserved, path);
 }
 
-std::string CInterDpData::Serialize() const { return CIdpCodec::Encode(*m_root); }
+std::string CInterDpData::Serialize() const
+{
+    return CIdpCodec::Encode(*m_root);
+}
 
 IdpStatus CInterDpData::Deserialize(const std::string& bytes)
 {

@@ -14,13 +14,27 @@ using Json = nlohmann::ordered_json;
 
 /// JSON keys in record field order.
 constexpr std::array<const char*, CLoadCalData::kFieldCount> kLoadKeys = {
-    "circuitNo",   "equipNo", "equipName", "phase", "ratedPower", "demandFactor", "powerFactor",
-    "calcP",       "calcQ",   "calcS",     "calcI", "voltage",    "transformer"};
+    "circuitNo", "equipNo", "equipName", "phase", "ratedPower", "demandFactor", "powerFactor",
+    "calcP",     "calcQ",   "calcS",     "calcI", "voltage",    "transformer"};
 
 constexpr std::array<const char*, CTransformerCalData::kFieldCount> kTransformerKeys = {
-    "name",  "ratedCapacity", "actualLoadRate", "loadRate",  "kp",       "kq",
-    "calcCapacity", "calcP",  "calcQ",          "calcS",     "calcI",    "alpha",
-    "beta",  "cosBefore",     "cosAfter",       "compCapacity", "actualCompCapacity"};
+    "name",
+    "ratedCapacity",
+    "actualLoadRate",
+    "loadRate",
+    "kp",
+    "kq",
+    "calcCapacity",
+    "calcP",
+    "calcQ",
+    "calcS",
+    "calcI",
+    "alpha",
+    "beta",
+    "cosBefore",
+    "cosAfter",
+    "compCapacity",
+    "actualCompCapacity"};
 
 constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
@@ -69,9 +83,11 @@ void ReadRecords(const Json& doc, const char* listKey, const std::array<const ch
                 Fail(source, where, "unknown key \"" + key + "\"");
             }
             if (!value.is_string()) {
-                Fail(source, where + "." + key, "expected a string, found " + std::string(value.type_name()));
+                Fail(source, where + "." + key,
+                     "expected a string, found " + std::string(value.type_name()));
             }
-            record.FieldAt(static_cast<int>(f)) = FromUtf8(value.template get_ref<const std::string&>());
+            record.FieldAt(static_cast<int>(f)) =
+                FromUtf8(value.template get_ref<const std::string&>());
         }
         out.Add(std::move(record));
     }
@@ -98,8 +114,8 @@ std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& tra
     for (const auto& t : transformers) {
         transformerList.push_back(RecordToJson(t, kTransformerKeys));
     }
-    doc[kTotalsKey] = Json{{"Pe", ToUtf8(totals.installed)}, {"P", ToUtf8(totals.active)},
-                           {"Q", ToUtf8(totals.reactive)},   {"S", ToUtf8(totals.apparent)},
+    doc[kTotalsKey] = Json{{"Pe", ToUtf8(totals.installed)},    {"P", ToUtf8(totals.active)},
+                           {"Q", ToUtf8(totals.reactive)},      {"S", ToUtf8(totals.apparent)},
                            {"cos", ToUtf8(totals.powerFactor)}, {"I", ToUtf8(totals.current)}};
     return doc.dump(2) + "\n";
 }

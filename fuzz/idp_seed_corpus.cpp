@@ -105,9 +105,8 @@ int main(int argc, char** argv)
     CInterDpData unicode;
     Unicode(unicode);
     const CInterDpData empty;
-    const bool ok = Write(argv[1], "archive-small.LDC", archive) &&
-                    Write(argv[1], "settings.idp", settings) &&
-                    Write(argv[1], "unicode-names.idp", unicode) &&
-                    Write(argv[1], "empty.idp", empty);
+    const bool ok =
+        Write(argv[1], "archive-small.LDC", archive) && Write(argv[1], "settings.idp", settings) &&
+        Write(argv[1], "unicode-names.idp", unicode) && Write(argv[1], "empty.idp", empty);
     return ok ? 0 : 1;
 }

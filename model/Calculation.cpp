@@ -14,7 +14,10 @@ constexpr double kBalanceTolerance = 0.15;  // the 15 % rule
 constexpr double kCircuitSqrt3 = 1.732;     // circuit current: 1.732, not sqrt 3
 constexpr double kLineVoltage = 0.38;       // kV, transformer and total currents
 
-double Sqrt3() { return std::sqrt(3.0); }
+double Sqrt3()
+{
+    return std::sqrt(3.0);
+}
 
 int PhaseGroup(const std::wstring& phase)
 {
@@ -197,11 +200,26 @@ std::wstring GroupSum(const CLoadArray& loads, const std::wstring& owner, SumFie
     return FormatG(acc.Result());
 }
 
-std::wstring Total(const CLoadArray& loads, SumField field) { return COwnerIndex(loads).Total(field); }
-std::wstring TotalApparent(const CLoadArray& loads) { return COwnerIndex(loads).TotalApparent(); }
-std::wstring TotalPowerFactor(const CLoadArray& loads) { return COwnerIndex(loads).TotalPowerFactor(); }
-std::wstring TotalCurrent(const CLoadArray& loads) { return COwnerIndex(loads).TotalCurrent(); }
-SummaryTotals ComputeTotals(const CLoadArray& loads) { return COwnerIndex(loads).Totals(); }
+std::wstring Total(const CLoadArray& loads, SumField field)
+{
+    return COwnerIndex(loads).Total(field);
+}
+std::wstring TotalApparent(const CLoadArray& loads)
+{
+    return COwnerIndex(loads).TotalApparent();
+}
+std::wstring TotalPowerFactor(const CLoadArray& loads)
+{
+    return COwnerIndex(loads).TotalPowerFactor();
+}
+std::wstring TotalCurrent(const CLoadArray& loads)
+{
+    return COwnerIndex(loads).TotalCurrent();
+}
+SummaryTotals ComputeTotals(const CLoadArray& loads)
+{
+    return COwnerIndex(loads).Totals();
+}
 
 COwnerIndex::COwnerIndex(const CLoadArray& loads)
 {
@@ -272,7 +290,10 @@ std::wstring COwnerIndex::TotalPowerFactor() const
     return PowerFactorFrom(Total(SumField::Active), TotalApparent());
 }
 
-std::wstring COwnerIndex::TotalCurrent() const { return CurrentFrom(TotalApparent()); }
+std::wstring COwnerIndex::TotalCurrent() const
+{
+    return CurrentFrom(TotalApparent());
+}
 
 SummaryTotals COwnerIndex::Totals() const
 {

@@ -38,17 +38,35 @@ enum class SumField { Reactive, Active, Installed };
 /// circuits add their figure in both cases; circuits with any other phase text
 /// add nothing. Returns "%G" text.
 std::wstring GroupSum(const CLoadArray& loads, const std::wstring& owner, SumField field);
-inline std::wstring GroupReactiveSum(const CLoadArray& l, const std::wstring& o) { return GroupSum(l, o, SumField::Reactive); }
-inline std::wstring GroupActiveSum(const CLoadArray& l, const std::wstring& o) { return GroupSum(l, o, SumField::Active); }
-inline std::wstring GroupInstalledSum(const CLoadArray& l, const std::wstring& o) { return GroupSum(l, o, SumField::Installed); }
+inline std::wstring GroupReactiveSum(const CLoadArray& l, const std::wstring& o)
+{
+    return GroupSum(l, o, SumField::Reactive);
+}
+inline std::wstring GroupActiveSum(const CLoadArray& l, const std::wstring& o)
+{
+    return GroupSum(l, o, SumField::Active);
+}
+inline std::wstring GroupInstalledSum(const CLoadArray& l, const std::wstring& o)
+{
+    return GroupSum(l, o, SumField::Installed);
+}
 
 /// Sum over the distinct owner texts (whole field, exact comparison, first
 /// occurrence first) of each text's group sum. A joined owner "T1,T2" is one
 /// distinct text whose own group is empty. Returns "%G" text.
 std::wstring Total(const CLoadArray& loads, SumField field);
-inline std::wstring TotalReactive(const CLoadArray& l) { return Total(l, SumField::Reactive); }
-inline std::wstring TotalActive(const CLoadArray& l) { return Total(l, SumField::Active); }
-inline std::wstring TotalInstalled(const CLoadArray& l) { return Total(l, SumField::Installed); }
+inline std::wstring TotalReactive(const CLoadArray& l)
+{
+    return Total(l, SumField::Reactive);
+}
+inline std::wstring TotalActive(const CLoadArray& l)
+{
+    return Total(l, SumField::Active);
+}
+inline std::wstring TotalInstalled(const CLoadArray& l)
+{
+    return Total(l, SumField::Installed);
+}
 
 /// Stot = sqrt(Ptot^2 + Qtot^2), kVA.
 std::wstring TotalApparent(const CLoadArray& loads);
@@ -93,8 +111,8 @@ private:
     };
     std::vector<Figures> m_figures;
     std::unordered_map<std::wstring, int> m_groupOfPiece;  ///< folded owner piece -> group
-    std::vector<std::vector<int>> m_members;                ///< group -> circuits, list order
-    std::vector<std::wstring> m_distinctOwners;             ///< exact texts, first occurrence first
+    std::vector<std::vector<int>> m_members;               ///< group -> circuits, list order
+    std::vector<std::wstring> m_distinctOwners;            ///< exact texts, first occurrence first
 };
 
 /// Recalculates the transformer named name (without regard to case; the
@@ -119,7 +137,7 @@ SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transfor
 
 /// The 25 standard rated capacities, kVA, ascending.
 inline constexpr std::array<double, 25> kStandardCapacities = {
-    30,   50,   63,   80,   100,  125,  160,  200,  250,  315,  400,  500,  630,
-    800,  1000, 1250, 1600, 2000, 2500, 3150, 4000, 5000, 6300, 8000, 10000};
+    30,  50,   63,   80,   100,  125,  160,  200,  250,  315,  400,  500,  630,
+    800, 1000, 1250, 1600, 2000, 2500, 3150, 4000, 5000, 6300, 8000, 10000};
 
 }  // namespace loadcal

@@ -28,7 +28,8 @@ double ParseNumber(const std::wstring& text)
     size_t n = 0;
     for (; n < text.size() && n < buf.size(); ++n) {
         const wchar_t c = text[n];
-        if ((c >= L'0' && c <= L'9') || c == L'.' || c == L'-' || c == L'+' || c == L'e' || c == L'E') {
+        if ((c >= L'0' && c <= L'9') || c == L'.' || c == L'-' || c == L'+' || c == L'e' ||
+            c == L'E') {
             buf[n] = static_cast<char>(c);
         } else {
             break;
@@ -64,8 +65,8 @@ void FormatGInto(double value, std::wstring& out)
     // than swprintf, which matters when a document of 10,000 circuits is
     // recalculated on every keystroke.
     std::array<char, 64> buf{};
-    const auto res = std::to_chars(buf.data(), buf.data() + buf.size(), value,
-                                   std::chars_format::general, 6);
+    const auto res =
+        std::to_chars(buf.data(), buf.data() + buf.size(), value, std::chars_format::general, 6);
     out.clear();
     for (const char* p = buf.data(); p != res.ptr; ++p) {
         char c = *p;

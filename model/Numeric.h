@@ -26,6 +26,9 @@ void FormatGInto(double value, std::wstring& out);
 std::wstring FormatGByPrintf(double value);
 
 /// A guard used throughout the arithmetic: |x| <= 1e-8 counts as zero.
-inline bool IsNearZero(double x) { return x <= 1e-8 && x >= -1e-8; }
+inline bool IsNearZero(double x)
+{
+    return x <= 1e-8 && x >= -1e-8;
+}
 
 }  // namespace loadcal

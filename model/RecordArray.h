@@ -66,7 +66,8 @@ public:
 
     void RemoveAt(int i, int count = 1)
     {
-        if (count < 0 || i < 0 || static_cast<size_t>(i) + static_cast<size_t>(count) > m_items.size()) {
+        if (count < 0 || i < 0 ||
+            static_cast<size_t>(i) + static_cast<size_t>(count) > m_items.size()) {
             Throw(i);
         }
         m_items.erase(m_items.begin() + i, m_items.begin() + i + count);

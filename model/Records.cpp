@@ -19,14 +19,22 @@ constexpr std::array<LoadMember, CLoadCalData::kFieldCount> kLoadMembers = {
 };
 
 constexpr std::array<TransformerMember, CTransformerCalData::kFieldCount> kTransformerMembers = {
-    &CTransformerCalData::m_strName,           &CTransformerCalData::m_strRatedCapacity,
-    &CTransformerCalData::m_strActualLoadRate, &CTransformerCalData::m_strLoadRate,
-    &CTransformerCalData::m_strKp,             &CTransformerCalData::m_strKq,
-    &CTransformerCalData::m_strCalcCapacity,   &CTransformerCalData::m_strCalcP,
-    &CTransformerCalData::m_strCalcQ,          &CTransformerCalData::m_strCalcS,
-    &CTransformerCalData::m_strCalcI,          &CTransformerCalData::m_strAlpha,
-    &CTransformerCalData::m_strBeta,           &CTransformerCalData::m_strCosBefore,
-    &CTransformerCalData::m_strCosAfter,       &CTransformerCalData::m_strCompCapacity,
+    &CTransformerCalData::m_strName,
+    &CTransformerCalData::m_strRatedCapacity,
+    &CTransformerCalData::m_strActualLoadRate,
+    &CTransformerCalData::m_strLoadRate,
+    &CTransformerCalData::m_strKp,
+    &CTransformerCalData::m_strKq,
+    &CTransformerCalData::m_strCalcCapacity,
+    &CTransformerCalData::m_strCalcP,
+    &CTransformerCalData::m_strCalcQ,
+    &CTransformerCalData::m_strCalcS,
+    &CTransformerCalData::m_strCalcI,
+    &CTransformerCalData::m_strAlpha,
+    &CTransformerCalData::m_strBeta,
+    &CTransformerCalData::m_strCosBefore,
+    &CTransformerCalData::m_strCosAfter,
+    &CTransformerCalData::m_strCompCapacity,
     &CTransformerCalData::m_strActualCompCapacity,
 };
 
@@ -42,7 +50,9 @@ size_t CheckField(int field)
 
 }  // namespace
 
-CLoadCalData::CLoadCalData() : m_strDemandFactor(L"1.0"), m_strPowerFactor(L"0.8"), m_strVoltage(kVoltageThree) {}
+CLoadCalData::CLoadCalData()
+    : m_strDemandFactor(L"1.0"), m_strPowerFactor(L"0.8"), m_strVoltage(kVoltageThree)
+{}
 
 std::wstring& CLoadCalData::FieldAt(int field)
 {
@@ -60,7 +70,10 @@ bool CLoadCalData::IsBlank() const
            m_strRatedPower.empty() && m_strTransformer.empty();
 }
 
-void CLoadCalData::Calculate() { RecalculateCircuit(*this); }
+void CLoadCalData::Calculate()
+{
+    RecalculateCircuit(*this);
+}
 
 CTransformerCalData::CTransformerCalData()
     : m_strLoadRate(L"0.7"),
@@ -69,8 +82,7 @@ CTransformerCalData::CTransformerCalData()
       m_strAlpha(L"0.7"),
       m_strBeta(L"0.76"),
       m_strCosAfter(L"0.9")
-{
-}
+{}
 
 std::wstring& CTransformerCalData::FieldAt(int field)
 {

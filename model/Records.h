@@ -28,8 +28,20 @@ class CLoadCalData {
 public:
     /// Field numbers in record order (archive and JSON order).
     enum Field {
-        kCircuitNo, kEquipNo, kEquipName, kPhase, kRatedPower, kDemandFactor, kPowerFactor,
-        kCalcP, kCalcQ, kCalcS, kCalcI, kVoltage, kTransformer, kFieldCount
+        kCircuitNo,
+        kEquipNo,
+        kEquipName,
+        kPhase,
+        kRatedPower,
+        kDemandFactor,
+        kPowerFactor,
+        kCalcP,
+        kCalcQ,
+        kCalcS,
+        kCalcI,
+        kVoltage,
+        kTransformer,
+        kFieldCount
     };
 
     CLoadCalData();
@@ -68,9 +80,24 @@ public:
 class CTransformerCalData {
 public:
     enum Field {
-        kName, kRatedCapacity, kActualLoadRate, kLoadRate, kKp, kKq, kCalcCapacity, kCalcP,
-        kCalcQ, kCalcS, kCalcI, kAlpha, kBeta, kCosBefore, kCosAfter, kCompCapacity,
-        kActualCompCapacity, kFieldCount
+        kName,
+        kRatedCapacity,
+        kActualLoadRate,
+        kLoadRate,
+        kKp,
+        kKq,
+        kCalcCapacity,
+        kCalcP,
+        kCalcQ,
+        kCalcS,
+        kCalcI,
+        kAlpha,
+        kBeta,
+        kCosBefore,
+        kCosAfter,
+        kCompCapacity,
+        kActualCompCapacity,
+        kFieldCount
     };
 
     CTransformerCalData();

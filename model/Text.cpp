@@ -17,11 +17,17 @@ locale_t CtypeLocale()
     return loc;
 }
 
-bool IsSpace(wchar_t c) { return iswspace_l(static_cast<wint_t>(c), CtypeLocale()) != 0; }
+bool IsSpace(wchar_t c)
+{
+    return iswspace_l(static_cast<wint_t>(c), CtypeLocale()) != 0;
+}
 
 constexpr char32_t kReplacement = 0xFFFD;
 
-bool IsSurrogate(char32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
+bool IsSurrogate(char32_t c)
+{
+    return c >= 0xD800 && c <= 0xDFFF;
+}
 
 void AppendUtf8(std::string& out, char32_t c)
 {

@@ -35,7 +35,7 @@ using CadValue = std::variant<short, double, std::wstring, CadPoint>;
 /// Implementations own their drawing; callers pass texts by value or
 /// reference and keep nothing.
 class CadHost {
-  public:
+public:
     virtual ~CadHost() = default;
 
     /// Prints text on the command line ("\n" starts a new line).
@@ -76,7 +76,7 @@ class CadHost {
 /// terminal, a fixed point given as an option, or a test. Implementations
 /// keep their own state (the stream they read); the drawing borrows them.
 class IPointSource {
-  public:
+public:
     virtual ~IPointSource() = default;
     /// A point, or nothing when the user declines.
     virtual std::optional<CadPoint> GetPoint(const std::wstring& prompt) = 0;

@@ -9,7 +9,8 @@ extern char** environ;
 
 namespace loadcal {
 
-bool CDesktopOpener::Open(const std::filesystem::path& file) {
+bool CDesktopOpener::Open(const std::filesystem::path& file)
+{
     std::string launcher = m_launcher;
     std::string argument = file.string();
     char* argv[] = {launcher.data(), argument.data(), nullptr};

@@ -9,14 +9,14 @@ namespace loadcal {
 /// Where the output layer tells the user something (a message box with an OK
 /// button in the window, stderr on the command line, a list in tests).
 class IMessageSink {
-  public:
+public:
     virtual ~IMessageSink() = default;
     virtual void ShowMessage(const std::wstring& text) = 0;
 };
 
 /// Hands a finished file to an application that shows it.
 class IFileOpener {
-  public:
+public:
     virtual ~IFileOpener() = default;
     /// False when no application could be started for the file.
     virtual bool Open(const std::filesystem::path& file) = 0;
@@ -30,13 +30,14 @@ class IFileOpener {
 /// success; it is then left to finish on its own and reaped by a detached
 /// thread, so the caller's window is not blocked.
 class CDesktopOpener final : public IFileOpener {
-  public:
+public:
     explicit CDesktopOpener(std::string launcher = "xdg-open",
                             std::chrono::milliseconds wait = std::chrono::seconds(5))
-        : m_launcher(std::move(launcher)), m_wait(wait) {}
+        : m_launcher(std::move(launcher)), m_wait(wait)
+    {}
     bool Open(const std::filesystem::path& file) override;
 
-  private:
+private:
     std::string m_launcher;
     std::chrono::milliseconds m_wait;
 };

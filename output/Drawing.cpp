@@ -10,15 +10,18 @@
 namespace loadcal {
 namespace {
 
-const std::wstring* TextAt(const CadCommand& command, size_t i) {
+const std::wstring* TextAt(const CadCommand& command, size_t i)
+{
     return i < command.size() ? std::get_if<std::wstring>(&command[i]) : nullptr;
 }
 
-const CadPoint* PointAt(const CadCommand& command, size_t i) {
+const CadPoint* PointAt(const CadCommand& command, size_t i)
+{
     return i < command.size() ? std::get_if<CadPoint>(&command[i]) : nullptr;
 }
 
-bool IsEnter(const CadCommand& command, size_t i) {
+bool IsEnter(const CadCommand& command, size_t i)
+{
     const std::wstring* text = TextAt(command, i);
     return text && text->empty();
 }
@@ -30,7 +33,8 @@ struct Number {
     double value;
 };
 
-Number NumberAt(const CadCommand& command, size_t i) {
+Number NumberAt(const CadCommand& command, size_t i)
+{
     if (i >= command.size()) {
         return {Number::Invalid, 0};
     }
@@ -65,7 +69,8 @@ Number NumberAt(const CadCommand& command, size_t i) {
 }
 
 /// Y/N answer: 1 yes, 0 no, -1 Enter (keep), -2 not an answer.
-int YesNoAt(const CadCommand& command, size_t i) {
+int YesNoAt(const CadCommand& command, size_t i)
+{
     const std::wstring* text = TextAt(command, i);
     if (!text) {
         return -2;
@@ -84,7 +89,8 @@ int YesNoAt(const CadCommand& command, size_t i) {
 }
 
 /// Command name without the "_" (English name) and "." (built-in) prefixes, in lower case.
-std::wstring CommandName(const CadCommand& command) {
+std::wstring CommandName(const CadCommand& command)
+{
     const std::wstring* name = TextAt(command, 0);
     if (!name) {
         return {};
@@ -96,7 +102,8 @@ std::wstring CommandName(const CadCommand& command) {
     return FoldCase(std::wstring_view(*name).substr(i));
 }
 
-bool IsValidName(const std::wstring& name) {
+bool IsValidName(const std::wstring& name)
+{
     if (Trim(name).empty()) {
         return false;
     }
@@ -104,7 +111,8 @@ bool IsValidName(const std::wstring& name) {
 }
 
 /// "ROMANS6" -> "romans6.shx"; an empty name stays empty.
-std::wstring FontFile(std::wstring_view name) {
+std::wstring FontFile(std::wstring_view name)
+{
     std::wstring file = FoldCase(Trim(name));
     if (!file.empty() && file.find(L'.') == std::wstring::npos) {
         file += L".shx";
@@ -138,14 +146,16 @@ constexpr std::array<Justification, 13> kJustifications = {{
 }  // namespace
 
 CDrawing::CDrawing(double scale, IPointSource* points, std::ostream* commandLine)
-    : m_scale(scale), m_points(points), m_commandLine(commandLine) {
+    : m_scale(scale), m_points(points), m_commandLine(commandLine)
+{
     m_layers.push_back({L"0", L""});
     CadTextStyle standard;
     standard.name = L"Standard";
     m_styles.push_back(standard);
 }
 
-int CDrawing::FindLayer(const std::wstring& name) const {
+int CDrawing::FindLayer(const std::wstring& name) const
+{
     for (size_t i = 0; i < m_layers.size(); ++i) {
         if (EqualsNoCase(m_layers[i].name, name)) {
             return static_cast<int>(i);
@@ -154,7 +164,8 @@ int CDrawing::FindLayer(const std::wstring& name) const {
     return -1;
 }
 
-int CDrawing::FindStyle(const std::wstring& name) const {
+int CDrawing::FindStyle(const std::wstring& name) const
+{
     for (size_t i = 0; i < m_styles.size(); ++i) {
         if (EqualsNoCase(m_styles[i].name, name)) {
             return static_cast<int>(i);
@@ -163,13 +174,15 @@ int CDrawing::FindStyle(const std::wstring& name) const {
     return -1;
 }
 
-void CDrawing::acutPrintf(const std::wstring& text) {
+void CDrawing::acutPrintf(const std::wstring& text)
+{
     if (m_commandLine) {
         *m_commandLine << ToUtf8(text) << std::flush;
     }
 }
 
-std::optional<CadValue> CDrawing::acedGetVar(const std::wstring& name) {
+std::optional<CadValue> CDrawing::acedGetVar(const std::wstring& name)
+{
     const std::wstring var = FoldCase(name);
     if (var == L"osmode") {
         return CadValue(m_osmode);
@@ -186,7 +199,8 @@ std::optional<CadValue> CDrawing::acedGetVar(const std::wstring& name) {
     return std::nullopt;
 }
 
-bool CDrawing::acedSetVar(const std::wstring& name, const CadValue& value) {
+bool CDrawing::acedSetVar(const std::wstring& name, const CadValue& value)
+{
     const std::wstring var = FoldCase(name);
     if (var == L"osmode") {
         const short* mode = std::get_if<short>(&value);
@@ -219,7 +233,8 @@ bool CDrawing::acedSetVar(const std::wstring& name, const CadValue& value) {
     return false;
 }
 
-bool CDrawing::acedCommand(const CadCommand& command) {
+bool CDrawing::acedCommand(const CadCommand& command)
+{
     if (m_recording) {
         m_commands.push_back(command);
     }
@@ -239,7 +254,8 @@ bool CDrawing::acedCommand(const CadCommand& command) {
     return false;
 }
 
-bool CDrawing::RunLine(const CadCommand& command) {
+bool CDrawing::RunLine(const CadCommand& command)
+{
     if (command.size() < 4 || !IsEnter(command, command.size() - 1)) {
         return false;
     }
@@ -255,7 +271,8 @@ bool CDrawing::RunLine(const CadCommand& command) {
     return true;
 }
 
-bool CDrawing::RunText(const CadCommand& command) {
+bool CDrawing::RunText(const CadCommand& command)
+{
     CadText text;
     text.style = m_currentStyle;
     text.layer = m_currentLayer;
@@ -317,7 +334,8 @@ bool CDrawing::RunText(const CadCommand& command) {
     return true;
 }
 
-bool CDrawing::RunStyle(const CadCommand& command) {
+bool CDrawing::RunStyle(const CadCommand& command)
+{
     const std::wstring* name = TextAt(command, 1);
     const std::wstring* fonts = TextAt(command, 2);
     if (command.size() != 9 || !name || !fonts || !IsValidName(*name)) {
@@ -376,7 +394,8 @@ bool CDrawing::RunStyle(const CadCommand& command) {
     return true;
 }
 
-bool CDrawing::RunLayer(const CadCommand& command) {
+bool CDrawing::RunLayer(const CadCommand& command)
+{
     if (command.size() < 2 || !IsEnter(command, command.size() - 1) || command.size() % 2 != 0) {
         return false;
     }
@@ -401,11 +420,13 @@ bool CDrawing::RunLayer(const CadCommand& command) {
     return true;
 }
 
-std::wstring CDrawing::GetTextStyle() {
+std::wstring CDrawing::GetTextStyle()
+{
     return CurrentStyle().name;
 }
 
-bool CDrawing::SetTextStyle(const std::wstring& name) {
+bool CDrawing::SetTextStyle(const std::wstring& name)
+{
     const int index = FindStyle(name);
     if (index < 0) {
         return false;
@@ -415,7 +436,8 @@ bool CDrawing::SetTextStyle(const std::wstring& name) {
 }
 
 bool CDrawing::SetToCurrentLayer(const wchar_t* layer, const wchar_t* description,
-                                 const wchar_t* /*reserved1*/, const wchar_t* /*reserved2*/) {
+                                 const wchar_t* /*reserved1*/, const wchar_t* /*reserved2*/)
+{
     if (!layer || !IsValidName(layer)) {
         return false;
     }
@@ -428,7 +450,8 @@ bool CDrawing::SetToCurrentLayer(const wchar_t* layer, const wchar_t* descriptio
     return true;
 }
 
-std::optional<CadPoint> CDrawing::acedGetPoint(const std::wstring& prompt) {
+std::optional<CadPoint> CDrawing::acedGetPoint(const std::wstring& prompt)
+{
     return m_points ? m_points->GetPoint(prompt) : std::nullopt;
 }
 

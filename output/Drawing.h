@@ -88,7 +88,7 @@ struct CadText {
 /// sent, in order. Lengths are drawing units; the drawing scale is given at
 /// construction.
 class CDrawing final : public CadHost {
-  public:
+public:
     explicit CDrawing(double scale = 1.0, IPointSource* points = nullptr,
                       std::ostream* commandLine = nullptr);
 
@@ -113,7 +113,8 @@ class CDrawing final : public CadHost {
     const std::vector<CadLine>& Lines() const { return m_lines; }
     const std::vector<CadText>& Texts() const { return m_texts; }
     const CadLayer& CurrentLayer() const { return m_layers[static_cast<size_t>(m_currentLayer)]; }
-    const CadTextStyle& CurrentStyle() const {
+    const CadTextStyle& CurrentStyle() const
+    {
         return m_styles[static_cast<size_t>(m_currentStyle)];
     }
     short Osmode() const { return m_osmode; }
@@ -124,7 +125,7 @@ class CDrawing final : public CadHost {
     int FindLayer(const std::wstring& name) const;
     int FindStyle(const std::wstring& name) const;
 
-  private:
+private:
     bool RunLine(const CadCommand& command);
     bool RunText(const CadCommand& command);
     bool RunStyle(const CadCommand& command);

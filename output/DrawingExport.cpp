@@ -12,7 +12,8 @@ namespace loadcal {
 
 DrawingExportResult ExportDrawing(const CLoadArray& loads, const CTransformerArray& transformers,
                                   const SummaryTotals& totals, const DrawingExportOptions& options,
-                                  IPointSource& points, std::ostream* commandLine) {
+                                  IPointSource& points, std::ostream* commandLine)
+{
     if (!std::isfinite(options.scale) || !(options.scale > 0)) {
         throw OutputError(OutputError::Kind::BadArgument,
                           "cannot write \"" + options.path.string() + "\": the drawing scale " +

@@ -13,18 +13,20 @@ namespace {
 /// one line command whose fixed answers are built once; each primitive only
 /// replaces the points and the text before sending.
 class CTableDrawer {
-  public:
+public:
     CTableDrawer(CadHost& host, double scale)
         : m_host(host),
           m_scale(scale),
           m_text{std::wstring(L"_.TEXT"), std::wstring(L"J"), std::wstring(L"MC"), CadPoint{},
                  kTextHeight * scale,     std::wstring(L"0"), std::wstring()},
-          m_line{std::wstring(L"_.LINE"), CadPoint{}, CadPoint{}, std::wstring()} {}
+          m_line{std::wstring(L"_.LINE"), CadPoint{}, CadPoint{}, std::wstring()}
+    {}
 
     /// Header row: top line, left border, then (load table) the bottom line
     /// before the cells or (transformer table) after them.
     template <size_t N>
-    void HeaderRow(CadPoint o, const std::array<TableColumn, N>& columns, bool bottomLast) {
+    void HeaderRow(CadPoint o, const std::array<TableColumn, N>& columns, bool bottomLast)
+    {
         const double width = kColumnWidth * m_scale * static_cast<double>(N);
         Line(o, Offset(o, width, 0));
         Line(o, Offset(o, 0, -kRowHeight * m_scale));
@@ -44,7 +46,8 @@ class CTableDrawer {
     /// one) and right border, then the bottom line. No top line: the row
     /// above supplies it.
     template <size_t N, class CellText>
-    void BodyRow(CadPoint o, CellText&& cellText) {
+    void BodyRow(CadPoint o, CellText&& cellText)
+    {
         Line(o, Offset(o, 0, -kRowHeight * m_scale));
         for (size_t i = 0; i < N; ++i) {
             if (const std::optional<std::wstring_view> text = cellText(i)) {
@@ -57,31 +60,36 @@ class CTableDrawer {
 
     double RowStep() const { return kRowHeight * m_scale; }
 
-  private:
+private:
     static CadPoint Offset(CadPoint p, double dx, double dy) { return {p.x + dx, p.y + dy, p.z}; }
 
-    CadPoint CellCentre(CadPoint o, size_t column) const {
+    CadPoint CellCentre(CadPoint o, size_t column) const
+    {
         return Offset(o, kColumnWidth * m_scale * static_cast<double>(column) + 15.0 * m_scale,
                       -5.0 * m_scale);
     }
 
-    void RightBorder(CadPoint o, size_t column) {
+    void RightBorder(CadPoint o, size_t column)
+    {
         const CadPoint top = Offset(o, kColumnWidth * m_scale * static_cast<double>(column + 1), 0);
         Line(top, Offset(top, 0, -kRowHeight * m_scale));
     }
 
-    void BottomLine(CadPoint o, double width) {
+    void BottomLine(CadPoint o, double width)
+    {
         const CadPoint left = Offset(o, 0, -kRowHeight * m_scale);
         Line(left, Offset(left, width, 0));
     }
 
-    void Text(CadPoint centre, std::wstring_view text) {
+    void Text(CadPoint centre, std::wstring_view text)
+    {
         m_text[3] = centre;
         std::get<std::wstring>(m_text[6]).assign(text);
         m_host.acedCommand(m_text);
     }
 
-    void Line(CadPoint from, CadPoint to) {
+    void Line(CadPoint from, CadPoint to)
+    {
         m_line[1] = from;
         m_line[2] = to;
         m_host.acedCommand(m_line);
@@ -93,7 +101,8 @@ class CTableDrawer {
     CadCommand m_line;
 };
 
-void RestoreLayerAndStyle(CadHost& host, const std::wstring& layer, const std::wstring& style) {
+void RestoreLayerAndStyle(CadHost& host, const std::wstring& layer, const std::wstring& style)
+{
     host.acedCommand({std::wstring(L"_.LAYER"), std::wstring(L"S"), layer, std::wstring()});
     host.SetTextStyle(style);
 }
@@ -101,7 +110,8 @@ void RestoreLayerAndStyle(CadHost& host, const std::wstring& layer, const std::w
 }  // namespace
 
 bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
-                          const CTransformerArray& transformers, const SummaryTotals& totals) {
+                          const CTransformerArray& transformers, const SummaryTotals& totals)
+{
     std::optional<short> osmode;
     if (const auto value = host.acedGetVar(L"OSMODE")) {
         if (const short* s = std::get_if<short>(&*value)) {

@@ -18,10 +18,11 @@ namespace {
 /// stream is never opened and never used) and overrides the four group
 /// writers, so the text can be placed atomically and write errors are seen.
 class CDxfBuffer final : public DL_WriterA {
-  public:
+public:
     explicit CDxfBuffer(std::string& out) : DL_WriterA("", DL_VERSION_2000), m_out(out) {}
 
-    void dxfReal(int gc, double value) const override {
+    void dxfReal(int gc, double value) const override
+    {
         Code(gc);
         char buffer[400];
         const auto result = std::to_chars(buffer, buffer + sizeof buffer, value == 0 ? 0.0 : value,
@@ -34,7 +35,8 @@ class CDxfBuffer final : public DL_WriterA {
         m_out += '\n';
     }
 
-    void dxfInt(int gc, int value) const override {
+    void dxfInt(int gc, int value) const override
+    {
         Code(gc);
         char buffer[16];
         const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
@@ -42,7 +44,8 @@ class CDxfBuffer final : public DL_WriterA {
         m_out += '\n';
     }
 
-    void dxfHex(int gc, int value) const override {
+    void dxfHex(int gc, int value) const override
+    {
         Code(gc);
         char buffer[16];
         auto result =
@@ -56,21 +59,24 @@ class CDxfBuffer final : public DL_WriterA {
         m_out += '\n';
     }
 
-    void dxfString(int gc, const char* value) const override {
+    void dxfString(int gc, const char* value) const override
+    {
         Code(gc);
         m_out += value;
         m_out += '\n';
     }
 
-    void dxfString(int gc, const std::string& value) const override {
+    void dxfString(int gc, const std::string& value) const override
+    {
         Code(gc);
         m_out += value;
         m_out += '\n';
     }
 
-  private:
+private:
     /// The group code right-aligned in three columns, as DXF writers do.
-    void Code(int gc) const {
+    void Code(int gc) const
+    {
         char buffer[16];
         const auto result = std::to_chars(buffer, buffer + sizeof buffer, gc);
         const auto length = result.ptr - buffer;
@@ -86,7 +92,8 @@ class CDxfBuffer final : public DL_WriterA {
 
 constexpr const char* kLayerDescriptionApp = "AcAecLayerStandard";
 
-void WriteHeader(const CDxfBuffer& dw, const CDrawing& drawing, unsigned long handleSeed) {
+void WriteHeader(const CDxfBuffer& dw, const CDrawing& drawing, unsigned long handleSeed)
+{
     dw.sectionHeader();
     dw.dxfString(9, "$ACADVER");
     dw.dxfString(1, "AC1015");
@@ -107,7 +114,8 @@ void WriteHeader(const CDxfBuffer& dw, const CDrawing& drawing, unsigned long ha
 
 /// dxflib writes empty font codes into an R2000 STYLE record; this one is
 /// written group by group instead.
-void WriteStyle(const CDxfBuffer& dw, const CadTextStyle& style, double lastHeight) {
+void WriteStyle(const CDxfBuffer& dw, const CadTextStyle& style, double lastHeight)
+{
     dw.dxfString(0, "STYLE");
     dw.handle();
     dw.dxfString(100, "AcDbSymbolTableRecord");
@@ -123,7 +131,8 @@ void WriteStyle(const CDxfBuffer& dw, const CadTextStyle& style, double lastHeig
     dw.dxfString(4, DxfText(style.bigFont));
 }
 
-void WriteTables(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing) {
+void WriteTables(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing)
+{
     dw.sectionTables();
     dxf.writeVPort(dw);
 
@@ -166,7 +175,8 @@ void WriteTables(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing) {
     dw.sectionEnd();
 }
 
-void WriteBlocks(DL_Dxf& dxf, CDxfBuffer& dw) {
+void WriteBlocks(DL_Dxf& dxf, CDxfBuffer& dw)
+{
     dw.sectionBlocks();
     for (const char* name : {"*Model_Space", "*Paper_Space", "*Paper_Space0"}) {
         dxf.writeBlock(dw, DL_BlockData(name, 0, 0.0, 0.0, 0.0));
@@ -175,7 +185,8 @@ void WriteBlocks(DL_Dxf& dxf, CDxfBuffer& dw) {
     dw.sectionEnd();
 }
 
-void WriteEntities(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing) {
+void WriteEntities(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing)
+{
     std::vector<DL_Attributes> layers;
     for (const CadLayer& layer : drawing.Layers()) {
         layers.emplace_back(DxfText(layer.name), 256, -1, -1, "BYLAYER");
@@ -208,7 +219,8 @@ void WriteEntities(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing) {
 
 }  // namespace
 
-std::string DxfText(std::wstring_view text) {
+std::string DxfText(std::wstring_view text)
+{
     static constexpr char kHex[] = "0123456789ABCDEF";
     std::string out;
     out.reserve(text.size());
@@ -232,7 +244,8 @@ std::string DxfText(std::wstring_view text) {
     return out;
 }
 
-std::string DrawingToDxf(const CDrawing& drawing) {
+std::string DrawingToDxf(const CDrawing& drawing)
+{
     std::string body;
     body.reserve(224 * (drawing.Lines().size() + drawing.Texts().size()) + 16384);
     DL_Dxf dxf;
@@ -252,7 +265,8 @@ std::string DrawingToDxf(const CDrawing& drawing) {
     return file;
 }
 
-void SaveDrawing(const CDrawing& drawing, const std::filesystem::path& path, bool replace) {
+void SaveDrawing(const CDrawing& drawing, const std::filesystem::path& path, bool replace)
+{
     WriteOutputFile(path, DrawingToDxf(drawing), replace);
 }
 

@@ -15,20 +15,22 @@ namespace {
 /// Selects one cell by its "A1"-style address: the column letter made with
 /// "%c" from 65 + column, then the row number.
 class CCellAddress {
-  public:
-    std::string_view operator()(size_t column, int row) {
+public:
+    std::string_view operator()(size_t column, int row)
+    {
         const int n =
             std::snprintf(m_text, sizeof m_text, "%c%d", static_cast<int>(65 + column), row);
         return {m_text, static_cast<size_t>(n)};
     }
 
-  private:
+private:
     char m_text[24];
 };
 
 enum class Order { VerticalFirst, HorizontalFirst };
 
-void Centre(CSpreadsheetAutomation& a, Order order) {
+void Centre(CSpreadsheetAutomation& a, Order order)
+{
     if (order == Order::VerticalFirst) {
         a.SetVerticalAlignment(kAlignCenter);
         a.SetHorizontalAlignment(kAlignCenter);
@@ -39,7 +41,8 @@ void Centre(CSpreadsheetAutomation& a, Order order) {
 }
 
 void WriteCell(CSpreadsheetAutomation& a, CCellAddress& address, size_t column, int row,
-               Order order, std::optional<std::wstring_view> value) {
+               Order order, std::optional<std::wstring_view> value)
+{
     const std::string_view cell = address(column, row);
     a.GetRange(cell, cell);
     Centre(a, order);
@@ -50,7 +53,8 @@ void WriteCell(CSpreadsheetAutomation& a, CCellAddress& address, size_t column, 
 
 template <size_t N>
 void WriteHeaders(CSpreadsheetAutomation& a, CCellAddress& address,
-                  const std::array<TableColumn, N>& columns, int row) {
+                  const std::array<TableColumn, N>& columns, int row)
+{
     for (size_t i = 0; i < N; ++i) {
         WriteCell(a, address, i, row, Order::VerticalFirst, columns[i].title);
     }
@@ -58,14 +62,16 @@ void WriteHeaders(CSpreadsheetAutomation& a, CCellAddress& address,
 
 template <size_t N, class Record>
 void WriteRecord(CSpreadsheetAutomation& a, CCellAddress& address,
-                 const std::array<TableColumn, N>& columns, const Record& record, int row) {
+                 const std::array<TableColumn, N>& columns, const Record& record, int row)
+{
     for (size_t i = 0; i < N; ++i) {
         WriteCell(a, address, i, row, Order::HorizontalFirst,
                   std::wstring_view(record.FieldAt(columns[i].field)));
     }
 }
 
-std::wstring Format(const char* format, unsigned long code, const std::string& text = {}) {
+std::wstring Format(const char* format, unsigned long code, const std::string& text = {})
+{
     char buffer[64];
     std::snprintf(buffer, sizeof buffer, format, code);
     return FromUtf8(buffer) + FromUtf8(text);
@@ -74,7 +80,8 @@ std::wstring Format(const char* format, unsigned long code, const std::string& t
 }  // namespace
 
 void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
-                  const CTransformerArray& transformers, const SummaryTotals& totals) {
+                  const CTransformerArray& transformers, const SummaryTotals& totals)
+{
     a.SetVisible(true);
     a.GetWorkbooks();
     a.WorkbooksAdd();
@@ -100,7 +107,8 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
 
 int ExportToExcel(CSpreadsheetAutomation& automation, IMessageSink& messages,
                   const CLoadArray& loads, const CTransformerArray& transformers,
-                  const SummaryTotals& totals) {
+                  const SummaryTotals& totals)
+{
     if (!automation.CreateDispatch(kSpreadsheetProgId)) {
         messages.ShowMessage(std::wstring(kNoSpreadsheetMessage));
         return 0;
@@ -134,7 +142,8 @@ int ExportToExcel(CSpreadsheetAutomation& automation, IMessageSink& messages,
 
 int ExportWorkbook(const CLoadArray& loads, const CTransformerArray& transformers,
                    const SummaryTotals& totals, const WorkbookExportOptions& options,
-                   IMessageSink& messages, IFileOpener& opener) {
+                   IMessageSink& messages, IFileOpener& opener)
+{
     CXlsxWorkbook workbook(options.path, options.replace);
     const int result = ExportToExcel(workbook, messages, loads, transformers, totals);
     if (result != 1 || !workbook.Written() || !options.open || !workbook.Visible()) {
@@ -148,8 +157,8 @@ int ExportWorkbook(const CLoadArray& loads, const CTransformerArray& transformer
 }
 
 void WriteWorkbook(const std::filesystem::path& path, const CLoadArray& loads,
-                   const CTransformerArray& transformers, const SummaryTotals& totals,
-                   bool replace) {
+                   const CTransformerArray& transformers, const SummaryTotals& totals, bool replace)
+{
     CXlsxWorkbook workbook(path, replace);
     workbook.CreateDispatch(kSpreadsheetProgId);
     FillWorkbook(workbook, loads, transformers, totals);

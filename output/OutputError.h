@@ -12,7 +12,7 @@ namespace loadcal {
 /// and description carry the library's error number and text where it gave
 /// them.
 class OutputError : public std::runtime_error {
-  public:
+public:
     enum class Kind {
         FileExists,   ///< the target exists and replacing it was not allowed
         Write,        ///< the file could not be written or moved into place
@@ -25,13 +25,14 @@ class OutputError : public std::runtime_error {
         : std::runtime_error(message),
           m_kind(kind),
           m_code(code),
-          m_description(std::move(description)) {}
+          m_description(std::move(description))
+    {}
 
     Kind GetKind() const { return m_kind; }
     long Code() const { return m_code; }
     const std::string& Description() const { return m_description; }
 
-  private:
+private:
     Kind m_kind;
     long m_code;
     std::string m_description;

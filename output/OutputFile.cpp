@@ -13,19 +13,23 @@
 namespace loadcal {
 namespace {
 
-std::string Quoted(const std::filesystem::path& p) {
+std::string Quoted(const std::filesystem::path& p)
+{
     return "\"" + p.string() + "\"";
 }
 
-[[noreturn]] void ThrowWrite(const std::filesystem::path& target, const std::string& cause) {
+[[noreturn]] void ThrowWrite(const std::filesystem::path& target, const std::string& cause)
+{
     throw OutputError(OutputError::Kind::Write, "cannot write " + Quoted(target) + ": " + cause);
 }
 
-[[noreturn]] void ThrowExists(const std::filesystem::path& target) {
+[[noreturn]] void ThrowExists(const std::filesystem::path& target)
+{
     throw OutputError(OutputError::Kind::FileExists, Quoted(target) + " already exists");
 }
 
-void SyncFolder(const std::filesystem::path& target) {
+void SyncFolder(const std::filesystem::path& target)
+{
     const auto folder =
         target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
     const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -37,7 +41,8 @@ void SyncFolder(const std::filesystem::path& target) {
 
 /// Moves temp to target unless target exists. renameat2 decides atomically;
 /// on file systems without it, a hard link does the same (link never replaces).
-void MoveWithoutReplacing(const std::filesystem::path& temp, const std::filesystem::path& target) {
+void MoveWithoutReplacing(const std::filesystem::path& temp, const std::filesystem::path& target)
+{
     if (::renameat2(AT_FDCWD, temp.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE) == 0) {
         SyncFolder(target);
         return;
@@ -59,7 +64,8 @@ void MoveWithoutReplacing(const std::filesystem::path& temp, const std::filesyst
 
 }  // namespace
 
-void RequireTarget(const std::filesystem::path& target, bool replace) {
+void RequireTarget(const std::filesystem::path& target, bool replace)
+{
     std::error_code ec;
     if (!replace && std::filesystem::symlink_status(target, ec).type() !=
                         std::filesystem::file_type::not_found) {
@@ -69,7 +75,8 @@ void RequireTarget(const std::filesystem::path& target, bool replace) {
     }
 }
 
-void CommitOutputFile(CAtomicFile& file, bool replace) {
+void CommitOutputFile(CAtomicFile& file, bool replace)
+{
     std::error_code ec;
     if (!std::filesystem::is_regular_file(file.TempPath(), ec)) {
         ThrowWrite(file.Target(), "nothing was written");
@@ -94,7 +101,8 @@ void CommitOutputFile(CAtomicFile& file, bool replace) {
     MoveWithoutReplacing(file.TempPath(), file.Target());
 }
 
-void WriteOutputFile(const std::filesystem::path& target, std::string_view bytes, bool replace) {
+void WriteOutputFile(const std::filesystem::path& target, std::string_view bytes, bool replace)
+{
     RequireTarget(target, replace);
     CAtomicFile file(target);
     const int fd = ::open(file.TempPath().c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);

@@ -10,11 +10,13 @@
 namespace loadcal {
 namespace {
 
-bool IsBlank(char c) {
+bool IsBlank(char c)
+{
     return c == ' ' || c == '\t' || c == '\r';
 }
 
-std::optional<double> ParseCoordinate(std::string_view text) {
+std::optional<double> ParseCoordinate(std::string_view text)
+{
     while (!text.empty() && IsBlank(text.front())) {
         text.remove_prefix(1);
     }
@@ -37,7 +39,8 @@ std::optional<double> ParseCoordinate(std::string_view text) {
 
 }  // namespace
 
-std::optional<CadPoint> ParsePoint(std::string_view text) {
+std::optional<CadPoint> ParsePoint(std::string_view text)
+{
     double values[3] = {0, 0, 0};
     int count = 0;
     for (;;) {
@@ -61,7 +64,8 @@ std::optional<CadPoint> ParsePoint(std::string_view text) {
     return CadPoint{values[0], values[1], values[2]};
 }
 
-std::optional<CadPoint> CTerminalPointSource::GetPoint(const std::wstring& prompt) {
+std::optional<CadPoint> CTerminalPointSource::GetPoint(const std::wstring& prompt)
+{
     for (;;) {
         m_out << ToUtf8(prompt) << std::flush;
         std::string line;

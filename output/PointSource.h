@@ -23,11 +23,11 @@ inline constexpr std::wstring_view kInvalidPointMessage = L"\n需要点或选项
 /// kInvalidPointMessage and the prompt again (every line is consumed, so the
 /// end of input always ends the question). Borrows both streams.
 class CTerminalPointSource final : public IPointSource {
-  public:
+public:
     CTerminalPointSource(std::istream& in, std::ostream& out) : m_in(in), m_out(out) {}
     std::optional<CadPoint> GetPoint(const std::wstring& prompt) override;
 
-  private:
+private:
     std::istream& m_in;
     std::ostream& m_out;
 };
@@ -35,11 +35,11 @@ class CTerminalPointSource final : public IPointSource {
 /// A base point given beforehand (a command-line option): every request gets
 /// it, without a prompt. Constructed with nothing it declines every request.
 class CFixedPointSource final : public IPointSource {
-  public:
+public:
     explicit CFixedPointSource(std::optional<CadPoint> point) : m_point(point) {}
     std::optional<CadPoint> GetPoint(const std::wstring&) override { return m_point; }
 
-  private:
+private:
     std::optional<CadPoint> m_point;
 };
 

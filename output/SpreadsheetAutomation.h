@@ -22,7 +22,7 @@ inline constexpr std::wstring_view kSpreadsheetProgId = L"excel.application";
 /// could not be created (a status code only), Write when the finished
 /// workbook could not be written.
 class CSpreadsheetAutomation {
-  public:
+public:
     virtual ~CSpreadsheetAutomation() = default;
 
     /// Creates the application object for progId; false when no application

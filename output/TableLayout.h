@@ -21,7 +21,8 @@ inline constexpr std::wstring_view kTotalLabel = L"总计";
 /// Every other column holds no text at all (not even an empty one). The views
 /// point into totals, which must outlive the result.
 inline std::array<std::optional<std::wstring_view>, kLoadColumns.size()> TotalRowCells(
-    const SummaryTotals& totals) {
+    const SummaryTotals& totals)
+{
     std::array<std::optional<std::wstring_view>, kLoadColumns.size()> cells{};
     cells[1] = kTotalLabel;
     cells[4] = totals.installed;

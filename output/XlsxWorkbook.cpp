@@ -14,7 +14,8 @@ namespace {
 /// The longest cell text the library accepts, in characters.
 constexpr size_t kMaxCellText = 32767;
 
-size_t CountCharacters(const std::string& utf8) {
+size_t CountCharacters(const std::string& utf8)
+{
     size_t count = 0;
     for (const char c : utf8) {
         count += (static_cast<unsigned char>(c) & 0xC0) != 0x80 ? 1 : 0;
@@ -23,7 +24,8 @@ size_t CountCharacters(const std::string& utf8) {
 }
 
 /// Excel's alignment constants as the library's; -1 for a constant it does not take.
-int HorizontalAlignment(short alignment) {
+int HorizontalAlignment(short alignment)
+{
     switch (alignment) {
         case kAlignCenter:
             return LXW_ALIGN_CENTER;
@@ -38,7 +40,8 @@ int HorizontalAlignment(short alignment) {
     }
 }
 
-int VerticalAlignment(short alignment) {
+int VerticalAlignment(short alignment)
+{
     switch (alignment) {
         case kAlignCenter:
             return LXW_ALIGN_VERTICAL_CENTER;
@@ -52,7 +55,8 @@ int VerticalAlignment(short alignment) {
 }
 
 /// "B12" -> row 11, column 1 (both from 0); false when malformed or beyond the sheet.
-bool ParseCell(std::string_view address, unsigned& row, unsigned short& column, bool& inSheet) {
+bool ParseCell(std::string_view address, unsigned& row, unsigned short& column, bool& inSheet)
+{
     size_t i = 0;
     unsigned long col = 0;
     while (i < address.size() && address[i] >= 'A' && address[i] <= 'Z' && i < 4) {
@@ -74,32 +78,38 @@ bool ParseCell(std::string_view address, unsigned& row, unsigned short& column, 
     return true;
 }
 
-std::string Quoted(const std::filesystem::path& p) {
+std::string Quoted(const std::filesystem::path& p)
+{
     return "\"" + p.string() + "\"";
 }
 
 }  // namespace
 
 CXlsxWorkbook::CXlsxWorkbook(std::filesystem::path target, bool replace)
-    : m_target(std::move(target)), m_replace(replace) {}
+    : m_target(std::move(target)), m_replace(replace)
+{}
 
-CXlsxWorkbook::~CXlsxWorkbook() {
+CXlsxWorkbook::~CXlsxWorkbook()
+{
     if (m_workbook) {
         lxw_workbook_free(m_workbook);
     }
 }
 
-void CXlsxWorkbook::Fail(int error, const std::string& what) const {
+void CXlsxWorkbook::Fail(int error, const std::string& what) const
+{
     const std::string text = lxw_strerror(static_cast<lxw_error>(error));
     throw OutputError(OutputError::Kind::CallFailed,
                       "cannot write " + Quoted(m_target) + ": " + what + ": " + text, error, text);
 }
 
-bool CXlsxWorkbook::CreateDispatch(std::wstring_view /*progId*/) {
+bool CXlsxWorkbook::CreateDispatch(std::wstring_view /*progId*/)
+{
     return true;
 }
 
-void CXlsxWorkbook::WorkbooksAdd() {
+void CXlsxWorkbook::WorkbooksAdd()
+{
     if (m_workbook || m_written) {
         throw OutputError(OutputError::Kind::BadArgument,
                           "cannot write " + Quoted(m_target) + ": only one workbook per file");
@@ -118,7 +128,8 @@ void CXlsxWorkbook::WorkbooksAdd() {
     }
 }
 
-void CXlsxWorkbook::WorksheetsGetItem(short index) {
+void CXlsxWorkbook::WorksheetsGetItem(short index)
+{
     if (!m_workbook) {
         throw OutputError(OutputError::Kind::BadArgument,
                           "cannot write " + Quoted(m_target) + ": no workbook was added");
@@ -138,21 +149,24 @@ void CXlsxWorkbook::WorksheetsGetItem(short index) {
     }
 }
 
-void CXlsxWorkbook::RequireSheet() const {
+void CXlsxWorkbook::RequireSheet() const
+{
     if (!m_worksheet) {
         throw OutputError(OutputError::Kind::BadArgument,
                           "cannot write " + Quoted(m_target) + ": no worksheet was selected");
     }
 }
 
-void CXlsxWorkbook::RequireCell() const {
+void CXlsxWorkbook::RequireCell() const
+{
     if (!m_cell.active) {
         throw OutputError(OutputError::Kind::BadArgument,
                           "cannot write " + Quoted(m_target) + ": no cell was selected");
     }
 }
 
-void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2) {
+void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2)
+{
     RequireSheet();
     FlushCell();
     unsigned row = 0;
@@ -180,7 +194,8 @@ void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2) {
     m_cell.value.clear();
 }
 
-void CXlsxWorkbook::SetValue(std::wstring_view value) {
+void CXlsxWorkbook::SetValue(std::wstring_view value)
+{
     RequireCell();
     m_cell.value = ToUtf8(value);
     if (CountCharacters(m_cell.value) > kMaxCellText) {
@@ -192,7 +207,8 @@ void CXlsxWorkbook::SetValue(std::wstring_view value) {
     WriteCell();
 }
 
-void CXlsxWorkbook::SetHorizontalAlignment(short alignment) {
+void CXlsxWorkbook::SetHorizontalAlignment(short alignment)
+{
     RequireCell();
     const int align = HorizontalAlignment(alignment);
     if (align < 0) {
@@ -202,7 +218,8 @@ void CXlsxWorkbook::SetHorizontalAlignment(short alignment) {
     m_cell.dirty = true;
 }
 
-void CXlsxWorkbook::SetVerticalAlignment(short alignment) {
+void CXlsxWorkbook::SetVerticalAlignment(short alignment)
+{
     RequireCell();
     const int align = VerticalAlignment(alignment);
     if (align < 0) {
@@ -212,7 +229,8 @@ void CXlsxWorkbook::SetVerticalAlignment(short alignment) {
     m_cell.dirty = true;
 }
 
-lxw_format* CXlsxWorkbook::Format(unsigned char horizontal, unsigned char vertical) {
+lxw_format* CXlsxWorkbook::Format(unsigned char horizontal, unsigned char vertical)
+{
     if (horizontal == 0 && vertical == 0) {
         return nullptr;
     }
@@ -238,7 +256,8 @@ lxw_format* CXlsxWorkbook::Format(unsigned char horizontal, unsigned char vertic
     return format;
 }
 
-void CXlsxWorkbook::WriteCell() {
+void CXlsxWorkbook::WriteCell()
+{
     lxw_format* format = Format(m_cell.horizontal, m_cell.vertical);
     lxw_error error = LXW_NO_ERROR;
     if (m_cell.hasValue && !m_cell.value.empty()) {
@@ -263,14 +282,16 @@ void CXlsxWorkbook::WriteCell() {
     m_anyCell = true;
 }
 
-void CXlsxWorkbook::FlushCell() {
+void CXlsxWorkbook::FlushCell()
+{
     if (m_cell.active && m_cell.dirty) {
         WriteCell();
     }
     m_cell.active = false;
 }
 
-void CXlsxWorkbook::Release() {
+void CXlsxWorkbook::Release()
+{
     if (!m_workbook) {
         return;
     }

@@ -40,7 +40,7 @@ namespace loadcal {
 /// application to start before the file exists. SetVisible is remembered for
 /// the caller (Visible()); showing the file is the caller's business.
 class CXlsxWorkbook final : public CSpreadsheetAutomation {
-  public:
+public:
     /// replace: whether Release may replace an existing target.
     explicit CXlsxWorkbook(std::filesystem::path target, bool replace = true);
     ~CXlsxWorkbook() override;
@@ -64,7 +64,7 @@ class CXlsxWorkbook final : public CSpreadsheetAutomation {
     bool Written() const { return m_written; }
     const std::filesystem::path& Target() const { return m_target; }
 
-  private:
+private:
     /// The cell last obtained by GetRange: its alignments and value are
     /// written when they are all known, at the next GetRange or at Release.
     struct Cell {

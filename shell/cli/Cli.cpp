@@ -82,7 +82,8 @@ std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
 
 void AddConvert(CLI::App& app, CliRun& run)
 {
-    auto* cmd = app.add_subcommand("convert", "Convert a document between a .LDC archive and .json");
+    auto* cmd =
+        app.add_subcommand("convert", "Convert a document between a .LDC archive and .json");
     cmd->add_option("IN", run.input, "document to read (.LDC or .json)")->required();
     cmd->add_option("OUT", run.output, "document to write (.LDC or .json)")->required();
     cmd->callback([&run] {
@@ -204,7 +205,8 @@ void AddExport(CLI::App& app, CliRun& run)
 void AddDemo(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
-        "demo", "Recalculate and balance the bundled example, print it, write its workbook and drawing");
+        "demo",
+        "Recalculate and balance the bundled example, print it, write its workbook and drawing");
     cmd->add_flag("--json", run.json, "print the document as JSON instead of tables");
     cmd->add_option("--out-dir", run.outDir, "folder for the workbook and the drawing")
         ->capture_default_str();
@@ -233,7 +235,8 @@ void AddDemo(CLI::App& app, CliRun& run)
             ExportDrawing(loads, transformers, totals, {dir / "office-building.dxf", 1.0, true},
                           origin);
             if (!run.json) {
-                run.out << "\n" << (dir / "office-building.xlsx").string() << "\n"
+                run.out << "\n"
+                        << (dir / "office-building.xlsx").string() << "\n"
                         << (dir / "office-building.dxf").string() << "\n";
             }
         };
@@ -263,14 +266,16 @@ int RunHostCommand(const std::vector<std::string>& args, std::istream& in, std::
         name = rest.front();
         rest.erase(rest.begin());
     }
-    CLI::App app{"loadcal [COMMAND] [options]: run a command of the load-calculation module "
-                 "(FHJS opens the calculation window)",
-                 "loadcal"};
+    CLI::App app{
+        "loadcal [COMMAND] [options]: run a command of the load-calculation module "
+        "(FHJS opens the calculation window)",
+        "loadcal"};
     std::string drawing, workbook, base;
     double scale = 1.0;
     bool noOpen = false;
     app.add_option("--drawing", drawing, "drawing file for the output \"绘制到Acad\" (else asked)");
-    app.add_option("--xlsx", workbook, "workbook file for the output \"输出到Excell\" (else asked)");
+    app.add_option("--xlsx", workbook,
+                   "workbook file for the output \"输出到Excell\" (else asked)");
     app.add_option("--base", base, "base point X,Y[,Z] of the drawn tables (else asked)");
     app.add_option("--scale", scale, "drawing scale factor")->check(kPositiveScale);
     app.add_flag("--no-open", noOpen, "do not open the workbook in the desktop's application");
@@ -339,7 +344,8 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
         out << app.help("", CLI::AppFormatMode::All);
         return kExitOk;
     } catch (const CLI::ParseError& e) {
-        err << "loadcal: " << e.what() << "\n" << "Run 'loadcal --help' for usage.\n";
+        err << "loadcal: " << e.what() << "\n"
+            << "Run 'loadcal --help' for usage.\n";
         return kExitUsage;
     }
     try {

@@ -68,10 +68,10 @@ void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerA
     out << '\n';
     PrintTable(out, "变压器", kTransformerColumns, transformers);
     out << '\n'
-        << "总计: 额定容量 " << ToUtf8(totals.installed) << " kW, 计算有功 " << ToUtf8(totals.active)
-        << " kW, 计算无功 " << ToUtf8(totals.reactive) << " kVar, 视在功率 "
-        << ToUtf8(totals.apparent) << " kVA, 功率因数 " << ToUtf8(totals.powerFactor)
-        << ", 计算电流 " << ToUtf8(totals.current) << " A\n";
+        << "总计: 额定容量 " << ToUtf8(totals.installed) << " kW, 计算有功 "
+        << ToUtf8(totals.active) << " kW, 计算无功 " << ToUtf8(totals.reactive)
+        << " kVar, 视在功率 " << ToUtf8(totals.apparent) << " kVA, 功率因数 "
+        << ToUtf8(totals.powerFactor) << ", 计算电流 " << ToUtf8(totals.current) << " A\n";
 }
 
 }  // namespace loadcal

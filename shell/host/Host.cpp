@@ -69,9 +69,15 @@ CHost::CHost(std::istream& in, std::ostream& out, std::ostream& err)
     g_current = this;
 }
 
-CHost::~CHost() { g_current = m_previous; }
+CHost::~CHost()
+{
+    g_current = m_previous;
+}
 
-CHost* CHost::Current() { return g_current; }
+CHost* CHost::Current()
+{
+    return g_current;
+}
 
 void CHost::Fail(int status, const std::string& message)
 {

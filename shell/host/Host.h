@@ -59,7 +59,8 @@ private:
 /// The host program: its system registry (the dynamic linker under
 /// "DynamicLinker", the command stack under "ACAD_REGISTERED_COMMANDS"), the
 /// command line it prints to and reads from, its error stream and exit
-/// status, and the applications it unlocked. One host exists per process; it owns the registered objects.
+/// status, and the applications it unlocked. One host exists per process; it owns the registered
+/// objects.
 class CHost {
 public:
     CHost(std::istream& in, std::ostream& out, std::ostream& err);

@@ -45,8 +45,8 @@ void DrawIntoDrawing(const CLoadCalDiaog& dialog, const SummaryTotals& totals, C
     CFixedPointSource given(opt.base);
     IPointSource& points = opt.base ? static_cast<IPointSource&>(given) : terminal;
     try {
-        ExportDrawing(dialog.GetLoads(), dialog.GetTransformers(), totals,
-                      {*file, opt.scale, true}, points, &host.Out());
+        ExportDrawing(dialog.GetLoads(), dialog.GetTransformers(), totals, {*file, opt.scale, true},
+                      points, &host.Out());
     } catch (const OutputError& e) {
         messages.ShowMessage(FromUtf8(e.what()));
         host.Fail(2, e.what());
@@ -61,7 +61,8 @@ void ExportIntoWorkbook(const CLoadCalDiaog& dialog, const SummaryTotals& totals
     const FhjsOptions& opt = Options();
     std::optional<std::filesystem::path> file = opt.workbook;
     if (!file) {
-        file = ChooseOutputFile(OutputFileKind::Workbook, dialog.GetFilePath(), nullptr, opt.runner);
+        file =
+            ChooseOutputFile(OutputFileKind::Workbook, dialog.GetFilePath(), nullptr, opt.runner);
         if (!file) {
             return;
         }
@@ -75,9 +76,15 @@ void ExportIntoWorkbook(const CLoadCalDiaog& dialog, const SummaryTotals& totals
 
 }  // namespace
 
-void SetFhjsOptions(FhjsOptions options) { Options() = std::move(options); }
+void SetFhjsOptions(FhjsOptions options)
+{
+    Options() = std::move(options);
+}
 
-const FhjsOptions& GetFhjsOptions() { return Options(); }
+const FhjsOptions& GetFhjsOptions()
+{
+    return Options();
+}
 
 void FhjsCommand()
 {

@@ -20,8 +20,9 @@ struct FhjsOptions {
     std::optional<CadPoint> base;                   ///< --base X,Y[,Z] (else asked on the terminal)
     double scale = 1.0;                             ///< --scale S
     bool openWorkbook = true;                       ///< hand the workbook to the desktop
-    std::optional<std::wstring> settingsPath;       ///< recent-files settings (default: beside the program)
-    IModalRunner* runner = nullptr;                 ///< modal boxes' answerer (null: the user)
+    std::optional<std::wstring>
+        settingsPath;                ///< recent-files settings (default: beside the program)
+    IModalRunner* runner = nullptr;  ///< modal boxes' answerer (null: the user)
 };
 
 /// Options for the next runs of FHJS in this process.

@@ -31,14 +31,16 @@ int acrxEntryPoint(int msg, void* appPacket)
             // There is no extension-module state to start on this platform:
             // the module's texts and resources are compiled into it.
             acrxUnlockApplication(appPacket);
-            if (auto* linker = dynamic_cast<CDynamicLinker*>(acrxSysRegistryLookup("DynamicLinker"))) {
+            if (auto* linker =
+                    dynamic_cast<CDynamicLinker*>(acrxSysRegistryLookup("DynamicLinker"))) {
                 linker->RegisterAppMDIAware(appPacket);
             }
             QxDefineCommand(kLoadCalGroup, g_loadCalCommands, 2, 0);
             break;
         }
         case kUnloadAppMsg:
-            if (auto* stack = dynamic_cast<CCommandStack*>(acrxSysRegistryLookup("ACAD_REGISTERED_COMMANDS"))) {
+            if (auto* stack = dynamic_cast<CCommandStack*>(
+                    acrxSysRegistryLookup("ACAD_REGISTERED_COMMANDS"))) {
                 stack->RemoveGroup(kLoadCalGroup);
             }
             break;

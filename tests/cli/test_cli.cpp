@@ -32,7 +32,8 @@ protected:
     }
     void TearDown() override { fs::remove_all(dir); }
 
-    testsupport::ProcessResult Run(const std::vector<std::string>& args, const std::string& input = {},
+    testsupport::ProcessResult Run(const std::vector<std::string>& args,
+                                   const std::string& input = {},
                                    const std::vector<std::string>& env = {})
     {
         return testsupport::RunProcess(LOADCAL_EXE, args, input, dir.string(), env);
@@ -168,9 +169,12 @@ TEST_F(Cli, InputErrorsNameTheFileAndTheProblem)
 TEST_F(Cli, UsageErrorsExitWithOne)
 {
     Write(Path("in.json"), OneCircuitJson());
-    for (const std::vector<std::string>& args :
-         {std::vector<std::string>{"frobnicate"}, {"convert", "in.json"}, {"calc"},
-          {"convert", "in.json", "out.txt"}, {"calc", "in.csv"}, {"calc", "in.json", "--bogus"}}) {
+    for (const std::vector<std::string>& args : {std::vector<std::string>{"frobnicate"},
+                                                 {"convert", "in.json"},
+                                                 {"calc"},
+                                                 {"convert", "in.json", "out.txt"},
+                                                 {"calc", "in.csv"},
+                                                 {"calc", "in.json", "--bogus"}}) {
         const auto r = Run(args);
         EXPECT_EQ(r.status, 1) << (args.empty() ? "" : args[0]);
         EXPECT_FALSE(r.err.empty());
@@ -203,7 +207,8 @@ TEST_F(Cli, AFailedWriteLeavesNoPartialFileAndTheOldOneIntact)
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("nowhere/out.LDC"), std::string::npos) << r.err;
 
-    EXPECT_EQ(Listing(), (std::vector<std::string>{"bad.json", "in.json", "old.json", "taken.json"}));
+    EXPECT_EQ(Listing(),
+              (std::vector<std::string>{"bad.json", "in.json", "old.json", "taken.json"}));
 }
 
 TEST_F(Cli, DemoRecalculatesTheBundledExample)

@@ -84,7 +84,10 @@ std::wstring TempFolder::File(const std::wstring& name) const
     return FromFsPath(m_path) + L"/" + name;
 }
 
-DialogFixture::DialogFixture() { Open(); }
+DialogFixture::DialogFixture()
+{
+    Open();
+}
 
 void DialogFixture::Open()
 {

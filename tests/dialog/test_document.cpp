@@ -22,7 +22,10 @@ std::wstring TitleOf(const std::wstring& path)
     return L"需要系数法负荷计算『" + path + L"』";
 }
 
-bool Exists(const std::wstring& path) { return std::filesystem::exists(ToFsPath(path)); }
+bool Exists(const std::wstring& path)
+{
+    return std::filesystem::exists(ToFsPath(path));
+}
 
 /// A saved archive with two circuits under T1 and one transformer.
 std::wstring MakeArchive(DialogFixture& f, const std::wstring& name)

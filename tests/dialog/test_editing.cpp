@@ -83,8 +83,7 @@ TEST(LoadEditing, PhaseComboSetsTheVoltage)
     const CGridCell* cell = f.Load().GetCell(1, 4);
     ASSERT_EQ(cell->kind, CellKind::Combo);
     EXPECT_EQ(cell->comboStyle, CBS_DROPDOWNLIST);
-    EXPECT_EQ(cell->options,
-              (std::vector<std::wstring>{L"L1,N", L"L2,N", L"L3,N", L"L1,L2,L3,N"}));
+    EXPECT_EQ(cell->options, (std::vector<std::wstring>{L"L1,N", L"L2,N", L"L3,N", L"L1,L2,L3,N"}));
 
     f.Type(GridId::Load, 1, 4, L"L2,N");
     EXPECT_EQ(f.Load().GetItemText(1, 6), L"0.22");

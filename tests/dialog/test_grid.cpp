@@ -53,10 +53,10 @@ TEST(Grid, RowInsertAndRemoveAreAnnouncedBeforeAndAfter)
     g.SetRowCount(6);
     g.DeleteRow(2);
     g.SetRowCount(2);
-    EXPECT_EQ(l.events, (std::vector<std::string>{"aboutToInsert 1-1", "inserted 1-1",
-                                                  "aboutToInsert 4-5", "inserted 4-5",
-                                                  "aboutToRemove 2-2", "removed 2-2",
-                                                  "aboutToRemove 2-4", "removed 2-4"}));
+    EXPECT_EQ(l.events,
+              (std::vector<std::string>{"aboutToInsert 1-1", "inserted 1-1", "aboutToInsert 4-5",
+                                        "inserted 4-5", "aboutToRemove 2-2", "removed 2-2",
+                                        "aboutToRemove 2-4", "removed 2-4"}));
     EXPECT_EQ(g.GetItemText(1, 0), L"h");
 }
 

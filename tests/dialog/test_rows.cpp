@@ -112,7 +112,7 @@ TEST(LoadRows, CopyPastedOnTheEntryRowAppendsEveryTime)
     EXPECT_EQ(f.RecordNames(), L"ABCDEBB");
     EXPECT_EQ(f.GridNames(), L"ABCDEBB");
     EXPECT_EQ(f.Load().GetItemText(8, 4), L"L1,L2,L3,N");  // the entry row moved down
-    EXPECT_EQ(f.Load().GetItemText(6, 9), L"10");           // copied results, not recalculated
+    EXPECT_EQ(f.Load().GetItemText(6, 9), L"10");          // copied results, not recalculated
     const int total = f.Load().GetRowCount() - 1;
     EXPECT_EQ(f.Load().GetItemText(total, 5), L"30");
 }

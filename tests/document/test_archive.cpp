@@ -16,14 +16,13 @@ using namespace loadcal;
 namespace {
 
 // The keys as the archives in use spell them, written out here on purpose.
-const wchar_t* const kLoadKeys[] = {L"回路编号", L"设备编号", L"设备名称", L"相位",
-                                    L"额定容量", L"需要系数", L"功率因数", L"计算有功",
-                                    L"计算无功", L"视在功率", L"计算电流", L"工作电压",
-                                    L"归属变压器"};
+const wchar_t* const kLoadKeys[] = {
+    L"回路编号", L"设备编号", L"设备名称", L"相位",     L"额定容量", L"需要系数",  L"功率因数",
+    L"计算有功", L"计算无功", L"视在功率", L"计算电流", L"工作电压", L"归属变压器"};
 const wchar_t* const kTransformerKeys[] = {
-    L"变压器名称", L"额定容量",     L"实际负载率",     L"负荷率",         L"同时系数Kp",
-    L"同时系数Kq", L"计算有功",     L"计算容量",       L"计算无功",       L"视在功率",
-    L"计算电流",   L"有功补偿系数", L"无功补偿系数",   L"补偿前功率因数", L"补偿后功率因数",
+    L"变压器名称", L"额定容量",     L"实际负载率",   L"负荷率",         L"同时系数Kp",
+    L"同时系数Kq", L"计算有功",     L"计算容量",     L"计算无功",       L"视在功率",
+    L"计算电流",   L"有功补偿系数", L"无功补偿系数", L"补偿前功率因数", L"补偿后功率因数",
     L"补偿容量",   L"实际补偿容量"};
 
 void Set(CInterDpData& store, const std::wstring& path, const std::wstring& text)
@@ -125,8 +124,8 @@ TEST(Archive, MissingValuesTakeTheReadingDefaults)
     CTransformerArray transformers;
     LoadRecords(&store, loads, transformers);
     ASSERT_EQ(loads.GetSize(), 2);
-    const std::wstring expected[] = {L"0", L"", L"", L"L1,N", L"", L"1.0", L"0.8",
-                                     L"", L"", L"", L"", L"0.38", L""};
+    const std::wstring expected[] = {L"0", L"", L"", L"L1,N", L"",     L"1.0", L"0.8",
+                                     L"",  L"", L"", L"",     L"0.38", L""};
     for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
         EXPECT_EQ(loads[0].FieldAt(f), expected[f]) << f;
     }

@@ -16,7 +16,10 @@ using testsupport::CTempFolder;
 
 namespace {
 
-int16_t Code(IdpStatus s) { return static_cast<int16_t>(s); }
+int16_t Code(IdpStatus s)
+{
+    return static_cast<int16_t>(s);
+}
 
 /// A store whose encoding is larger than the given number of bytes.
 void Fill(CInterDpData& store, const std::wstring& text, int rows)
@@ -57,7 +60,8 @@ TEST(IdpFile, WriteThenReadReplacesTheTree)
     reader.SetSubValueW(L"stale", 1, L"", 0);
     ASSERT_EQ(reader.ReadDataFromIdpFile(file), 0) << reader.LastError();
     EXPECT_EQ(reader.GetSubValueFromPathW(0, L"stale"), nullptr);
-    EXPECT_EQ(reader.GetSubValueFromPathW(0, L"负荷信息\\49\\设备名称")->ValueText(), L"水泵 \U0001F4A7");
+    EXPECT_EQ(reader.GetSubValueFromPathW(0, L"负荷信息\\49\\设备名称")->ValueText(),
+              L"水泵 \U0001F4A7");
     EXPECT_EQ(reader.Serialize(), store.Serialize());
 }
 
@@ -112,8 +116,8 @@ TEST(IdpFile, FailedWriteInReadOnlyFolderKeepsThePreviousFile)
     CInterDpData old;
     Fill(old, L"old", 2);
     ASSERT_EQ(old.WriteDataToIdpFile(target), 0);
-    std::filesystem::permissions(folder.Path(), std::filesystem::perms::owner_read |
-                                                    std::filesystem::perms::owner_exec);
+    std::filesystem::permissions(
+        folder.Path(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_exec);
     ExpectFailedWriteKeepsFile(folder, target);
 }
 

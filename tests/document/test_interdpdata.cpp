@@ -30,9 +30,17 @@ void Reload(const CInterDpData& from, CInterDpData& to)
 
 TEST(InterDpData, TextsCountsAndFlagsSurviveTheEncodingExactly)
 {
-    const std::vector<std::wstring> texts = {
-        L"", L" ", L"  0.50 ", L"1.000", L"12kW", L"L1,L2,L3,N", L"变压器", L"\U00020000\U0001F600x",
-        L"a\U0010FFFFb", std::wstring(40000, L'z'), L"\xD800 lone"};
+    const std::vector<std::wstring> texts = {L"",
+                                             L" ",
+                                             L"  0.50 ",
+                                             L"1.000",
+                                             L"12kW",
+                                             L"L1,L2,L3,N",
+                                             L"变压器",
+                                             L"\U00020000\U0001F600x",
+                                             L"a\U0010FFFFb",
+                                             std::wstring(40000, L'z'),
+                                             L"\xD800 lone"};
     CInterDpData store;
     for (size_t i = 0; i < texts.size(); ++i) {
         ASSERT_EQ(SetText(store, L"组\\" + std::to_wstring(i) + L"\\\U0001F4A1名", texts[i],

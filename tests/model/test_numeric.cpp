@@ -43,8 +43,8 @@ TEST(Numeric, FastFormattingAgreesWithTheCLibraryOnRandomFigures)
         ASSERT_EQ(FormatG(v), FormatGByPrintf(v)) << v;
     }
     for (double v : {0.5, 9.999995, 999999.5, 0.00009999995, -0.0, 1e-300, 1e300,
-                     std::numeric_limits<double>::quiet_NaN(), -std::numeric_limits<double>::infinity(),
-                     std::sqrt(-1.0)}) {
+                     std::numeric_limits<double>::quiet_NaN(),
+                     -std::numeric_limits<double>::infinity(), std::sqrt(-1.0)}) {
         EXPECT_EQ(FormatG(v), FormatGByPrintf(v)) << v;
     }
 }
@@ -123,11 +123,13 @@ TEST(Numeric, FastParsingAgreesWithWcstodOnRandomTexts)
     }
     std::mt19937_64 r64(5);
     for (int i = 0; i < 100000; ++i) {
-        const double v = std::ldexp(static_cast<double>(r64() >> 11), static_cast<int>(r64() % 200) - 150);
+        const double v =
+            std::ldexp(static_cast<double>(r64() >> 11), static_cast<int>(r64() % 200) - 150);
         const std::wstring text = FromUtf8(std::to_string(v)) + L"kW";
         ASSERT_EQ(ParseNumber(text), ParseNumberByLibrary(text)) << ToUtf8(text);
     }
-    for (const wchar_t* t : {L"1e400", L"-1e400", L"1e-400", L"0x1A", L"-0x10", L" 5", L"+5", L"inf"}) {
+    for (const wchar_t* t :
+         {L"1e400", L"-1e400", L"1e-400", L"0x1A", L"-0x10", L" 5", L"+5", L"inf"}) {
         EXPECT_EQ(ParseNumber(t), ParseNumberByLibrary(t)) << ToUtf8(t);
     }
 }

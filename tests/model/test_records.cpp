@@ -8,7 +8,7 @@ TEST(Records, NewRecordsCarryTheirDefaultsAndNothingElse)
 {
     const CLoadCalData c;
     for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
-        const std::wstring expected = f == CLoadCalData::kDemandFactor   ? L"1.0"
+        const std::wstring expected = f == CLoadCalData::kDemandFactor  ? L"1.0"
                                       : f == CLoadCalData::kPowerFactor ? L"0.8"
                                       : f == CLoadCalData::kVoltage     ? L"0.38"
                                                                         : L"";
@@ -16,7 +16,8 @@ TEST(Records, NewRecordsCarryTheirDefaultsAndNothingElse)
     }
     const CTransformerCalData t;
     const std::wstring tDefaults[CTransformerCalData::kFieldCount] = {
-        L"", L"", L"", L"0.7", L"0.9", L"0.97", L"", L"", L"", L"", L"", L"0.7", L"0.76", L"", L"0.9", L"", L""};
+        L"", L"", L"",    L"0.7",  L"0.9", L"0.97", L"", L"", L"",
+        L"", L"", L"0.7", L"0.76", L"",    L"0.9",  L"", L""};
     for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
         EXPECT_EQ(t.FieldAt(f), tDefaults[f]) << "transformer field " << f;
     }

@@ -70,7 +70,8 @@ TEST(Transformer, CompensationWorkedFigure)
     EXPECT_EQ(t[0].m_strCalcQ, FormatG(75 - 32.99636));
     EXPECT_NEAR(ParseNumber(t[0].m_strCalcS), std::sqrt(100 * 100 + 42.00364 * 42.00364), 1e-3);
     // Current at 0.38 kV with sqrt 3, not 1.732.
-    EXPECT_NEAR(ParseNumber(t[0].m_strCalcI), ParseNumber(t[0].m_strCalcS) / (std::sqrt(3.0) * 0.38), 1e-3);
+    EXPECT_NEAR(ParseNumber(t[0].m_strCalcI),
+                ParseNumber(t[0].m_strCalcS) / (std::sqrt(3.0) * 0.38), 1e-3);
 }
 
 TEST(Transformer, StandardSeriesIsStrictlyAbove)

@@ -7,19 +7,22 @@
 namespace loadcal::testoutput {
 namespace {
 
-std::string Number(double v) {
+std::string Number(double v)
+{
     char buffer[64];
     std::snprintf(buffer, sizeof buffer, "%.10g", v == 0 ? 0.0 : v);
     return buffer;
 }
 
-std::string Point(const CadPoint& p) {
+std::string Point(const CadPoint& p)
+{
     return "(" + Number(p.x) + "," + Number(p.y) + "," + Number(p.z) + ")";
 }
 
 }  // namespace
 
-std::string Describe(const CadAnswer& answer) {
+std::string Describe(const CadAnswer& answer)
+{
     if (const auto* text = std::get_if<std::wstring>(&answer)) {
         return "\"" + ToUtf8(*text) + "\"";
     }
@@ -29,7 +32,8 @@ std::string Describe(const CadAnswer& answer) {
     return Number(std::get<double>(answer));
 }
 
-std::string Describe(const CadCommand& command) {
+std::string Describe(const CadCommand& command)
+{
     std::string out;
     for (const CadAnswer& answer : command) {
         out += out.empty() ? "" : " ";
@@ -38,7 +42,8 @@ std::string Describe(const CadCommand& command) {
     return out;
 }
 
-std::string Describe(const CadValue& value) {
+std::string Describe(const CadValue& value)
+{
     if (const auto* s = std::get_if<short>(&value)) {
         return "short " + std::to_string(*s);
     }
@@ -51,11 +56,13 @@ std::string Describe(const CadValue& value) {
     return "point " + Point(std::get<CadPoint>(value));
 }
 
-std::string LineText(CadPoint a, CadPoint b) {
+std::string LineText(CadPoint a, CadPoint b)
+{
     return "\"_.LINE\" " + Point(a) + " " + Point(b) + " \"\"";
 }
 
-std::string TextText(CadPoint p, double height, const std::wstring& text) {
+std::string TextText(CadPoint p, double height, const std::wstring& text)
+{
     return "\"_.TEXT\" \"J\" \"MC\" " + Point(p) + " " + Number(height) + " \"0\" \"" +
            ToUtf8(text) + "\"";
 }

@@ -13,7 +13,8 @@
 
 namespace loadcal::testoutput {
 
-CLoadCalData Circuit(int k) {
+CLoadCalData Circuit(int k)
+{
     const std::wstring n = std::to_wstring(k);
     CLoadCalData c;
     c.m_strCircuitNo = L"WL" + n;
@@ -32,7 +33,8 @@ CLoadCalData Circuit(int k) {
     return c;
 }
 
-CTransformerCalData Transformer(int m) {
+CTransformerCalData Transformer(int m)
+{
     const std::wstring n = std::to_wstring(m);
     CTransformerCalData t;
     t.m_strName = L"变压器" + n;
@@ -55,14 +57,16 @@ CTransformerCalData Transformer(int m) {
     return t;
 }
 
-std::array<std::wstring, 13> CircuitRow(const CLoadCalData& c) {
+std::array<std::wstring, 13> CircuitRow(const CLoadCalData& c)
+{
     return {c.m_strCircuitNo,  c.m_strEquipNo, c.m_strEquipName,    c.m_strPhase,
             c.m_strRatedPower, c.m_strVoltage, c.m_strDemandFactor, c.m_strPowerFactor,
             c.m_strCalcP,      c.m_strCalcQ,   c.m_strCalcS,        c.m_strCalcI,
             c.m_strTransformer};
 }
 
-std::array<std::wstring, 16> TransformerRow(const CTransformerCalData& t) {
+std::array<std::wstring, 16> TransformerRow(const CTransformerCalData& t)
+{
     return {t.m_strName,
             t.m_strRatedCapacity,
             t.m_strActualLoadRate,
@@ -81,7 +85,8 @@ std::array<std::wstring, 16> TransformerRow(const CTransformerCalData& t) {
             t.m_strActualCompCapacity};
 }
 
-void MakeDocument(int n, int m, CLoadArray& loads, CTransformerArray& transformers) {
+void MakeDocument(int n, int m, CLoadArray& loads, CTransformerArray& transformers)
+{
     loads.RemoveAll();
     transformers.RemoveAll();
     for (int k = 0; k < n; ++k) {
@@ -92,25 +97,29 @@ void MakeDocument(int n, int m, CLoadArray& loads, CTransformerArray& transforme
     }
 }
 
-SummaryTotals DistinctTotals() {
+SummaryTotals DistinctTotals()
+{
     return {L"101.5", L"82.25", L"61.75", L"102.7", L"0.801", L"156.03"};
 }
 
-TempFolder::TempFolder() {
+TempFolder::TempFolder()
+{
     static std::mt19937_64 rng{std::random_device{}()};
     m_path = std::filesystem::temp_directory_path() /
              ("loadcal-output-test-" + std::to_string(::getpid()) + "-" + std::to_string(rng()));
     std::filesystem::create_directories(m_path);
 }
 
-TempFolder::~TempFolder() {
+TempFolder::~TempFolder()
+{
     std::error_code ec;
     std::filesystem::permissions(m_path, std::filesystem::perms::owner_all,
                                  std::filesystem::perm_options::add, ec);
     std::filesystem::remove_all(m_path, ec);
 }
 
-std::vector<std::string> TempFolder::Entries() const {
+std::vector<std::string> TempFolder::Entries() const
+{
     std::vector<std::string> names;
     for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
         names.push_back(entry.path().filename().string());
@@ -119,7 +128,8 @@ std::vector<std::string> TempFolder::Entries() const {
     return names;
 }
 
-nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& file) {
+nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& file)
+{
     const std::string command = "/usr/bin/python3 '" LOADCAL_SOURCE_DIR
                                 "/tests/output/read_outputs.py' " +
                                 kind + " '" + file.string() + "'";
@@ -147,11 +157,13 @@ nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& fi
     }
 }
 
-std::string Utf8(const std::wstring& text) {
+std::string Utf8(const std::wstring& text)
+{
     return ToUtf8(text);
 }
 
-std::string ReadFile(const std::filesystem::path& file) {
+std::string ReadFile(const std::filesystem::path& file)
+{
     std::ifstream in(file, std::ios::binary);
     std::ostringstream out;
     out << in.rdbuf();

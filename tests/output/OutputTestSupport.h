@@ -35,7 +35,7 @@ SummaryTotals DistinctTotals();
 /// A fresh folder under the system's temporary folder, removed with everything
 /// in it on destruction.
 class TempFolder {
-  public:
+public:
     TempFolder();
     ~TempFolder();
     TempFolder(const TempFolder&) = delete;
@@ -45,7 +45,7 @@ class TempFolder {
     /// Names of the entries in the folder, sorted.
     std::vector<std::string> Entries() const;
 
-  private:
+private:
     std::filesystem::path m_path;
 };
 

@@ -13,7 +13,8 @@ using namespace loadcal::testoutput;
 
 namespace {
 
-CadCommand Line(std::initializer_list<CadAnswer> answers) {
+CadCommand Line(std::initializer_list<CadAnswer> answers)
+{
     CadCommand c{std::wstring(L"_.LINE")};
     c.insert(c.end(), answers);
     return c;
@@ -21,7 +22,8 @@ CadCommand Line(std::initializer_list<CadAnswer> answers) {
 
 }  // namespace
 
-TEST(InMemoryDrawing, AfterARunTablesAreOnTheirLayerInTheirStyleAndTheDrawingIsRestored) {
+TEST(InMemoryDrawing, AfterARunTablesAreOnTheirLayerInTheirStyleAndTheDrawingIsRestored)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(2, 1, loads, transformers);
@@ -61,7 +63,8 @@ TEST(InMemoryDrawing, AfterARunTablesAreOnTheirLayerInTheirStyleAndTheDrawingIsR
     EXPECT_EQ(drawing.Texts()[0].position, (CadPoint{20, 1, 0}));
 }
 
-TEST(InMemoryDrawing, DecliningLeavesStyleAndLayerDefinedButNothingDrawnAndObjectSnapOff) {
+TEST(InMemoryDrawing, DecliningLeavesStyleAndLayerDefinedButNothingDrawnAndObjectSnapOff)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(2, 1, loads, transformers);
@@ -77,7 +80,8 @@ TEST(InMemoryDrawing, DecliningLeavesStyleAndLayerDefinedButNothingDrawnAndObjec
     EXPECT_TRUE(drawing.Texts().empty());
 }
 
-TEST(InMemoryDrawing, LineDrawsOneSegmentPerPairAndNeedsItsClosingEnter) {
+TEST(InMemoryDrawing, LineDrawsOneSegmentPerPairAndNeedsItsClosingEnter)
+{
     CDrawing drawing;
     EXPECT_TRUE(drawing.acedCommand(
         Line({CadPoint{0, 0, 0}, CadPoint{1, 0, 0}, CadPoint{1, 1, 0}, std::wstring()})));
@@ -93,7 +97,8 @@ TEST(InMemoryDrawing, LineDrawsOneSegmentPerPairAndNeedsItsClosingEnter) {
     EXPECT_EQ(drawing.Lines().size(), 2u);
 }
 
-TEST(InMemoryDrawing, TextAsksTheHeightOnlyWhenTheStyleHasNone) {
+TEST(InMemoryDrawing, TextAsksTheHeightOnlyWhenTheStyleHasNone)
+{
     CDrawing drawing;
     EXPECT_TRUE(drawing.acedCommand({std::wstring(L"TEXT"), CadPoint{1, 2, 0}, std::wstring(L"2"),
                                      std::wstring(L"90"), std::wstring(L"左对齐")}));
@@ -132,7 +137,8 @@ TEST(InMemoryDrawing, TextAsksTheHeightOnlyWhenTheStyleHasNone) {
     EXPECT_EQ(drawing.Texts().size(), 2u);
 }
 
-TEST(InMemoryDrawing, StyleKeepsWhatEnterLeavesAndRejectsImpossibleValues) {
+TEST(InMemoryDrawing, StyleKeepsWhatEnterLeavesAndRejectsImpossibleValues)
+{
     CDrawing drawing;
     const CadCommand define = {std::wstring(L"_.STYLE"),
                                std::wstring(L"LOADCALSTYLE"),
@@ -174,7 +180,8 @@ TEST(InMemoryDrawing, StyleKeepsWhatEnterLeavesAndRejectsImpossibleValues) {
     EXPECT_DOUBLE_EQ(drawing.Styles()[1].widthFactor, 0.7);
 }
 
-TEST(InMemoryDrawing, LayersAreCreatedOnceAndSetOnlyWhenTheyExist) {
+TEST(InMemoryDrawing, LayersAreCreatedOnceAndSetOnlyWhenTheyExist)
+{
     CDrawing drawing;
     EXPECT_TRUE(drawing.SetToCurrentLayer(L"CALCULATIONS", L"ETABLE", nullptr, nullptr));
     EXPECT_TRUE(drawing.SetToCurrentLayer(L"calculations", L"other", nullptr, nullptr));
@@ -193,7 +200,8 @@ TEST(InMemoryDrawing, LayersAreCreatedOnceAndSetOnlyWhenTheyExist) {
     EXPECT_EQ(drawing.CurrentLayer().name, L"0");
 }
 
-TEST(InMemoryDrawing, SystemVariablesTakeOnlyValuesOfTheirKind) {
+TEST(InMemoryDrawing, SystemVariablesTakeOnlyValuesOfTheirKind)
+{
     CDrawing drawing;
     EXPECT_EQ(drawing.acedGetVar(L"osmode"), std::optional<CadValue>(short{4133}));
     EXPECT_EQ(drawing.acedGetVar(L"CLAYER"), std::optional<CadValue>(std::wstring(L"0")));

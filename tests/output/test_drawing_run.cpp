@@ -34,47 +34,55 @@ const std::string kStyleCommand =
 
 /// A host that records every call as a line of text and answers with fixed values.
 class RecordingHost final : public CadHost {
-  public:
+public:
     std::vector<std::string> calls;
     std::optional<CadValue> osmode = CadValue(short{37});
     std::optional<CadPoint> point;
     double scale = 1;
 
     void acutPrintf(const std::wstring& text) override { calls.push_back("print " + Utf8(text)); }
-    std::optional<CadValue> acedGetVar(const std::wstring& name) override {
+    std::optional<CadValue> acedGetVar(const std::wstring& name) override
+    {
         calls.push_back("getvar " + Utf8(name));
         if (name == L"OSMODE") {
             return osmode;
         }
         return name == L"CLAYER" ? std::optional<CadValue>(std::wstring(L"墙体")) : std::nullopt;
     }
-    bool acedSetVar(const std::wstring& name, const CadValue& value) override {
+    bool acedSetVar(const std::wstring& name, const CadValue& value) override
+    {
         calls.push_back("setvar " + Utf8(name) + " " + Describe(value));
         return true;
     }
-    bool acedCommand(const CadCommand& command) override {
+    bool acedCommand(const CadCommand& command) override
+    {
         calls.push_back(Describe(command));
         return true;
     }
-    std::wstring GetTextStyle() override {
+    std::wstring GetTextStyle() override
+    {
         calls.push_back("gettextstyle");
         return L"仿宋";
     }
-    bool SetTextStyle(const std::wstring& name) override {
+    bool SetTextStyle(const std::wstring& name) override
+    {
         calls.push_back("settextstyle " + Utf8(name));
         return true;
     }
     bool SetToCurrentLayer(const wchar_t* layer, const wchar_t* description, const wchar_t* r1,
-                           const wchar_t* r2) override {
+                           const wchar_t* r2) override
+    {
         calls.push_back("settocurrentlayer " + Utf8(layer) + " " + Utf8(description) + " " +
                         (r1 ? "set" : "null") + " " + (r2 ? "set" : "null"));
         return true;
     }
-    double GetDQTzbl() override {
+    double GetDQTzbl() override
+    {
         calls.push_back("getdqtzbl");
         return scale;
     }
-    std::optional<CadPoint> acedGetPoint(const std::wstring& prompt) override {
+    std::optional<CadPoint> acedGetPoint(const std::wstring& prompt) override
+    {
         calls.push_back("getpoint " + Utf8(prompt));
         return point;
     }
@@ -92,7 +100,8 @@ const std::vector<std::string> kOpeningCalls = {
 };
 
 /// Runs the table into an in-memory drawing that records its commands.
-std::vector<std::string> Commands(int n, int m, CadPoint base, double scale = 1.0) {
+std::vector<std::string> Commands(int n, int m, CadPoint base, double scale = 1.0)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(n, m, loads, transformers);
@@ -107,7 +116,8 @@ std::vector<std::string> Commands(int n, int m, CadPoint base, double scale = 1.
     return out;
 }
 
-std::vector<std::string> Slice(const std::vector<std::string>& v, size_t from, size_t count) {
+std::vector<std::string> Slice(const std::vector<std::string>& v, size_t from, size_t count)
+{
     EXPECT_LE(from + count, v.size());
     return {v.begin() + static_cast<long>(std::min(from, v.size())),
             v.begin() + static_cast<long>(std::min(from + count, v.size()))};
@@ -118,7 +128,8 @@ std::vector<std::string> Slice(const std::vector<std::string>& v, size_t from, s
 /// the bottom line.
 template <size_t N>
 std::vector<std::string> BodyRow(double x, double y, double z,
-                                 const std::array<std::optional<std::wstring>, N>& texts) {
+                                 const std::array<std::optional<std::wstring>, N>& texts)
+{
     std::vector<std::string> row = {LineText({x, y, z}, {x, y - 10, z})};
     for (size_t i = 0; i < N; ++i) {
         const double right = x + 30.0 * static_cast<double>(i + 1);
@@ -132,7 +143,8 @@ std::vector<std::string> BodyRow(double x, double y, double z,
 }
 
 template <size_t N>
-std::array<std::optional<std::wstring>, N> AllTexts(const std::array<std::wstring, N>& texts) {
+std::array<std::optional<std::wstring>, N> AllTexts(const std::array<std::wstring, N>& texts)
+{
     std::array<std::optional<std::wstring>, N> out;
     std::copy(texts.begin(), texts.end(), out.begin());
     return out;
@@ -140,7 +152,8 @@ std::array<std::optional<std::wstring>, N> AllTexts(const std::array<std::wstrin
 
 }  // namespace
 
-TEST(DrawingRun, DecliningTheBasePointRestoresLayerAndStyleButLeavesObjectSnapOff) {
+TEST(DrawingRun, DecliningTheBasePointRestoresLayerAndStyleButLeavesObjectSnapOff)
+{
     RecordingHost host;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -153,7 +166,8 @@ TEST(DrawingRun, DecliningTheBasePointRestoresLayerAndStyleButLeavesObjectSnapOf
     EXPECT_EQ(host.calls, expected);
 }
 
-TEST(DrawingRun, ACompletedRunRestoresLayerStyleAndObjectSnapLast) {
+TEST(DrawingRun, ACompletedRunRestoresLayerStyleAndObjectSnapLast)
+{
     RecordingHost host;
     host.point = CadPoint{0, 0, 0};
     CLoadArray loads;
@@ -170,7 +184,8 @@ TEST(DrawingRun, ACompletedRunRestoresLayerStyleAndObjectSnapLast) {
     EXPECT_EQ(host.calls.size(), kOpeningCalls.size() + 29 + 15 + 22 + 35 + 3);
 }
 
-TEST(DrawingRun, ObjectSnapThatIsNotAShortIntegerIsNotRestored) {
+TEST(DrawingRun, ObjectSnapThatIsNotAShortIntegerIsNotRestored)
+{
     RecordingHost host;
     host.point = CadPoint{0, 0, 0};
     host.osmode = CadValue(37.0);
@@ -181,7 +196,8 @@ TEST(DrawingRun, ObjectSnapThatIsNotAShortIntegerIsNotRestored) {
     EXPECT_EQ(host.calls.back(), "settextstyle 仿宋");
 }
 
-TEST(DrawingRun, LoadHeaderDrawsTopLeftAndBottomLinesThenEachTitleAndItsRightBorder) {
+TEST(DrawingRun, LoadHeaderDrawsTopLeftAndBottomLinesThenEachTitleAndItsRightBorder)
+{
     const auto commands = Commands(1, 1, {100, 200, 7});
     ASSERT_FALSE(commands.empty());
     EXPECT_EQ(commands[0], kStyleCommand);
@@ -199,7 +215,8 @@ TEST(DrawingRun, LoadHeaderDrawsTopLeftAndBottomLinesThenEachTitleAndItsRightBor
     EXPECT_EQ(Slice(commands, 1, expected.size()), expected);
 }
 
-TEST(DrawingRun, CircuitRowsShowTheirFieldsInTableOrderOneRowBelowTheOther) {
+TEST(DrawingRun, CircuitRowsShowTheirFieldsInTableOrderOneRowBelowTheOther)
+{
     const auto commands = Commands(2, 0, {0, 0, 0});
     for (int k = 0; k < 2; ++k) {
         const auto expected = BodyRow<13>(0, -10.0 * (k + 1), 0, AllTexts(CircuitRow(Circuit(k))));
@@ -211,7 +228,8 @@ TEST(DrawingRun, CircuitRowsShowTheirFieldsInTableOrderOneRowBelowTheOther) {
     EXPECT_EQ(commands[30 + 1 + 2 * 6], TextText({195, -15, 0}, 3.5, L"0.70"));
 }
 
-TEST(DrawingRun, BlankRowHasNoTextsAndTotalRowOnlyItsFilledColumns) {
+TEST(DrawingRun, BlankRowHasNoTextsAndTotalRowOnlyItsFilledColumns)
+{
     const int n = 2;
     const auto commands = Commands(n, 0, {0, 0, 0});
     const size_t blank = 1 + 29 + 28 * n;
@@ -229,7 +247,8 @@ TEST(DrawingRun, BlankRowHasNoTextsAndTotalRowOnlyItsFilledColumns) {
     EXPECT_EQ(Slice(commands, blank + 15, 22), BodyRow<13>(0, -40, 0, total));
 }
 
-TEST(DrawingRun, TransformerTableStartsTwoRowsBelowTheTotalRowWithItsBottomLineLast) {
+TEST(DrawingRun, TransformerTableStartsTwoRowsBelowTheTotalRowWithItsBottomLineLast)
+{
     const int n = 1;
     const auto commands = Commands(n, 2, {0, 0, 0});
     const size_t header = 1 + 29 + 28 * n + 15 + 22;
@@ -258,7 +277,8 @@ TEST(DrawingRun, TransformerTableStartsTwoRowsBelowTheTotalRowWithItsBottomLineL
     }
 }
 
-TEST(DrawingRun, HorizontalLinesLieOnRowBoundariesWithOneEmptyRowBetweenTables) {
+TEST(DrawingRun, HorizontalLinesLieOnRowBoundariesWithOneEmptyRowBetweenTables)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(3, 2, loads, transformers);
@@ -284,7 +304,8 @@ TEST(DrawingRun, HorizontalLinesLieOnRowBoundariesWithOneEmptyRowBetweenTables) 
     EXPECT_EQ(drawing.Texts().size(), 107u);
 }
 
-TEST(DrawingRun, ScaleTwoDoublesCellsAndTextHeight) {
+TEST(DrawingRun, ScaleTwoDoublesCellsAndTextHeight)
+{
     const auto commands = Commands(0, 0, {0, 0, 0}, 2.0);
     EXPECT_EQ(commands[1], LineText({0, 0, 0}, {780, 0, 0}));
     EXPECT_EQ(commands[2], LineText({0, 0, 0}, {0, -20, 0}));
@@ -294,7 +315,8 @@ TEST(DrawingRun, ScaleTwoDoublesCellsAndTextHeight) {
     EXPECT_EQ(commands[1 + 29 + 15 + 22], LineText({0, -80, 0}, {960, -80, 0}));
 }
 
-TEST(DrawingRun, AnEmptyCellSendsAnEmptyTextWhichDrawsNothing) {
+TEST(DrawingRun, AnEmptyCellSendsAnEmptyTextWhichDrawsNothing)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(1, 0, loads, transformers);

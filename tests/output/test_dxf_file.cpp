@@ -22,19 +22,21 @@ namespace {
 
 /// A point source that counts how often it is asked.
 class CountingPoints final : public IPointSource {
-  public:
+public:
     explicit CountingPoints(std::optional<CadPoint> point) : m_point(point) {}
-    std::optional<CadPoint> GetPoint(const std::wstring&) override {
+    std::optional<CadPoint> GetPoint(const std::wstring&) override
+    {
         ++asked;
         return m_point;
     }
     int asked = 0;
 
-  private:
+private:
     std::optional<CadPoint> m_point;
 };
 
-json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale) {
+json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(n, m, loads, transformers);
@@ -45,7 +47,8 @@ json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale)
     return ReadBack("dxf", path);
 }
 
-const json* FindText(const json& dxf, const std::string& text) {
+const json* FindText(const json& dxf, const std::string& text)
+{
     for (const json& t : dxf["texts"]) {
         if (t["text"] == text) {
             return &t;
@@ -54,7 +57,8 @@ const json* FindText(const json& dxf, const std::string& text) {
     return nullptr;
 }
 
-const json* FindNamed(const json& list, const std::string& name) {
+const json* FindNamed(const json& list, const std::string& name)
+{
     for (const json& item : list) {
         if (item["name"] == name) {
             return &item;
@@ -63,7 +67,8 @@ const json* FindNamed(const json& list, const std::string& name) {
     return nullptr;
 }
 
-void ExpectTextAt(const json& dxf, const std::string& text, double x, double y) {
+void ExpectTextAt(const json& dxf, const std::string& text, double x, double y)
+{
     const json* t = FindText(dxf, text);
     ASSERT_NE(t, nullptr) << text;
     EXPECT_DOUBLE_EQ((*t)["x"].get<double>(), x) << text;
@@ -72,7 +77,8 @@ void ExpectTextAt(const json& dxf, const std::string& text, double x, double y) 
 
 }  // namespace
 
-TEST(DxfText, EscapesEverythingOutsidePrintableAsciiAsUtf16Units) {
+TEST(DxfText, EscapesEverythingOutsidePrintableAsciiAsUtf16Units)
+{
     EXPECT_EQ(DxfText(L"WL1 回路"), "WL1 \\U+56DE\\U+8DEF");
     EXPECT_EQ(DxfText(L"cos(φ)"), "cos(\\U+03C6)");
     EXPECT_EQ(DxfText(L"a\\b"), "a\\U+005Cb");
@@ -80,7 +86,8 @@ TEST(DxfText, EscapesEverythingOutsidePrintableAsciiAsUtf16Units) {
     EXPECT_EQ(DxfText(L"\U0001F600"), "\\U+D83D\\U+DE00");
 }
 
-TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace) {
+TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace)
+{
     TempFolder folder;
     const json dxf = Export(folder, 3, 2, {10, 20, 0}, 1.0);
     ASSERT_TRUE(dxf.is_object());
@@ -139,7 +146,8 @@ TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace) {
     EXPECT_EQ(FindText(dxf, "SPARE-0"), nullptr);
 }
 
-TEST(DxfFile, ScaleTwoDoublesTextHeightAndTableSize) {
+TEST(DxfFile, ScaleTwoDoublesTextHeightAndTableSize)
+{
     TempFolder folder;
     const json dxf = Export(folder, 1, 1, {0, 0, 0}, 2.0);
     ASSERT_TRUE(dxf.is_object());
@@ -154,7 +162,8 @@ TEST(DxfFile, ScaleTwoDoublesTextHeightAndTableSize) {
     EXPECT_DOUBLE_EQ(maxX, 960);
 }
 
-TEST(DxfFile, EmptyListsStillDrawBothHeadersBlankAndTotalRows) {
+TEST(DxfFile, EmptyListsStillDrawBothHeadersBlankAndTotalRows)
+{
     TempFolder folder;
     const json dxf = Export(folder, 0, 0, {0, 0, 0}, 1.0);
     ASSERT_TRUE(dxf.is_object());
@@ -165,7 +174,8 @@ TEST(DxfFile, EmptyListsStillDrawBothHeadersBlankAndTotalRows) {
     ExpectTextAt(dxf, "变压器名称", 15, -45);
 }
 
-TEST(DxfFile, ADeclinedRunSavedAnywayKeepsObjectSnapOffInTheHeader) {
+TEST(DxfFile, ADeclinedRunSavedAnywayKeepsObjectSnapOffInTheHeader)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -181,7 +191,8 @@ TEST(DxfFile, ADeclinedRunSavedAnywayKeepsObjectSnapOffInTheHeader) {
     EXPECT_NE(FindNamed(dxf["styles"], "LOADCALSTYLE"), nullptr);
 }
 
-TEST(DxfFile, DecliningTheBasePointWritesNoFile) {
+TEST(DxfFile, DecliningTheBasePointWritesNoFile)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -193,7 +204,8 @@ TEST(DxfFile, DecliningTheBasePointWritesNoFile) {
     EXPECT_TRUE(folder.Entries().empty());
 }
 
-TEST(DxfFile, AnExistingFileIsRefusedBeforeTheQuestionUnlessReplacingIsAllowed) {
+TEST(DxfFile, AnExistingFileIsRefusedBeforeTheQuestionUnlessReplacingIsAllowed)
+{
     TempFolder folder;
     const auto path = folder / "t.dxf";
     std::ofstream(path) << "previous";
@@ -216,7 +228,8 @@ TEST(DxfFile, AnExistingFileIsRefusedBeforeTheQuestionUnlessReplacingIsAllowed) 
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
 }
 
-TEST(DxfFile, AFileAppearingDuringTheRunIsStillNotReplaced) {
+TEST(DxfFile, AFileAppearingDuringTheRunIsStillNotReplaced)
+{
     TempFolder folder;
     const auto path = folder / "t.dxf";
     CDrawing drawing;
@@ -228,7 +241,8 @@ TEST(DxfFile, AFileAppearingDuringTheRunIsStillNotReplaced) {
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
 }
 
-TEST(DxfFile, AFailedWriteLeavesThePreviousContentAndNoTemporaryFile) {
+TEST(DxfFile, AFailedWriteLeavesThePreviousContentAndNoTemporaryFile)
+{
     TempFolder folder;
     // The target is a folder holding a file: the finished drawing cannot be
     // moved over it.
@@ -251,7 +265,8 @@ TEST(DxfFile, AFailedWriteLeavesThePreviousContentAndNoTemporaryFile) {
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
 }
 
-TEST(DxfFile, AScaleThatIsNotPositiveIsRefused) {
+TEST(DxfFile, AScaleThatIsNotPositiveIsRefused)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;

@@ -10,7 +10,8 @@
 
 using namespace loadcal;
 
-TEST(PointSource, ParsesTwoAndThreeCoordinatesInTheCNotation) {
+TEST(PointSource, ParsesTwoAndThreeCoordinatesInTheCNotation)
+{
     EXPECT_EQ(ParsePoint("10,20"), (CadPoint{10, 20, 0}));
     EXPECT_EQ(ParsePoint(" -1.5 , 2e3 ,+7 "), (CadPoint{-1.5, 2000, 7}));
     EXPECT_FALSE(ParsePoint("10"));
@@ -23,7 +24,8 @@ TEST(PointSource, ParsesTwoAndThreeCoordinatesInTheCNotation) {
     EXPECT_FALSE(ParsePoint("@1,2"));
 }
 
-TEST(PointSource, TerminalReasksAfterInvalidInputAndPromptsEachTime) {
+TEST(PointSource, TerminalReasksAfterInvalidInputAndPromptsEachTime)
+{
     std::istringstream in("abc\n3,4,5\n");
     std::ostringstream out;
     CTerminalPointSource source(in, out);
@@ -31,7 +33,8 @@ TEST(PointSource, TerminalReasksAfterInvalidInputAndPromptsEachTime) {
     EXPECT_EQ(out.str(), "\n基点:\n需要点或选项关键字。\n基点:");
 }
 
-TEST(PointSource, TerminalDeclinesOnAnEmptyLineOrTheEndOfInput) {
+TEST(PointSource, TerminalDeclinesOnAnEmptyLineOrTheEndOfInput)
+{
     std::istringstream in("  \r\n1,2\n");
     std::ostringstream out;
     CTerminalPointSource source(in, out);
@@ -44,7 +47,8 @@ TEST(PointSource, TerminalDeclinesOnAnEmptyLineOrTheEndOfInput) {
     EXPECT_FALSE(onlyGarbage.GetPoint(L"p"));
 }
 
-TEST(PointSource, FixedPointAnswersEveryRequestWithoutPrompting) {
+TEST(PointSource, FixedPointAnswersEveryRequestWithoutPrompting)
+{
     CFixedPointSource fixed(CadPoint{1, 2, 3});
     EXPECT_EQ(fixed.GetPoint(L"a"), (CadPoint{1, 2, 3}));
     EXPECT_EQ(fixed.GetPoint(L"b"), (CadPoint{1, 2, 3}));
@@ -52,7 +56,8 @@ TEST(PointSource, FixedPointAnswersEveryRequestWithoutPrompting) {
     EXPECT_FALSE(none.GetPoint(L"a"));
 }
 
-TEST(PointSource, TheDrawingAsksTheTerminalWithItsPrompt) {
+TEST(PointSource, TheDrawingAsksTheTerminalWithItsPrompt)
+{
     std::istringstream in("一,二\n7,8\n");
     std::ostringstream out;
     CTerminalPointSource terminal(in, out);

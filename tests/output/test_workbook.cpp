@@ -34,13 +34,14 @@ const std::array<std::wstring, 16> kTransformerTitles = {
 
 /// Records every automation call as a line; optionally throws at one call.
 class RecordingAutomation final : public CSpreadsheetAutomation {
-  public:
+public:
     std::vector<std::string> calls;
     bool dispatch = true;
     std::optional<size_t> failAt;
     std::exception_ptr failure;
 
-    bool CreateDispatch(std::wstring_view progId) override {
+    bool CreateDispatch(std::wstring_view progId) override
+    {
         Log("CreateDispatch " + ToUtf8(progId));
         return dispatch;
     }
@@ -48,23 +49,28 @@ class RecordingAutomation final : public CSpreadsheetAutomation {
     void GetWorkbooks() override { Log("GetWorkbooks"); }
     void WorkbooksAdd() override { Log("WorkbooksAdd"); }
     void GetWorksheets() override { Log("GetWorksheets"); }
-    void WorksheetsGetItem(short index) override {
+    void WorksheetsGetItem(short index) override
+    {
         Log("WorksheetsGetItem " + std::to_string(index));
     }
-    void GetRange(std::string_view a, std::string_view b) override {
+    void GetRange(std::string_view a, std::string_view b) override
+    {
         Log("GetRange " + std::string(a) + " " + std::string(b));
     }
     void SetValue(std::wstring_view value) override { Log("SetValue " + ToUtf8(value)); }
-    void SetHorizontalAlignment(short a) override {
+    void SetHorizontalAlignment(short a) override
+    {
         Log("SetHorizontalAlignment " + std::to_string(a));
     }
-    void SetVerticalAlignment(short a) override {
+    void SetVerticalAlignment(short a) override
+    {
         Log("SetVerticalAlignment " + std::to_string(a));
     }
     void Release() override { Log("Release"); }
 
-  private:
-    void Log(std::string call) {
+private:
+    void Log(std::string call)
+    {
         calls.push_back(std::move(call));
         if (failAt && calls.size() - 1 == *failAt) {
             std::rethrow_exception(failure);
@@ -74,28 +80,30 @@ class RecordingAutomation final : public CSpreadsheetAutomation {
 
 /// Keeps every message shown, in order.
 class Messages final : public IMessageSink {
-  public:
+public:
     std::vector<std::wstring> shown;
     void ShowMessage(const std::wstring& text) override { shown.push_back(text); }
 };
 
 /// Records the files it is asked to open and answers with a fixed result.
 class FakeOpener final : public IFileOpener {
-  public:
+public:
     explicit FakeOpener(bool result) : m_result(result) {}
     std::vector<std::filesystem::path> opened;
-    bool Open(const std::filesystem::path& file) override {
+    bool Open(const std::filesystem::path& file) override
+    {
         opened.push_back(file);
         return m_result;
     }
 
-  private:
+private:
     bool m_result;
 };
 
 /// The calls for one cell: header cells set the vertical alignment first.
 void Cell(std::vector<std::string>& out, const std::string& address, bool header,
-          const std::optional<std::wstring>& value) {
+          const std::optional<std::wstring>& value)
+{
     out.push_back("GetRange " + address + " " + address);
     const std::string h = "SetHorizontalAlignment -4108";
     const std::string v = "SetVerticalAlignment -4108";
@@ -106,12 +114,14 @@ void Cell(std::vector<std::string>& out, const std::string& address, bool header
     }
 }
 
-std::string Address(int column, int row) {
+std::string Address(int column, int row)
+{
     return std::string(1, static_cast<char>('A' + column)) + std::to_string(row);
 }
 
 /// Values written, by address.
-std::map<std::string, std::string> Values(const std::vector<std::string>& calls) {
+std::map<std::string, std::string> Values(const std::vector<std::string>& calls)
+{
     std::map<std::string, std::string> values;
     std::string address;
     for (const std::string& call : calls) {
@@ -124,7 +134,8 @@ std::map<std::string, std::string> Values(const std::vector<std::string>& calls)
     return values;
 }
 
-int Export(RecordingAutomation& automation, Messages& messages, int n, int m) {
+int Export(RecordingAutomation& automation, Messages& messages, int n, int m)
+{
     CLoadArray loads;
     CTransformerArray transformers;
     MakeDocument(n, m, loads, transformers);
@@ -133,7 +144,8 @@ int Export(RecordingAutomation& automation, Messages& messages, int n, int m) {
 
 using CellMap = std::map<std::pair<int, int>, json>;
 
-CellMap Cells(const json& workbook) {
+CellMap Cells(const json& workbook)
+{
     CellMap cells;
     for (const json& c : workbook["cells"]) {
         cells[{c["row"].get<int>(), c["column"].get<int>()}] = c;
@@ -142,7 +154,8 @@ CellMap Cells(const json& workbook) {
 }
 
 void ExpectRow(const CellMap& cells, int row,
-               const std::vector<std::optional<std::wstring>>& values) {
+               const std::vector<std::optional<std::wstring>>& values)
+{
     for (size_t i = 0; i < values.size(); ++i) {
         const auto found = cells.find({row, static_cast<int>(i) + 1});
         ASSERT_NE(found, cells.end()) << "row " << row << " column " << i + 1;
@@ -158,13 +171,15 @@ void ExpectRow(const CellMap& cells, int row,
 }
 
 template <size_t N>
-std::vector<std::optional<std::wstring>> Row(const std::array<std::wstring, N>& texts) {
+std::vector<std::optional<std::wstring>> Row(const std::array<std::wstring, N>& texts)
+{
     return {texts.begin(), texts.end()};
 }
 
 }  // namespace
 
-TEST(WorkbookExport, CallsForOneCircuitAndOneTransformerInOrder) {
+TEST(WorkbookExport, CallsForOneCircuitAndOneTransformerInOrder)
+{
     RecordingAutomation automation;
     Messages messages;
     EXPECT_EQ(Export(automation, messages, 1, 1), 1);
@@ -202,7 +217,8 @@ TEST(WorkbookExport, CallsForOneCircuitAndOneTransformerInOrder) {
     EXPECT_EQ(automation.calls, expected);
 }
 
-TEST(WorkbookExport, TenCircuitsAndTwoTransformersPlaceTotalAndTransformerRows) {
+TEST(WorkbookExport, TenCircuitsAndTwoTransformersPlaceTotalAndTransformerRows)
+{
     RecordingAutomation automation;
     Messages messages;
     Export(automation, messages, 10, 2);
@@ -223,7 +239,8 @@ TEST(WorkbookExport, TenCircuitsAndTwoTransformersPlaceTotalAndTransformerRows) 
     }
 }
 
-TEST(WorkbookExport, EmptyListsKeepTheTotalRowInRowThreeAndTransformerHeadersInRowFive) {
+TEST(WorkbookExport, EmptyListsKeepTheTotalRowInRowThreeAndTransformerHeadersInRowFive)
+{
     RecordingAutomation automation;
     Messages messages;
     Export(automation, messages, 0, 0);
@@ -235,7 +252,8 @@ TEST(WorkbookExport, EmptyListsKeepTheTotalRowInRowThreeAndTransformerHeadersInR
     EXPECT_EQ(automation.calls[automation.calls.size() - 2], "SetValue 实际补偿容量");
 }
 
-TEST(WorkbookExport, NoApplicationShowsTheMessageAndReturnsZero) {
+TEST(WorkbookExport, NoApplicationShowsTheMessageAndReturnsZero)
+{
     RecordingAutomation automation;
     automation.dispatch = false;
     Messages messages;
@@ -245,7 +263,8 @@ TEST(WorkbookExport, NoApplicationShowsTheMessageAndReturnsZero) {
               std::vector<std::wstring>{L"不能打开Excel，可能是因为没有安装Excel!"});
 }
 
-TEST(WorkbookExport, TheFirstFailureEndsTheExportWithItsMessage) {
+TEST(WorkbookExport, TheFirstFailureEndsTheExportWithItsMessage)
+{
     struct Case {
         std::exception_ptr failure;
         std::wstring message;
@@ -273,7 +292,8 @@ TEST(WorkbookExport, TheFirstFailureEndsTheExportWithItsMessage) {
     }
 }
 
-TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText) {
+TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -312,7 +332,8 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText) {
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"负荷计算.xlsx"});
 }
 
-TEST(WorkbookFile, EmptyListsGiveHeadersTotalRowAndTransformerHeaders) {
+TEST(WorkbookFile, EmptyListsGiveHeadersTotalRowAndTransformerHeaders)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -329,7 +350,8 @@ TEST(WorkbookFile, EmptyListsGiveHeadersTotalRowAndTransformerHeaders) {
     EXPECT_EQ(workbook["number_as_text_ignored"], json::array({"A1:P5"}));
 }
 
-TEST(WorkbookFile, TheWrittenWorkbookGoesToTheOpenerAndAFailingOpenerGivesTheMessage) {
+TEST(WorkbookFile, TheWrittenWorkbookGoesToTheOpenerAndAFailingOpenerGivesTheMessage)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -361,7 +383,8 @@ TEST(WorkbookFile, TheWrittenWorkbookGoesToTheOpenerAndAFailingOpenerGivesTheMes
     EXPECT_TRUE(messages.shown.empty());
 }
 
-TEST(WorkbookFile, AnUncreatableFileIsReportedByNameAndLeavesNothingBehind) {
+TEST(WorkbookFile, AnUncreatableFileIsReportedByNameAndLeavesNothingBehind)
+{
     TempFolder folder;
     CLoadArray loads;
     CTransformerArray transformers;
@@ -387,7 +410,8 @@ TEST(WorkbookFile, AnUncreatableFileIsReportedByNameAndLeavesNothingBehind) {
     }
 }
 
-TEST(WorkbookFile, ARefusedCellKeepsThePreviousFileAndLeavesNoTemporaryFile) {
+TEST(WorkbookFile, ARefusedCellKeepsThePreviousFileAndLeavesNoTemporaryFile)
+{
     TempFolder folder;
     const auto path = folder / "x.xlsx";
     std::ofstream(path) << "previous";
@@ -409,7 +433,8 @@ TEST(WorkbookFile, ARefusedCellKeepsThePreviousFileAndLeavesNoTemporaryFile) {
     EXPECT_TRUE(opener.opened.empty());
 }
 
-TEST(WorkbookFile, ReplacingCanBeRefusedAndAFolderIsNeverReplaced) {
+TEST(WorkbookFile, ReplacingCanBeRefusedAndAFolderIsNeverReplaced)
+{
     TempFolder folder;
     const auto path = folder / "x.xlsx";
     std::ofstream(path) << "previous";
@@ -430,7 +455,8 @@ TEST(WorkbookFile, ReplacingCanBeRefusedAndAFolderIsNeverReplaced) {
     EXPECT_EQ(folder.Entries(), (std::vector<std::string>{"d.xlsx", "x.xlsx"}));
 }
 
-TEST(XlsxWorkbook, RefusesWhatASpreadsheetWouldRefuse) {
+TEST(XlsxWorkbook, RefusesWhatASpreadsheetWouldRefuse)
+{
     TempFolder folder;
     CXlsxWorkbook workbook(folder / "x.xlsx");
     EXPECT_TRUE(workbook.CreateDispatch(kSpreadsheetProgId));
@@ -463,7 +489,8 @@ TEST(XlsxWorkbook, RefusesWhatASpreadsheetWouldRefuse) {
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"x.xlsx"});
 }
 
-TEST(DesktopOpener, SucceedsOnlyWhenTheLauncherStartsAndSucceeds) {
+TEST(DesktopOpener, SucceedsOnlyWhenTheLauncherStartsAndSucceeds)
+{
     EXPECT_TRUE(CDesktopOpener("/bin/true").Open("/nonexistent.xlsx"));
     EXPECT_FALSE(CDesktopOpener("/bin/false").Open("/nonexistent.xlsx"));
     EXPECT_FALSE(CDesktopOpener("/nonexistent/launcher").Open("/nonexistent.xlsx"));

@@ -2,8 +2,8 @@
 // the user inside its modal loop, and the output files are read back.
 
 #include <QAction>
-#include <QMenu>
 #include <QApplication>
+#include <QMenu>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>

@@ -10,7 +10,10 @@ using namespace loadcal;
 namespace {
 
 int g_ran = 0;
-void CountingCommand() { ++g_ran; }
+void CountingCommand()
+{
+    ++g_ran;
+}
 
 }  // namespace
 

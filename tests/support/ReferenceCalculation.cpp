@@ -10,8 +10,14 @@
 namespace loadcal::reference {
 namespace {
 
-double P(const std::wstring& s) { return ParseNumber(s); }
-std::wstring G(double v) { return FormatGByPrintf(v); }
+double P(const std::wstring& s)
+{
+    return ParseNumber(s);
+}
+std::wstring G(double v)
+{
+    return FormatGByPrintf(v);
+}
 
 bool Belongs(const CLoadCalData& c, const std::wstring& n)
 {
