@@ -1,6 +1,7 @@
 // Grid set-up and refill, cell editing, the choice list and context menus of
 // the calculation dialog, and the recalculations that show their results.
 #include <cmath>
+#include <optional>
 
 #include "dialog/LoadCalDiaog.h"
 #include "dialog/LoadCalResources.h"
@@ -12,6 +13,28 @@
 
 namespace loadcal {
 namespace {
+
+/// The grand total a cell of the load grid's total row shows, by column;
+/// nothing for the columns without a total.
+std::optional<std::wstring> TotalOfColumn(const SummaryTotals& totals, int column)
+{
+    switch (column) {
+        case 5:
+            return totals.installed;
+        case 8:
+            return totals.powerFactor;
+        case 9:
+            return totals.active;
+        case 10:
+            return totals.reactive;
+        case 11:
+            return totals.apparent;
+        case 12:
+            return totals.current;
+        default:
+            return std::nullopt;
+    }
+}
 
 /// Record field shown in load grid column k + 1 (the field setters' index k).
 int LoadFieldOfIndex(int k)
@@ -184,32 +207,8 @@ int CLoadCalDiaog::LoadDocument()
         }
         const SummaryTotals totals = ComputeTotals(m_arrLoad);
         for (int c = 1; c <= 13; ++c) {
-            std::wstring text;
-            switch (c) {
-                case 2:
-                    text = texts::kTotalLabel;
-                    break;
-                case 5:
-                    text = totals.installed;
-                    break;
-                case 8:
-                    text = totals.powerFactor;
-                    break;
-                case 9:
-                    text = totals.active;
-                    break;
-                case 10:
-                    text = totals.reactive;
-                    break;
-                case 11:
-                    text = totals.apparent;
-                    break;
-                case 12:
-                    text = totals.current;
-                    break;
-                default:
-                    break;
-            }
+            const std::wstring text = c == 2 ? std::wstring(texts::kTotalLabel)
+                                             : TotalOfColumn(totals, c).value_or(L"");
             m_gridLoad.SetItem(n + 3, c, text, GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 3, c, kComputedColour);
         }
@@ -256,30 +255,11 @@ void CLoadCalDiaog::RecalculateRow(int i)
 
 void CLoadCalDiaog::RefreshTotalCell(int column)
 {
-    const SummaryTotals totals = ComputeTotals(m_arrLoad);
-    std::wstring text;
-    switch (column) {
-        case 5:
-            text = totals.installed;
-            break;
-        case 8:
-            text = totals.powerFactor;
-            break;
-        case 9:
-            text = totals.active;
-            break;
-        case 10:
-            text = totals.reactive;
-            break;
-        case 11:
-            text = totals.apparent;
-            break;
-        case 12:
-            text = totals.current;
-            break;
-        default:
-            return;
+    const std::optional<std::wstring> total = TotalOfColumn(ComputeTotals(m_arrLoad), column);
+    if (!total) {
+        return;
     }
+    const std::wstring& text = *total;
     const int row = m_gridLoad.GetRowCount() - 1;
     m_gridLoad.SetItem(row, column, text, GVIS_READONLY, kDataFormat);
     m_gridLoad.RedrawCell(row, column);

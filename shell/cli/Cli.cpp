@@ -80,6 +80,17 @@ std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
     return host.ReportShown() ? host.Report() : std::wstring();
 }
 
+/// Checks the kinds of the input and (when given) output files before
+/// anything is read, then reads the input document.
+void ReadInput(const CliRun& run, CLoadArray& loads, CTransformerArray& transformers)
+{
+    DocumentKindOf(run.input);
+    if (!run.output.empty()) {
+        DocumentKindOf(run.output);
+    }
+    ReadDocument(run.input, loads, transformers);
+}
+
 void AddConvert(CLI::App& app, CliRun& run)
 {
     auto* cmd =
@@ -88,11 +99,9 @@ void AddConvert(CLI::App& app, CliRun& run)
     cmd->add_option("OUT", run.output, "document to write (.LDC or .json)")->required();
     cmd->callback([&run] {
         run.action = [&run] {
-            DocumentKindOf(run.input);
-            DocumentKindOf(run.output);
             CLoadArray loads;
             CTransformerArray transformers;
-            ReadDocument(run.input, loads, transformers);
+            ReadInput(run, loads, transformers);
             WriteDocument(run.output, loads, transformers);
         };
     });
@@ -116,13 +125,9 @@ void AddCalc(CLI::App& app, CliRun& run)
     cmd->add_flag("--json", run.json, "print the document as JSON instead of tables");
     cmd->callback([&run] {
         run.action = [&run] {
-            DocumentKindOf(run.input);
-            if (!run.output.empty()) {
-                DocumentKindOf(run.output);
-            }
             CLoadArray loads;
             CTransformerArray transformers;
-            ReadDocument(run.input, loads, transformers);
+            ReadInput(run, loads, transformers);
             const SummaryTotals totals = RecalculateDocument(loads, transformers);
             if (!run.output.empty()) {
                 WriteDocument(run.output, loads, transformers);
@@ -142,13 +147,9 @@ void AddBalance(CLI::App& app, CliRun& run)
     cmd->add_option("--seed", run.seed, "seed of the genetic search (default: fixed)");
     cmd->callback([&run] {
         run.action = [&run] {
-            DocumentKindOf(run.input);
-            if (!run.output.empty()) {
-                DocumentKindOf(run.output);
-            }
             CLoadArray loads;
             CTransformerArray transformers;
-            ReadDocument(run.input, loads, transformers);
+            ReadInput(run, loads, transformers);
             run.out << ToUtf8(BalancePhases(loads, transformers, run.seed));
             if (!run.output.empty()) {
                 WriteDocument(run.output, loads, transformers);
@@ -181,10 +182,9 @@ void AddExport(CLI::App& app, CliRun& run)
             if (!run.base.empty() && !(base = ParsePoint(run.base))) {
                 throw UsageError("--base " + run.base + ": expected X,Y or X,Y,Z");
             }
-            DocumentKindOf(run.input);
             CLoadArray loads;
             CTransformerArray transformers;
-            ReadDocument(run.input, loads, transformers);
+            ReadInput(run, loads, transformers);
             const SummaryTotals totals = ComputeTotals(loads);
             if (!run.xlsx.empty()) {
                 WriteWorkbook(run.xlsx, loads, transformers, totals);
