@@ -23,8 +23,13 @@ std::filesystem::path TempBeside(const std::filesystem::path& target)
     static std::mt19937_64 rng{std::random_device{}()};
     const auto folder =
         target.has_parent_path() ? target.parent_path() : std::filesystem::path(".");
-    return folder / ("." + target.filename().string() + ".tmp" + std::to_string(::getpid()) + "-" +
-                     std::to_string(rng() % 1000000000));
+    std::string name = ".";
+    name += target.filename().string();
+    name += ".tmp";
+    name += std::to_string(::getpid());
+    name += '-';
+    name += std::to_string(rng() % 1000000000);
+    return folder / name;
 }
 
 void FsyncPath(const std::filesystem::path& p, bool directory)

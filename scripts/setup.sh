@@ -15,7 +15,7 @@ esac
 
 packages=(
     cmake ninja-build g++ pkg-config
-    qt6-base-dev libxlsxwriter-dev libdxflib-dev nlohmann-json3-dev libcli11-dev
+    qt6-base-dev libxlsxwriter-dev zlib1g-dev libdxflib-dev nlohmann-json3-dev libcli11-dev
     fonts-wqy-zenhei qt6-translations-l10n xdg-utils
 )
 if [ "$mode" = test ]; then
