@@ -51,12 +51,12 @@ void CLoadCalDiaog::EndDialog(int result)
     Ui().EndDialog(result);
 }
 
-CFileDialogSpec CLoadCalDiaog::FileDialogSpec() const
+CFileDialogOptions CLoadCalDiaog::FileDialogSpec() const
 {
-    CFileDialogSpec spec;
-    spec.filter = texts::kArchiveFilter;
-    spec.defaultExtension = texts::kArchiveExtension;
-    return spec;
+    CFileDialogOptions options;
+    options.filter = texts::kArchiveFilter;
+    options.defaultExtension = texts::kArchiveExtension;
+    return options;
 }
 
 // ---- Window life and layout ----

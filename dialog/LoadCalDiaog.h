@@ -214,7 +214,7 @@ private:
     ILoadCalUi& Ui() const;
     int MessageBox(std::wstring_view text, std::wstring_view caption, unsigned style);
     void EndDialog(int result);
-    CFileDialogSpec FileDialogSpec() const;
+    CFileDialogOptions FileDialogSpec() const;
     void SetDocumentTitle();
     void OpenExistingFile(const std::wstring& path);
     static bool FileExists(const std::wstring& path);

@@ -20,7 +20,7 @@ inline constexpr unsigned MB_ICONQUESTION = 0x0020;
 inline constexpr unsigned MB_ICONINFORMATION = 0x0040;
 
 /// What a file dialog is opened with.
-struct CFileDialogSpec {
+struct CFileDialogOptions {
     std::wstring filter;            ///< "负荷计算存档文件(*.LDC)|*.LDC||"
     std::wstring defaultExtension;  ///< "LDC", appended when the user types none
     std::wstring initialName;       ///< empty
@@ -56,8 +56,8 @@ public:
 
     /// File dialogs; the chosen full path (with the default extension added
     /// when the user typed none), or nothing when cancelled.
-    virtual std::optional<std::wstring> OpenFileDialog(const CFileDialogSpec& spec) = 0;
-    virtual std::optional<std::wstring> SaveFileDialog(const CFileDialogSpec& spec) = 0;
+    virtual std::optional<std::wstring> OpenFileDialog(const CFileDialogOptions& options) = 0;
+    virtual std::optional<std::wstring> SaveFileDialog(const CFileDialogOptions& options) = 0;
 
     virtual void SetWindowText(const std::wstring& title) = 0;
 

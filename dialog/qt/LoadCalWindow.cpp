@@ -373,14 +373,15 @@ int CLoadCalWindow::MessageBox(const std::wstring& text, const std::wstring& cap
     }
 }
 
-std::optional<std::wstring> CLoadCalWindow::RunArchiveDialog(const CFileDialogSpec& spec, bool save)
+std::optional<std::wstring> CLoadCalWindow::RunArchiveDialog(const CFileDialogOptions& options,
+                                                             bool save)
 {
     FileDialogRequest request;
     request.save = save;
-    request.filter = spec.filter;
-    request.defaultExtension = spec.defaultExtension;
-    request.proposedName = ToQString(spec.initialName);
-    request.confirmOverwrite = spec.overwritePrompt;
+    request.filter = options.filter;
+    request.defaultExtension = options.defaultExtension;
+    request.proposedName = ToQString(options.initialName);
+    request.confirmOverwrite = options.overwritePrompt;
     if (!m_dialog.GetFilePath().empty()) {
         request.directory = QFileInfo(ToQString(m_dialog.GetFilePath())).absolutePath();
     }
@@ -391,14 +392,14 @@ std::optional<std::wstring> CLoadCalWindow::RunArchiveDialog(const CFileDialogSp
     return ToWString(*path);
 }
 
-std::optional<std::wstring> CLoadCalWindow::OpenFileDialog(const CFileDialogSpec& spec)
+std::optional<std::wstring> CLoadCalWindow::OpenFileDialog(const CFileDialogOptions& options)
 {
-    return RunArchiveDialog(spec, false);
+    return RunArchiveDialog(options, false);
 }
 
-std::optional<std::wstring> CLoadCalWindow::SaveFileDialog(const CFileDialogSpec& spec)
+std::optional<std::wstring> CLoadCalWindow::SaveFileDialog(const CFileDialogOptions& options)
 {
-    return RunArchiveDialog(spec, true);
+    return RunArchiveDialog(options, true);
 }
 
 void CLoadCalWindow::SetWindowText(const std::wstring& title)

@@ -47,8 +47,8 @@ public:
 
     // ILoadCalUi
     int MessageBox(const std::wstring& text, const std::wstring& caption, unsigned style) override;
-    std::optional<std::wstring> OpenFileDialog(const CFileDialogSpec& spec) override;
-    std::optional<std::wstring> SaveFileDialog(const CFileDialogSpec& spec) override;
+    std::optional<std::wstring> OpenFileDialog(const CFileDialogOptions& options) override;
+    std::optional<std::wstring> SaveFileDialog(const CFileDialogOptions& options) override;
     /// Sets the title and lets it reach the screen at once: the phase search
     /// blocks the event loop while it writes its progress into the title, so
     /// pending paint and window-system events are processed here (user input
@@ -101,7 +101,7 @@ private:
     void ApplyTrackingLimits();
     int MenuHeight() const;
     void LayOut();
-    std::optional<std::wstring> RunArchiveDialog(const CFileDialogSpec& spec, bool save);
+    std::optional<std::wstring> RunArchiveDialog(const CFileDialogOptions& options, bool save);
 
     CLoadCalDiaog& m_dialog;
     IModalRunner* m_pRunner;

@@ -30,15 +30,15 @@ int ScriptedUi::MessageBox(const std::wstring& text, const std::wstring& caption
     return answer;
 }
 
-std::optional<std::wstring> ScriptedUi::OpenFileDialog(const CFileDialogSpec& spec)
+std::optional<std::wstring> ScriptedUi::OpenFileDialog(const CFileDialogOptions& options)
 {
-    openDialogs.push_back(spec);
+    openDialogs.push_back(options);
     return Next(openAnswers);
 }
 
-std::optional<std::wstring> ScriptedUi::SaveFileDialog(const CFileDialogSpec& spec)
+std::optional<std::wstring> ScriptedUi::SaveFileDialog(const CFileDialogOptions& options)
 {
-    saveDialogs.push_back(spec);
+    saveDialogs.push_back(options);
     return Next(saveAnswers);
 }
 

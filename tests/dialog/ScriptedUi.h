@@ -30,8 +30,8 @@ public:
     std::deque<CPopupResult> menuAnswers;
 
     std::vector<AskedBox> boxes;
-    std::vector<CFileDialogSpec> openDialogs;
-    std::vector<CFileDialogSpec> saveDialogs;
+    std::vector<CFileDialogOptions> openDialogs;
+    std::vector<CFileDialogOptions> saveDialogs;
     std::vector<std::wstring> titles;
     struct ChoiceShown {
         std::vector<std::wstring> names;
@@ -47,8 +47,8 @@ public:
     int centres = 0;
 
     int MessageBox(const std::wstring& text, const std::wstring& caption, unsigned style) override;
-    std::optional<std::wstring> OpenFileDialog(const CFileDialogSpec& spec) override;
-    std::optional<std::wstring> SaveFileDialog(const CFileDialogSpec& spec) override;
+    std::optional<std::wstring> OpenFileDialog(const CFileDialogOptions& options) override;
+    std::optional<std::wstring> SaveFileDialog(const CFileDialogOptions& options) override;
     void SetWindowText(const std::wstring& title) override { titles.push_back(title); }
     std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
                                                             const std::vector<bool>& marks, int row,
