@@ -1,17 +1,23 @@
 #include "tests/output/OutputTestSupport.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <algorithm>
 #include <cstdio>
-#include <fstream>
-#include <random>
-#include <sstream>
 
 #include "model/Text.h"
 
 namespace loadcal::testoutput {
+
+const std::array<std::wstring, 13> kLoadTitles = {
+    L"回路编号",      L"设备编号",    L"设备名称",         L"相位",         L"额定容量(kW)",
+    L"工作电压(kV)",  L"需要系数(K)", L"功率因数(cos(φ))", L"计算有功(kW)", L"计算无功(kVar)",
+    L"视在功率(kVA)", L"计算电流(A)", L"归属变压器"};
+
+const std::array<std::wstring, 16> kTransformerTitles = {
+    L"变压器名称",     L"额定容量(kVA)",  L"实际负载率%",   L"预计负荷率%",
+    L"同时系数(Kp)",   L"同时系数(Kq)",   L"计算有功(kW)",  L"计算无功(kVar)",
+    L"视在功率(kVA)",  L"计算电流(A)",    L"有功补偿系数α", L"无功补偿系数β",
+    L"补偿前功率因数", L"补偿后功率因数", L"补偿容量",      L"实际补偿容量"};
 
 CLoadCalData Circuit(int k)
 {
@@ -85,47 +91,21 @@ std::array<std::wstring, 16> TransformerRow(const CTransformerCalData& t)
             t.m_strActualCompCapacity};
 }
 
-void MakeDocument(int n, int m, CLoadArray& loads, CTransformerArray& transformers)
+Document MakeDocument(int n, int m)
 {
-    loads.RemoveAll();
-    transformers.RemoveAll();
+    Document d;
     for (int k = 0; k < n; ++k) {
-        loads.Add(Circuit(k));
+        d.loads.Add(Circuit(k));
     }
     for (int i = 0; i < m; ++i) {
-        transformers.Add(Transformer(i));
+        d.transformers.Add(Transformer(i));
     }
+    return d;
 }
 
 SummaryTotals DistinctTotals()
 {
     return {L"101.5", L"82.25", L"61.75", L"102.7", L"0.801", L"156.03"};
-}
-
-TempFolder::TempFolder()
-{
-    static std::mt19937_64 rng{std::random_device{}()};
-    m_path = std::filesystem::temp_directory_path() /
-             ("loadcal-output-test-" + std::to_string(::getpid()) + "-" + std::to_string(rng()));
-    std::filesystem::create_directories(m_path);
-}
-
-TempFolder::~TempFolder()
-{
-    std::error_code ec;
-    std::filesystem::permissions(m_path, std::filesystem::perms::owner_all,
-                                 std::filesystem::perm_options::add, ec);
-    std::filesystem::remove_all(m_path, ec);
-}
-
-std::vector<std::string> TempFolder::Entries() const
-{
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_path)) {
-        names.push_back(entry.path().filename().string());
-    }
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& file)
@@ -160,14 +140,6 @@ nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& fi
 std::string Utf8(const std::wstring& text)
 {
     return ToUtf8(text);
-}
-
-std::string ReadFile(const std::filesystem::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
 }
 
 }  // namespace loadcal::testoutput

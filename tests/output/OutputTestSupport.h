@@ -1,18 +1,28 @@
 #pragma once
 
-// Documents, temporary folders and the independent readers (ezdxf, openpyxl
+// Documents, table titles and the independent readers (ezdxf, openpyxl
 // through /usr/bin/python3) shared by the output tests.
 
 #include <array>
 #include <filesystem>
+#include <optional>
 #include <string>
 
 #include <nlohmann/json.hpp>
 
 #include "model/Calculation.h"
 #include "model/Records.h"
+#include "output/OutputError.h"
+#include "tests/support/TempFolder.h"
 
 namespace loadcal::testoutput {
+
+using testsupport::ReadBytes;
+using testsupport::TempFolder;
+
+/// The titles of both tables as designers read them, written out here on purpose.
+extern const std::array<std::wstring, 13> kLoadTitles;
+extern const std::array<std::wstring, 16> kTransformerTitles;
 
 /// Circuit k with every field set to a distinct, recognisable text (Chinese
 /// names, the owner "1#变压器").
@@ -26,28 +36,15 @@ CTransformerCalData Transformer(int m);
 std::array<std::wstring, 13> CircuitRow(const CLoadCalData& c);
 std::array<std::wstring, 16> TransformerRow(const CTransformerCalData& t);
 
-/// n circuits and m transformers.
-void MakeDocument(int n, int m, CLoadArray& loads, CTransformerArray& transformers);
+/// A document of n circuits Circuit(0..n-1) and m transformers Transformer(0..m-1).
+struct Document {
+    CLoadArray loads;
+    CTransformerArray transformers;
+};
+Document MakeDocument(int n, int m);
 
 /// Totals with distinct texts, so that each total can be found in its cell.
 SummaryTotals DistinctTotals();
-
-/// A fresh folder under the system's temporary folder, removed with everything
-/// in it on destruction.
-class TempFolder {
-public:
-    TempFolder();
-    ~TempFolder();
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    const std::filesystem::path& Path() const { return m_path; }
-    std::filesystem::path operator/(const std::string& name) const { return m_path / name; }
-    /// Names of the entries in the folder, sorted.
-    std::vector<std::string> Entries() const;
-
-private:
-    std::filesystem::path m_path;
-};
 
 /// Runs tests/output/read_outputs.py (kind "dxf" or "xlsx") on file and
 /// returns its JSON. Fails the calling test (and returns null) when the reader
@@ -55,6 +52,17 @@ private:
 nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& file);
 
 std::string Utf8(const std::wstring& text);
-std::string ReadFile(const std::filesystem::path& file);
+
+/// The OutputError a call throws, or nothing when it throws none.
+template <class Call>
+std::optional<OutputError> ErrorOf(Call&& call)
+{
+    try {
+        call();
+    } catch (const OutputError& e) {
+        return e;
+    }
+    return std::nullopt;
+}
 
 }  // namespace loadcal::testoutput

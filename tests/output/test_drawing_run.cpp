@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "output/Drawing.h"
 #include "output/DrawingRun.h"
 #include "output/PointSource.h"
@@ -17,17 +15,6 @@ using namespace loadcal;
 using namespace loadcal::testoutput;
 
 namespace {
-
-const std::array<std::wstring, 13> kLoadTitles = {
-    L"回路编号",      L"设备编号",    L"设备名称",         L"相位",         L"额定容量(kW)",
-    L"工作电压(kV)",  L"需要系数(K)", L"功率因数(cos(φ))", L"计算有功(kW)", L"计算无功(kVar)",
-    L"视在功率(kVA)", L"计算电流(A)", L"归属变压器"};
-
-const std::array<std::wstring, 16> kTransformerTitles = {
-    L"变压器名称",     L"额定容量(kVA)",  L"实际负载率%",   L"预计负荷率%",
-    L"同时系数(Kp)",   L"同时系数(Kq)",   L"计算有功(kW)",  L"计算无功(kVar)",
-    L"视在功率(kVA)",  L"计算电流(A)",    L"有功补偿系数α", L"无功补偿系数β",
-    L"补偿前功率因数", L"补偿后功率因数", L"补偿容量",      L"实际补偿容量"};
 
 const std::string kStyleCommand =
     R"("_.STYLE" "LOADCALSTYLE" "ROMANS6,HZTXT" "" "0.7" "" "" "" "")";
@@ -99,28 +86,29 @@ const std::vector<std::string> kOpeningCalls = {
     "getpoint \n请选择绘制基点<回车结束>:",
 };
 
-/// Runs the table into an in-memory drawing that records its commands.
-std::vector<std::string> Commands(int n, int m, CadPoint base, double scale = 1.0)
+/// The commands of a header row whose top-left corner is (x, y, z): top line,
+/// left border, the bottom line (load table), per column the title and the
+/// right border, then the bottom line (transformer table).
+template <size_t N>
+std::vector<std::string> HeaderRow(double x, double y, double z,
+                                   const std::array<std::wstring, N>& titles, bool bottomLast)
 {
-    CLoadArray loads;
-    CTransformerArray transformers;
-    MakeDocument(n, m, loads, transformers);
-    CFixedPointSource points(base);
-    CDrawing drawing(scale, &points);
-    drawing.RecordCommands(true);
-    EXPECT_TRUE(DrawCalculationTable(drawing, loads, transformers, DistinctTotals()));
-    std::vector<std::string> out;
-    for (const CadCommand& c : drawing.Commands()) {
-        out.push_back(Describe(c));
+    const double right = x + 30.0 * N;
+    std::vector<std::string> row = {LineText({x, y, z}, {right, y, z}),
+                                    LineText({x, y, z}, {x, y - 10, z})};
+    const std::string bottom = LineText({x, y - 10, z}, {right, y - 10, z});
+    if (!bottomLast) {
+        row.push_back(bottom);
     }
-    return out;
-}
-
-std::vector<std::string> Slice(const std::vector<std::string>& v, size_t from, size_t count)
-{
-    EXPECT_LE(from + count, v.size());
-    return {v.begin() + static_cast<long>(std::min(from, v.size())),
-            v.begin() + static_cast<long>(std::min(from + count, v.size()))};
+    for (size_t i = 0; i < N; ++i) {
+        const double cell = x + 30.0 * static_cast<double>(i);
+        row.push_back(TextText({cell + 15, y - 5, z}, 3.5, titles[i]));
+        row.push_back(LineText({cell + 30, y, z}, {cell + 30, y - 10, z}));
+    }
+    if (bottomLast) {
+        row.push_back(bottom);
+    }
+    return row;
 }
 
 /// The commands of a body row whose top-left corner is (x, y, z): left border,
@@ -155,10 +143,8 @@ std::array<std::optional<std::wstring>, N> AllTexts(const std::array<std::wstrin
 TEST(DrawingRun, DecliningTheBasePointRestoresLayerAndStyleButLeavesObjectSnapOff)
 {
     RecordingHost host;
-    CLoadArray loads;
-    CTransformerArray transformers;
-    MakeDocument(2, 1, loads, transformers);
-    EXPECT_FALSE(DrawCalculationTable(host, loads, transformers, DistinctTotals()));
+    const Document d = MakeDocument(2, 1);
+    EXPECT_FALSE(DrawCalculationTable(host, d.loads, d.transformers, DistinctTotals()));
 
     std::vector<std::string> expected = kOpeningCalls;
     expected.push_back(R"("_.LAYER" "S" "墙体" "")");
@@ -166,76 +152,53 @@ TEST(DrawingRun, DecliningTheBasePointRestoresLayerAndStyleButLeavesObjectSnapOf
     EXPECT_EQ(host.calls, expected);
 }
 
-TEST(DrawingRun, ACompletedRunRestoresLayerStyleAndObjectSnapLast)
+TEST(DrawingRun, ACompletedRunRestoresLayerStyleAndObjectSnapLastWhenItWasAShortInteger)
 {
-    RecordingHost host;
-    host.point = CadPoint{0, 0, 0};
-    CLoadArray loads;
-    CTransformerArray transformers;
-    EXPECT_TRUE(DrawCalculationTable(host, loads, transformers, DistinctTotals()));
+    for (const bool isShort : {true, false}) {
+        RecordingHost host;
+        host.point = CadPoint{0, 0, 0};
+        host.osmode = isShort ? CadValue(short{37}) : CadValue(37.0);
+        EXPECT_TRUE(
+            DrawCalculationTable(host, CLoadArray(), CTransformerArray(), DistinctTotals()));
 
-    ASSERT_GT(host.calls.size(), kOpeningCalls.size() + 3);
-    EXPECT_EQ(Slice(host.calls, 0, kOpeningCalls.size()), kOpeningCalls);
-    const std::vector<std::string> closing = {R"("_.LAYER" "S" "墙体" "")", "settextstyle 仿宋",
-                                              "setvar OSMODE short 37"};
-    EXPECT_EQ(Slice(host.calls, host.calls.size() - 3, 3), closing);
-    // Empty lists: load header 29 commands, blank row 15, total row 22,
-    // transformer header 35.
-    EXPECT_EQ(host.calls.size(), kOpeningCalls.size() + 29 + 15 + 22 + 35 + 3);
+        ASSERT_GT(host.calls.size(), kOpeningCalls.size() + 3);
+        EXPECT_EQ(
+            std::vector<std::string>(host.calls.begin(), host.calls.begin() + kOpeningCalls.size()),
+            kOpeningCalls);
+        std::vector<std::string> closing = {R"("_.LAYER" "S" "墙体" "")", "settextstyle 仿宋"};
+        if (isShort) {
+            closing.push_back("setvar OSMODE short 37");
+        }
+        EXPECT_EQ(std::vector<std::string>(host.calls.end() - static_cast<long>(closing.size()),
+                                           host.calls.end()),
+                  closing);
+        // Empty lists: load header 29 commands, blank row 15, total row 22,
+        // transformer header 35.
+        EXPECT_EQ(host.calls.size(), kOpeningCalls.size() + 29 + 15 + 22 + 35 + closing.size());
+    }
 }
 
-TEST(DrawingRun, ObjectSnapThatIsNotAShortIntegerIsNotRestored)
+TEST(DrawingRun, BothTablesAreDrawnRowByRowAndCellByCellFromTheBasePoint)
 {
-    RecordingHost host;
-    host.point = CadPoint{0, 0, 0};
-    host.osmode = CadValue(37.0);
-    CLoadArray loads;
-    CTransformerArray transformers;
-    DrawCalculationTable(host, loads, transformers, DistinctTotals());
-    EXPECT_EQ(host.calls[1], "setvar OSMODE short 0");
-    EXPECT_EQ(host.calls.back(), "settextstyle 仿宋");
-}
+    // From (100, 200, 7): the style, the load header, two circuits (their
+    // voltage between rated power and demand factor), a blank row, the total
+    // row with its filled columns only, an empty row, the transformer header
+    // with its bottom line last, two transformers without their spare field,
+    // and the layer set back.
+    const Document d = MakeDocument(2, 2);
+    CFixedPointSource points(CadPoint{100, 200, 7});
+    CDrawing drawing(1.0, &points);
+    drawing.RecordCommands(true);
+    ASSERT_TRUE(DrawCalculationTable(drawing, d.loads, d.transformers, DistinctTotals()));
 
-TEST(DrawingRun, LoadHeaderDrawsTopLeftAndBottomLinesThenEachTitleAndItsRightBorder)
-{
-    const auto commands = Commands(1, 1, {100, 200, 7});
-    ASSERT_FALSE(commands.empty());
-    EXPECT_EQ(commands[0], kStyleCommand);
-
-    std::vector<std::string> expected = {
-        LineText({100, 200, 7}, {490, 200, 7}),
-        LineText({100, 200, 7}, {100, 190, 7}),
-        LineText({100, 190, 7}, {490, 190, 7}),
+    std::vector<std::string> expected = {kStyleCommand};
+    const auto append = [&](const std::vector<std::string>& row) {
+        expected.insert(expected.end(), row.begin(), row.end());
     };
-    for (size_t i = 0; i < 13; ++i) {
-        const double x = 100 + 30.0 * static_cast<double>(i);
-        expected.push_back(TextText({x + 15, 195, 7}, 3.5, kLoadTitles[i]));
-        expected.push_back(LineText({x + 30, 200, 7}, {x + 30, 190, 7}));
-    }
-    EXPECT_EQ(Slice(commands, 1, expected.size()), expected);
-}
-
-TEST(DrawingRun, CircuitRowsShowTheirFieldsInTableOrderOneRowBelowTheOther)
-{
-    const auto commands = Commands(2, 0, {0, 0, 0});
-    for (int k = 0; k < 2; ++k) {
-        const auto expected = BodyRow<13>(0, -10.0 * (k + 1), 0, AllTexts(CircuitRow(Circuit(k))));
-        EXPECT_EQ(Slice(commands, 30 + 28 * static_cast<size_t>(k), 28), expected)
-            << "circuit " << k;
-    }
-    // The voltage stands between rated power and demand factor.
-    EXPECT_EQ(commands[30 + 1 + 2 * 5], TextText({165, -15, 0}, 3.5, L"0.38"));
-    EXPECT_EQ(commands[30 + 1 + 2 * 6], TextText({195, -15, 0}, 3.5, L"0.70"));
-}
-
-TEST(DrawingRun, BlankRowHasNoTextsAndTotalRowOnlyItsFilledColumns)
-{
-    const int n = 2;
-    const auto commands = Commands(n, 0, {0, 0, 0});
-    const size_t blank = 1 + 29 + 28 * n;
-    EXPECT_EQ(Slice(commands, blank, 15),
-              BodyRow<13>(0, -30, 0, std::array<std::optional<std::wstring>, 13>{}));
-
+    append(HeaderRow(100, 200, 7, kLoadTitles, false));
+    append(BodyRow<13>(100, 190, 7, AllTexts(CircuitRow(Circuit(0)))));
+    append(BodyRow<13>(100, 180, 7, AllTexts(CircuitRow(Circuit(1)))));
+    append(BodyRow<13>(100, 170, 7, std::array<std::optional<std::wstring>, 13>{}));
     std::array<std::optional<std::wstring>, 13> total;
     total[1] = L"总计";
     total[4] = L"101.5";    // rated power
@@ -244,87 +207,26 @@ TEST(DrawingRun, BlankRowHasNoTextsAndTotalRowOnlyItsFilledColumns)
     total[9] = L"61.75";    // reactive
     total[10] = L"102.7";   // apparent
     total[11] = L"156.03";  // current
-    EXPECT_EQ(Slice(commands, blank + 15, 22), BodyRow<13>(0, -40, 0, total));
-}
+    append(BodyRow<13>(100, 160, 7, total));
+    append(HeaderRow(100, 140, 7, kTransformerTitles, true));
+    append(BodyRow<16>(100, 130, 7, AllTexts(TransformerRow(Transformer(0)))));
+    append(BodyRow<16>(100, 120, 7, AllTexts(TransformerRow(Transformer(1)))));
+    expected.push_back(R"("_.LAYER" "S" "0" "")");
 
-TEST(DrawingRun, TransformerTableStartsTwoRowsBelowTheTotalRowWithItsBottomLineLast)
-{
-    const int n = 1;
-    const auto commands = Commands(n, 2, {0, 0, 0});
-    const size_t header = 1 + 29 + 28 * n + 15 + 22;
-    const double top = -10.0 * (n + 4);
-    std::vector<std::string> expected = {
-        LineText({0, top, 0}, {480, top, 0}),
-        LineText({0, top, 0}, {0, top - 10, 0}),
-    };
-    for (size_t i = 0; i < 16; ++i) {
-        const double x = 30.0 * static_cast<double>(i);
-        expected.push_back(TextText({x + 15, top - 5, 0}, 3.5, kTransformerTitles[i]));
-        expected.push_back(LineText({x + 30, top, 0}, {x + 30, top - 10, 0}));
+    ASSERT_EQ(drawing.Commands().size(), expected.size());
+    for (size_t i = 0; i < expected.size(); ++i) {
+        EXPECT_EQ(Describe(drawing.Commands()[i]), expected[i]) << "command " << i;
     }
-    expected.push_back(LineText({0, top - 10, 0}, {480, top - 10, 0}));
-    EXPECT_EQ(Slice(commands, header, 35), expected);
-
-    for (int m = 0; m < 2; ++m) {
-        const auto row =
-            BodyRow<16>(0, top - 10.0 * (m + 1), 0, AllTexts(TransformerRow(Transformer(m))));
-        EXPECT_EQ(Slice(commands, header + 35 + 34 * static_cast<size_t>(m), 34), row);
-    }
-    EXPECT_EQ(commands.back(), R"("_.LAYER" "S" "0" "")");
-    EXPECT_EQ(commands.size(), header + 35 + 2 * 34 + 1);
-    for (const std::string& c : commands) {
-        EXPECT_EQ(c.find("SPARE"), std::string::npos) << c;
-    }
-}
-
-TEST(DrawingRun, HorizontalLinesLieOnRowBoundariesWithOneEmptyRowBetweenTables)
-{
-    CLoadArray loads;
-    CTransformerArray transformers;
-    MakeDocument(3, 2, loads, transformers);
-    CFixedPointSource points(CadPoint{0, 0, 0});
-    CDrawing drawing(1.0, &points);
-    ASSERT_TRUE(DrawCalculationTable(drawing, loads, transformers, DistinctTotals()));
-
-    // Load table from 0 down to -60 (header, 3 circuits, blank, total), the
-    // empty row from -60 to -70, the transformer table from -70 to -100.
-    std::set<double> rows;
-    for (const CadLine& line : drawing.Lines()) {
-        if (line.start.y == line.end.y) {
-            rows.insert(line.start.y);
-        }
-        EXPECT_FALSE(std::max(line.start.y, line.end.y) > -70 &&
-                     std::min(line.start.y, line.end.y) < -60)
-            << "a line crosses the empty row at y " << line.start.y << " .. " << line.end.y;
-    }
-    EXPECT_EQ(rows, (std::set<double>{0, -10, -20, -30, -40, -50, -60, -70, -80, -90, -100}));
-    // header 16, circuits 3 x 15, blank 15, total 15, transformer header 19,
-    // transformers 2 x 18 lines; texts: 13 + 3 x 13 + 7 + 16 + 2 x 16.
-    EXPECT_EQ(drawing.Lines().size(), 146u);
-    EXPECT_EQ(drawing.Texts().size(), 107u);
-}
-
-TEST(DrawingRun, ScaleTwoDoublesCellsAndTextHeight)
-{
-    const auto commands = Commands(0, 0, {0, 0, 0}, 2.0);
-    EXPECT_EQ(commands[1], LineText({0, 0, 0}, {780, 0, 0}));
-    EXPECT_EQ(commands[2], LineText({0, 0, 0}, {0, -20, 0}));
-    EXPECT_EQ(commands[4], TextText({30, -10, 0}, 7, kLoadTitles[0]));
-    EXPECT_EQ(commands[5], LineText({60, 0, 0}, {60, -20, 0}));
-    // Transformer header of an empty document: top at -2 x 10 x (0 + 4).
-    EXPECT_EQ(commands[1 + 29 + 15 + 22], LineText({0, -80, 0}, {960, -80, 0}));
 }
 
 TEST(DrawingRun, AnEmptyCellSendsAnEmptyTextWhichDrawsNothing)
 {
-    CLoadArray loads;
-    CTransformerArray transformers;
-    MakeDocument(1, 0, loads, transformers);
-    loads[0].m_strEquipNo.clear();
+    Document d = MakeDocument(1, 0);
+    d.loads[0].m_strEquipNo.clear();
     CFixedPointSource points(CadPoint{0, 0, 0});
     CDrawing drawing(1.0, &points);
     drawing.RecordCommands(true);
-    DrawCalculationTable(drawing, loads, transformers, DistinctTotals());
+    DrawCalculationTable(drawing, d.loads, d.transformers, DistinctTotals());
     EXPECT_EQ(Describe(drawing.Commands()[30 + 3]), TextText({45, -15, 0}, 3.5, L""));
     EXPECT_EQ(drawing.Texts().size(), 13u + 12u + 7u + 16u);
 }

@@ -37,13 +37,12 @@ private:
 
 json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale)
 {
-    CLoadArray loads;
-    CTransformerArray transformers;
-    MakeDocument(n, m, loads, transformers);
+    const Document d = MakeDocument(n, m);
     CFixedPointSource points(base);
     const auto path = folder / "table.dxf";
-    EXPECT_EQ(ExportDrawing(loads, transformers, DistinctTotals(), {path, scale, false}, points),
-              DrawingExportResult::Written);
+    EXPECT_EQ(
+        ExportDrawing(d.loads, d.transformers, DistinctTotals(), {path, scale, false}, points),
+        DrawingExportResult::Written);
     return ReadBack("dxf", path);
 }
 
@@ -108,6 +107,7 @@ TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace)
     EXPECT_EQ((*style)["font"], "romans6.shx");
     EXPECT_EQ((*style)["bigfont"], "hztxt.shx");
     EXPECT_DOUBLE_EQ((*style)["width"].get<double>(), 0.7);
+    EXPECT_DOUBLE_EQ((*style)["height"].get<double>(), 0.0);  // TEXT asks the height
 
     // Lines: header 16, circuits 3 x 15, blank 15, total 15, transformer
     // header 19, transformers 2 x 18. Texts: 13 + 3 x 13 + 7 + 16 + 2 x 16.
@@ -155,10 +155,14 @@ TEST(DxfFile, ScaleTwoDoublesTextHeightAndTableSize)
         EXPECT_DOUBLE_EQ(t["height"].get<double>(), 7.0);
     }
     ExpectTextAt(dxf, "回路编号", 30, -10);
-    double maxX = 0;
+    // One circuit and one transformer: seven rows of 20 (header, circuit,
+    // blank, total, empty, transformer header, transformer), 16 columns of 60.
+    double minY = 0, maxX = 0;
     for (const json& line : dxf["lines"]) {
+        minY = std::min({minY, line[1].get<double>(), line[4].get<double>()});
         maxX = std::max({maxX, line[0].get<double>(), line[3].get<double>()});
     }
+    EXPECT_DOUBLE_EQ(minY, -140);
     EXPECT_DOUBLE_EQ(maxX, 960);
 }
 
@@ -174,33 +178,38 @@ TEST(DxfFile, EmptyListsStillDrawBothHeadersBlankAndTotalRows)
     ExpectTextAt(dxf, "变压器名称", 15, -45);
 }
 
-TEST(DxfFile, ADeclinedRunSavedAnywayKeepsObjectSnapOffInTheHeader)
+TEST(DxfFile, ADeclinedRunSavedAnywayHasStyleAndLayerButNothingDrawnAndObjectSnapOff)
 {
     TempFolder folder;
-    CLoadArray loads;
-    CTransformerArray transformers;
     CFixedPointSource declines(std::nullopt);
     CDrawing drawing(1.0, &declines);
-    ASSERT_FALSE(DrawCalculationTable(drawing, loads, transformers, DistinctTotals()));
+    const Document d = MakeDocument(2, 1);
+    ASSERT_FALSE(DrawCalculationTable(drawing, d.loads, d.transformers, DistinctTotals()));
     SaveDrawing(drawing, folder / "declined.dxf", false);
     const json dxf = ReadBack("dxf", folder / "declined.dxf");
     ASSERT_TRUE(dxf.is_object());
     EXPECT_EQ(dxf["header"]["$OSMODE"], 0);
     EXPECT_EQ(dxf["header"]["$CLAYER"], "0");
+    EXPECT_EQ(dxf["header"]["$TEXTSTYLE"], "Standard");
     EXPECT_TRUE(dxf["lines"].empty());
+    EXPECT_TRUE(dxf["texts"].empty());
     EXPECT_NE(FindNamed(dxf["styles"], "LOADCALSTYLE"), nullptr);
+    EXPECT_NE(FindNamed(dxf["layers"], "CALCULATIONS"), nullptr);
 }
 
-TEST(DxfFile, DecliningTheBasePointWritesNoFile)
+TEST(DxfFile, NoFileIsWrittenWhenTheBasePointIsDeclinedOrTheScaleIsNotPositive)
 {
     TempFolder folder;
-    CLoadArray loads;
-    CTransformerArray transformers;
     CountingPoints declines(std::nullopt);
-    EXPECT_EQ(ExportDrawing(loads, transformers, DistinctTotals(), {folder / "t.dxf", 1.0, false},
-                            declines),
+    EXPECT_EQ(ExportDrawing({}, {}, DistinctTotals(), {folder / "t.dxf", 1.0, false}, declines),
               DrawingExportResult::Declined);
     EXPECT_EQ(declines.asked, 1);
+
+    // A bad scale is refused before the question.
+    CountingPoints points(CadPoint{0, 0, 0});
+    EXPECT_THROW(ExportDrawing({}, {}, DistinctTotals(), {folder / "t.dxf", 0.0, false}, points),
+                 OutputError);
+    EXPECT_EQ(points.asked, 0);
     EXPECT_TRUE(folder.Entries().empty());
 }
 
@@ -209,22 +218,19 @@ TEST(DxfFile, AnExistingFileIsRefusedBeforeTheQuestionUnlessReplacingIsAllowed)
     TempFolder folder;
     const auto path = folder / "t.dxf";
     std::ofstream(path) << "previous";
-    CLoadArray loads;
-    CTransformerArray transformers;
     CountingPoints points(CadPoint{0, 0, 0});
-    try {
-        ExportDrawing(loads, transformers, DistinctTotals(), {path, 1.0, false}, points);
-        ADD_FAILURE() << "no error";
-    } catch (const OutputError& e) {
-        EXPECT_EQ(e.GetKind(), OutputError::Kind::FileExists);
-        EXPECT_NE(std::string(e.what()).find(path.string()), std::string::npos);
-    }
+    const auto error = ErrorOf([&] {
+        ExportDrawing({}, {}, DistinctTotals(), {path, 1.0, false}, points);
+    });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->GetKind(), OutputError::Kind::FileExists);
+    EXPECT_NE(std::string(error->what()).find(path.string()), std::string::npos);
     EXPECT_EQ(points.asked, 0);
-    EXPECT_EQ(ReadFile(path), "previous");
+    EXPECT_EQ(ReadBytes(path), "previous");
 
-    EXPECT_EQ(ExportDrawing(loads, transformers, DistinctTotals(), {path, 1.0, true}, points),
+    EXPECT_EQ(ExportDrawing({}, {}, DistinctTotals(), {path, 1.0, true}, points),
               DrawingExportResult::Written);
-    EXPECT_EQ(ReadFile(path).substr(0, 9), "  0\nSECTI");
+    EXPECT_EQ(ReadBytes(path).substr(0, 9), "  0\nSECTI");
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
 }
 
@@ -234,10 +240,10 @@ TEST(DxfFile, AFileAppearingDuringTheRunIsStillNotReplaced)
     const auto path = folder / "t.dxf";
     CDrawing drawing;
     SaveDrawing(drawing, path, false);
-    const std::string first = ReadFile(path);
+    const std::string first = ReadBytes(path);
     drawing.SetToCurrentLayer(L"OTHER", nullptr, nullptr, nullptr);
     EXPECT_THROW(SaveDrawing(drawing, path, false), OutputError);
-    EXPECT_EQ(ReadFile(path), first);
+    EXPECT_EQ(ReadBytes(path), first);
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
 }
 
@@ -250,29 +256,14 @@ TEST(DxfFile, AFailedWriteLeavesThePreviousContentAndNoTemporaryFile)
     std::filesystem::create_directory(target);
     std::ofstream(target / "inside") << "kept";
     CDrawing drawing;
-    try {
-        SaveDrawing(drawing, target, true);
-        ADD_FAILURE() << "no error";
-    } catch (const OutputError& e) {
-        EXPECT_EQ(e.GetKind(), OutputError::Kind::Write);
-        EXPECT_NE(std::string(e.what()).find(target.string()), std::string::npos);
-    }
-    EXPECT_EQ(ReadFile(target / "inside"), "kept");
+    const auto error = ErrorOf([&] { SaveDrawing(drawing, target, true); });
+    ASSERT_TRUE(error);
+    EXPECT_EQ(error->GetKind(), OutputError::Kind::Write);
+    EXPECT_NE(std::string(error->what()).find(target.string()), std::string::npos);
+    EXPECT_EQ(ReadBytes(target / "inside"), "kept");
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
 
     // A folder that does not exist.
     EXPECT_THROW(SaveDrawing(drawing, folder / "missing" / "t.dxf", true), OutputError);
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
-}
-
-TEST(DxfFile, AScaleThatIsNotPositiveIsRefused)
-{
-    TempFolder folder;
-    CLoadArray loads;
-    CTransformerArray transformers;
-    CountingPoints points(CadPoint{0, 0, 0});
-    EXPECT_THROW(ExportDrawing(loads, transformers, DistinctTotals(),
-                               {folder / "t.dxf", 0.0, false}, points),
-                 OutputError);
-    EXPECT_EQ(points.asked, 0);
 }
