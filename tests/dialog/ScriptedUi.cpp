@@ -1,10 +1,6 @@
 #include "tests/dialog/ScriptedUi.h"
 
-#include <atomic>
-#include <random>
-
 #include "dialog/LoadCalResources.h"
-#include "document/AtomicFile.h"
 
 namespace loadcal::test {
 
@@ -64,26 +60,6 @@ CPopupResult ScriptedUi::TrackPopupMenu(const CMenuModel& popup)
     return answer;
 }
 
-TempFolder::TempFolder()
-{
-    static std::atomic<unsigned> counter{0};
-    std::random_device random;
-    m_path = std::filesystem::temp_directory_path() /
-             ("loadcal-dialog-" + std::to_string(random()) + "-" + std::to_string(++counter));
-    std::filesystem::create_directories(m_path);
-}
-
-TempFolder::~TempFolder()
-{
-    std::error_code ec;
-    std::filesystem::remove_all(m_path, ec);
-}
-
-std::wstring TempFolder::File(const std::wstring& name) const
-{
-    return FromFsPath(m_path) + L"/" + name;
-}
-
 DialogFixture::DialogFixture()
 {
     Open();
@@ -126,7 +102,7 @@ void DialogFixture::SelectRows(GridId grid, int first, int last)
     dlg->GetGrid(grid).SetSelectedRange(first, 1, last, 3);
 }
 
-void DialogFixture::SaveAsIn(const std::wstring& name)
+void DialogFixture::SaveAsIn(const std::string& name)
 {
     ui.saveAnswers.push_back(folder.File(name));
     dlg->OnFileSaveAs();
@@ -136,6 +112,22 @@ void DialogFixture::PickFromMenu(GridId grid, int row, int col, unsigned command
 {
     ui.menuAnswers.push_back({CPopupResult::Status::Tracked, command});
     dlg->OnGridRightClick(grid, row, col);
+}
+
+void DialogFixture::Own(int row, const std::vector<std::wstring>& owners)
+{
+    ui.choiceAnswers.push_back(owners);
+    dlg->OnGridClick(GridId::Load, row, 13);
+}
+
+std::vector<std::wstring> DialogFixture::Texts(GridId grid, int row,
+                                               std::initializer_list<int> cols)
+{
+    std::vector<std::wstring> texts;
+    for (int col : cols) {
+        texts.push_back(dlg->GetGrid(grid).GetItemText(row, col));
+    }
+    return texts;
 }
 
 }  // namespace loadcal::test

@@ -1,12 +1,12 @@
 #pragma once
 
 #include <deque>
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "dialog/LoadCalDiaog.h"
+#include "tests/support/TempFolder.h"
 
 namespace loadcal::test {
 
@@ -60,20 +60,7 @@ public:
     void ShowAboutBox() override { ++aboutBoxes; }
 };
 
-/// A fresh, empty folder under the system's temporary folder, removed with the object.
-class TempFolder {
-public:
-    TempFolder();
-    ~TempFolder();
-    TempFolder(const TempFolder&) = delete;
-    TempFolder& operator=(const TempFolder&) = delete;
-    const std::filesystem::path& Path() const { return m_path; }
-    /// A wide path of a file in the folder.
-    std::wstring File(const std::wstring& name) const;
-
-private:
-    std::filesystem::path m_path;
-};
+using testsupport::TempFolder;
 
 /// A dialog with its scripted window, its settings file in a temporary
 /// folder, created and initialised as the window does it.
@@ -85,7 +72,7 @@ struct DialogFixture {
     DialogFixture();
     /// Builds (again) the dialog over the same settings file and runs OnInitDialog.
     void Open();
-    std::wstring SettingsPath() const { return folder.File(L"settings.idp"); }
+    std::wstring SettingsPath() const { return folder.File("settings.idp"); }
 
     CGridCtrl& Load() { return dlg->GetGrid(GridId::Load); }
     CGridCtrl& Transformers() { return dlg->GetGrid(GridId::Transformer); }
@@ -101,9 +88,13 @@ struct DialogFixture {
     void SelectRows(GridId grid, int first, int last);
     /// Saves the document as a file of the folder (Save As), which clears
     /// the modified flag.
-    void SaveAsIn(const std::wstring& name);
+    void SaveAsIn(const std::string& name);
     /// Runs a context-menu command as the user picks it on row, col.
     void PickFromMenu(GridId grid, int row, int col, unsigned command);
+    /// Ticks the given transformers in the choice list of circuit row `row`.
+    void Own(int row, const std::vector<std::wstring>& owners);
+    /// The texts of the given columns of one grid row.
+    std::vector<std::wstring> Texts(GridId grid, int row, std::initializer_list<int> cols);
 };
 
 }  // namespace loadcal::test

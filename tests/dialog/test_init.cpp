@@ -1,4 +1,6 @@
-// Construction, start-up set-up of the grids, resources and layout.
+// Construction, start-up set-up of the grids and the dialog-unit layout. The
+// window's minimum size, toolbar tool tips and the about box are checked on
+// the window itself (tests/dialog_qt).
 #include <gtest/gtest.h>
 
 #include "dialog/LoadCalResources.h"
@@ -6,6 +8,7 @@
 
 using namespace loadcal;
 using loadcal::test::DialogFixture;
+using Texts = std::vector<std::wstring>;
 
 TEST(StartUp, AnEmptyDocumentShowsEntryRowsSeparatorAndTotals)
 {
@@ -15,6 +18,7 @@ TEST(StartUp, AnEmptyDocumentShowsEntryRowsSeparatorAndTotals)
     EXPECT_EQ(f.ui.centres, 1);
     EXPECT_EQ(f.dlg->GetGenerations(), 1000);
     EXPECT_FALSE(f.dlg->IsModified());
+    EXPECT_FALSE(f.dlg->OnCommand(12345));
 
     CGridCtrl& g = f.Load();
     ASSERT_EQ(g.GetRowCount(), 4);
@@ -24,11 +28,10 @@ TEST(StartUp, AnEmptyDocumentShowsEntryRowsSeparatorAndTotals)
     EXPECT_EQ(g.GetColumnWidth(0), 10);
     EXPECT_EQ(g.GetItemText(0, 8), L"功率因数(cos(φ))");
     EXPECT_EQ(g.GetItemFormat(0, 8), DT_CENTER | DT_WORDBREAK);
-    EXPECT_EQ(g.GetItemText(1, 4), L"L1,L2,L3,N");
-    EXPECT_EQ(g.GetItemText(1, 6), L"0.38");
-    EXPECT_EQ(g.GetItemText(1, 7), L"1.0");
-    EXPECT_EQ(g.GetItemText(1, 8), L"0.8");
+    EXPECT_EQ(f.Texts(GridId::Load, 1, {4, 6, 7, 8}),
+              (Texts{L"L1,L2,L3,N", L"0.38", L"1.0", L"0.8"}));
     EXPECT_EQ(g.GetItemFormat(1, 3), DT_CENTER | DT_VCENTER | DT_SINGLELINE);
+    EXPECT_FALSE(g.IsCellEditable(1, 13));  // owners are ticked in the choice list
     for (int c = 1; c <= 13; ++c) {
         EXPECT_EQ(g.GetItemBkColour(2, c), 0x00B4B4B4u) << c;
         EXPECT_FALSE(g.IsCellEditable(2, c)) << c;
@@ -51,19 +54,13 @@ TEST(StartUp, AnEmptyDocumentShowsEntryRowsSeparatorAndTotals)
 TEST(StartUp, ConstructionKeepsThePhaseListAndTheTemplateMinimum)
 {
     test::TempFolder folder;
-    CLoadCalDiaog dlg(folder.File(L"s.idp"));
+    CLoadCalDiaog dlg(folder.File("s.idp"));
     EXPECT_EQ(dlg.GetPhaseList(), (CStringArray{L"L1,N", L"L2,N", L"L3,N", L"L1,L2,L3,N"}));
     EXPECT_EQ(dlg.GetMinTrackWidth(), 500);
     EXPECT_EQ(dlg.GetMinTrackHeight(), 320);
     EXPECT_EQ(dlg.GetOutputMode(), 0);
     EXPECT_FALSE(dlg.GetChoiceWindow().IsCreated());
     EXPECT_THROW(dlg.OnInitDialog(), std::logic_error);  // no window attached
-}
-
-TEST(Layout, TheWindowCannotShrinkBelowItsOpeningSize)
-{
-    DialogFixture f;  // created at 760 x 520
-    EXPECT_EQ(f.dlg->OnGetMinMaxInfo(1920, 1050), (CMinMaxInfo{760, 520, 1920, 1050}));
 }
 
 TEST(Layout, TheTransformerGridKeepsItsHeightFivePixelsAboveTheBottom)
@@ -82,30 +79,4 @@ TEST(Layout, TheTransformerGridKeepsItsHeightFivePixelsAboveTheBottom)
     EXPECT_EQ(tall.transformer.Height(), transformer.Height());
     EXPECT_EQ(tall.transformer.bottom, 888 - 5);
     EXPECT_EQ(tall.load.bottom + 3, tall.transformer.top);
-}
-
-TEST(Resources, ToolbarButtonsHaveToolTipsFromTheStringTable)
-{
-    DialogFixture f;
-    std::vector<std::wstring> tips;
-    for (unsigned id : res::kToolbarButtons) {
-        if (id != 0) {
-            tips.push_back(f.dlg->OnToolTipText(id).value_or(L"?"));
-        }
-    }
-    EXPECT_EQ(tips, (std::vector<std::wstring>{L"新建负荷计算数据文件", L"打开文件", L"保存文件",
-                                               L"另存文件", L"绘制到Acad", L"输出到Excell",
-                                               L"调整相位", L"关于..."}));
-    EXPECT_FALSE(f.dlg->OnToolTipText(6344).has_value());
-    for (unsigned id : {32768u, 32769u, 32785u, 6344u, 32770u, 6342u, 32772u, 32773u, 32784u}) {
-        EXPECT_TRUE(f.dlg->IsCommandEnabled(id)) << id;
-    }
-}
-
-TEST(Resources, AboutCommandShowsTheAboutBox)
-{
-    DialogFixture f;
-    EXPECT_TRUE(f.dlg->OnCommand(res::ID_ABOUT));
-    EXPECT_EQ(f.ui.aboutBoxes, 1);
-    EXPECT_FALSE(f.dlg->OnCommand(12345));
 }

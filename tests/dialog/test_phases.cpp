@@ -9,17 +9,6 @@
 using namespace loadcal;
 using loadcal::test::DialogFixture;
 
-namespace {
-
-/// Gives circuit row `row` the owner `owner` through the choice list.
-void Own(DialogFixture& f, int row, const std::wstring& owner)
-{
-    f.ui.choiceAnswers.push_back(std::vector<std::wstring>{owner});
-    f.dlg->OnGridClick(GridId::Load, row, 13);
-}
-
-}  // namespace
-
 TEST(PhaseBalancing, FourEqualCircuitsAndAThreePhaseOneAreReportedAndWrittenBack)
 {
     DialogFixture f;
@@ -27,13 +16,13 @@ TEST(PhaseBalancing, FourEqualCircuitsAndAThreePhaseOneAreReportedAndWrittenBack
     // 1.76 kW at 0.22 kV, cos 0.8: 10 A each; 15.79584 kW three-phase: 30 A.
     for (int i = 1; i <= 4; ++i) {
         f.AddCircuit(L"M" + std::to_wstring(i), L"L1,N", L"1.76");
-        Own(f, i, L"T1");
+        f.Own(i, {L"T1"});
     }
     f.AddCircuit(L"P", L"L1,L2,L3,N", L"15.79584");
-    Own(f, 5, L"T1");
+    f.Own(5, {L"T1"});
     ASSERT_EQ(f.dlg->GetLoads()[0].m_strCalcI, L"10");
     ASSERT_EQ(f.dlg->GetLoads()[4].m_strCalcI, L"30");
-    f.SaveAsIn(L"p.LDC");
+    f.SaveAsIn("p.LDC");
     const std::wstring title = f.dlg->GetTitle();
     f.ui.titles.clear();
 
@@ -77,13 +66,13 @@ TEST(PhaseBalancing, FewerThanFourSingleCircuitsEndTheCommandWithoutReport)
     f.AddTransformer(L"T2");
     for (int i = 1; i <= 3; ++i) {
         f.AddCircuit(L"A" + std::to_wstring(i), L"L3,N", L"1");
-        Own(f, i, L"T1");
+        f.Own(i, {L"T1"});
     }
     for (int i = 4; i <= 8; ++i) {
         f.AddCircuit(L"B" + std::to_wstring(i), L"L3,N", L"1");
-        Own(f, i, L"T2");
+        f.Own(i, {L"T2"});
     }
-    f.SaveAsIn(L"p.LDC");
+    f.SaveAsIn("p.LDC");
 
     f.dlg->OnCommand(res::ID_ADJUST_PHASES);
     EXPECT_TRUE(f.ui.boxes.empty());

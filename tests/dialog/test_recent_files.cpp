@@ -54,7 +54,7 @@ TEST(RecentFiles, SettingsFileLiesInDqcalOneFolderAboveTheExecutable)
 TEST(RecentFiles, FifthFilePushesOutTheOldestAndCaseOnlyDifferenceKeepsNewSpelling)
 {
     TempFolder folder;
-    const std::wstring settings = folder.File(L"s.idp");
+    const std::wstring settings = folder.File("s.idp");
     {
         CLoadCalRecentFiles list(settings);
         for (const wchar_t* p : {L"/d/a.LDC", L"/d/b.LDC", L"/d/c.LDC", L"/d/d.LDC"}) {
@@ -90,13 +90,12 @@ TEST(RecentFiles, FifthFilePushesOutTheOldestAndCaseOnlyDifferenceKeepsNewSpelli
 TEST(RecentFiles, LoadingStopsAtTheFirstMissingOrValuelessEntry)
 {
     TempFolder folder;
-    const std::wstring settings = folder.File(L"s.idp");
+    const std::wstring settings = folder.File("s.idp");
     const std::wstring group = L"负荷计算\\最近文件\\";
     CInterDpData store;
-    const std::wstring one = L"/x/1.LDC";
-    store.SetSubValueW(group + L"1", static_cast<int16_t>(one.size() + 1), one.c_str(), 0);
-    store.SetSubValueW(group + L"2", static_cast<int16_t>(one.size() + 1), one.c_str(), 0);
-    store.SetSubValueW(group + L"4", static_cast<int16_t>(one.size() + 1), one.c_str(), 0);
+    for (const wchar_t* n : {L"1", L"2", L"4"}) {
+        store.SetSubValueW(group + n, 9, L"/x/1.LDC", 0);
+    }
     ASSERT_EQ(store.WriteDataToIdpFile(settings), 0);
     CLoadCalRecentFiles gap(settings);
     gap.LoadList();
@@ -112,7 +111,7 @@ TEST(RecentFiles, LoadingStopsAtTheFirstMissingOrValuelessEntry)
 TEST(RecentFiles, MissingSettingsFolderIsMadeOnTheFirstAddition)
 {
     TempFolder folder;
-    const std::wstring settings = folder.File(L"DQCal/需要系数法负荷计算.idp");
+    const std::wstring settings = folder.File("DQCal/需要系数法负荷计算.idp");
     CLoadCalRecentFiles list(settings);
     list.LoadList();
     EXPECT_EQ(list.GetSize(), 0);
@@ -128,17 +127,17 @@ TEST(RecentFiles, SettingsFolderThatCannotBeMadeLeavesTheListInMemory)
 {
     TempFolder folder;
     std::ofstream(folder.Path() / "DQCal") << "a file where the folder should be";
-    CLoadCalRecentFiles list(folder.File(L"DQCal/需要系数法负荷计算.idp"));
+    CLoadCalRecentFiles list(folder.File("DQCal/需要系数法负荷计算.idp"));
     list.AddFile(L"/d/a.LDC");
     list.SaveList();
     EXPECT_EQ(list.GetSize(), 1);
     EXPECT_TRUE(std::filesystem::is_regular_file(folder.Path() / "DQCal"));
 }
 
-TEST(RecentFiles, EmptyListShowsTheGreyedPlaceholderOnce)
+TEST(RecentFiles, TheGreyedPlaceholderStandsOnceUntilEntriesAreNumberedFromPositionFive)
 {
     TempFolder folder;
-    CLoadCalRecentFiles list(folder.File(L"s.idp"));
+    CLoadCalRecentFiles list(folder.File("s.idp"));
     CMenuModel file = FileMenu();
     ASSERT_EQ(file.GetItem(5).id, res::ID_FILE_RECENT);
     list.UpdateMenu(file, 5);
@@ -149,14 +148,8 @@ TEST(RecentFiles, EmptyListShowsTheGreyedPlaceholderOnce)
     EXPECT_EQ(file.GetItem(5).id, CLoadCalRecentFiles::kFirstCommandId);
     EXPECT_FALSE(file.GetItem(5).enabled);
     EXPECT_EQ(file.FindId(res::ID_FILE_RECENT), -1);
-}
 
-TEST(RecentFiles, EntriesAreNumberedFromPositionFiveAndRebuiltWithoutDuplicates)
-{
-    TempFolder folder;
-    CLoadCalRecentFiles list(folder.File(L"s.idp"));
-    CMenuModel file = FileMenu();
-    list.UpdateMenu(file, 5);  // empty: placeholder 4000
+    // Rebuilt on every update, without duplicates; "&" in a path is kept.
     list.AddFile(L"/d/a&b.LDC");
     list.UpdateMenu(file, 5);
     list.AddFile(L"/d/c.LDC");

@@ -49,7 +49,7 @@ struct FiveCircuits : DialogFixture {
 TEST(LoadRows, CutTwoRowsAndPasteFurtherDown)
 {
     FiveCircuits f;
-    f.SaveAsIn(L"rows.LDC");
+    f.SaveAsIn("rows.LDC");
     f.SelectRows(GridId::Load, 2, 3);
     f.PickFromMenu(GridId::Load, 2, 1, res::ID_LOAD_CUT);
 
@@ -161,7 +161,7 @@ TEST(LoadRows, DeleteRemovesSelectedRowsAndDropsCutOnesFromTheClipboard)
 TEST(LoadRows, DeleteWithoutSelectionChangesNothing)
 {
     FiveCircuits f;
-    f.SaveAsIn(L"rows.LDC");
+    f.SaveAsIn("rows.LDC");
     f.Load().SetSelectedRange(6, 1, 8, 13);  // entry, separator, total rows
     f.dlg->OnDeleteRows(GridId::Load);
     EXPECT_EQ(f.RecordNames(), L"ABCDE");
@@ -197,7 +197,7 @@ TEST(TransformerRows, SelectionOnlyInColumns13To16SelectsNoRow)
     DialogFixture f;
     f.AddTransformer(L"T1");
     f.AddTransformer(L"T2");
-    f.SaveAsIn(L"t.LDC");
+    f.SaveAsIn("t.LDC");
     f.Transformers().SetSelectedRange(1, 13, 2, 16);
     f.dlg->OnCopyRows(GridId::Transformer);
     EXPECT_TRUE(f.dlg->GetTransformerClipboard().IsEmpty());
@@ -244,10 +244,8 @@ TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListButNotFromTheCells)
     f.AddTransformer(L"T2");
     f.AddCircuit(L"M1");
     f.AddCircuit(L"M2");
-    f.ui.choiceAnswers.push_back(std::vector<std::wstring>{L"T1", L"T2"});
-    f.dlg->OnGridClick(GridId::Load, 1, 13);
-    f.ui.choiceAnswers.push_back(std::vector<std::wstring>{L"T1"});
-    f.dlg->OnGridClick(GridId::Load, 2, 13);
+    f.Own(1, {L"T1", L"T2"});
+    f.Own(2, {L"T1"});
 
     f.Transformers().SetSelectedRange(1, 1, 1, 1);
     f.dlg->OnDeleteRows(GridId::Transformer);
