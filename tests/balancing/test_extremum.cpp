@@ -66,7 +66,8 @@ const std::wstring kSavedTitle = L"需要系数法负荷计算 - 一号楼.LDC";
 
 TEST(GeneDecoding, FiveItemsTakeTwoBytesAndTheFifthReadsTheTopPairOfTheSecond)
 {
-    // Item genes 0, 1, 2, 3 in the first byte; item 4 is bits 7-6 of the second.
+    // Item genes 0, 1, 2, 3 in the first byte (gene 3 is the third phase
+    // too); item 4 is bits 7-6 of the second.
     const unsigned char unit[2] = {0b00'01'10'11, 0b01'10'11'00};
     EXPECT_EQ(DecodeGene(unit, 0), 0);
     EXPECT_EQ(DecodeGene(unit, 1), 1);
@@ -79,24 +80,6 @@ TEST(GeneDecoding, FiveItemsTakeTwoBytesAndTheFifthReadsTheTopPairOfTheSecond)
     const double expected = 10000.0 / (17.0 + 11.0 + 6.0 + 1.0);
     EXPECT_EQ(FitnessOf(currents, {0b00'01'10'11, 0b01'00'00'00}), expected);
     EXPECT_EQ(FitnessOf(currents, {0b00'01'10'11, 0b01'11'01'10}), expected);
-}
-
-TEST(GeneDecoding, GeneThreeCountsAndDecodesAsTheThirdPhase)
-{
-    const unsigned char allThree[1] = {0xFF};
-    for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(DecodeGene(allThree, i), 2);
-    }
-    // Everything on phase index 2: A = B = 0, C = 40.
-    EXPECT_EQ(FitnessOf({10, 10, 10, 10}, {0xFF}), 10000.0 / 81.0);
-    // Genes 2 and 3 are the same phase: 10 + 10 on C against 10 and 10.
-    EXPECT_EQ(FitnessOf({10, 10, 10, 10}, {0b00'01'10'11}), 10000.0 / 21.0);
-}
-
-TEST(Fitness, AnEvenSplitScoresExactlyTenThousand)
-{
-    EXPECT_EQ(FitnessOf({10, 10, 10, 0}, {0b00'01'10'00}), 10000.0);
-    EXPECT_EQ(FitnessOf({}, {}), 10000.0);
 }
 
 TEST(Fitness, EqualsThePlainPhaseSumsInItemOrderToTheLastBit)
