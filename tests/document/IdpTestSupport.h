@@ -1,70 +1,14 @@
 #pragma once
 
-// Helpers of the document tests: a scratch folder, whole-file access and a
-// hand-written encoder that follows IdpFormat.md independently of the store.
+// A hand-written encoder of data files that follows IdpFormat.md
+// independently of the store.
 
-#include <unistd.h>
-
-#include <algorithm>
 #include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <random>
 #include <string>
-#include <vector>
 
-#include "document/AtomicFile.h"
+#include "tests/support/TempFolder.h"
 
 namespace loadcal::testsupport {
-
-/// A fresh folder under the system's temporary folder, removed with everything in it.
-class CTempFolder {
-public:
-    CTempFolder()
-    {
-        std::random_device rd;
-        m_path = std::filesystem::temp_directory_path() /
-                 ("loadcal-doc-" + std::to_string(::getpid()) + "-" + std::to_string(rd()));
-        std::filesystem::create_directories(m_path);
-    }
-    ~CTempFolder()
-    {
-        std::error_code ec;
-        std::filesystem::permissions(m_path, std::filesystem::perms::owner_all,
-                                     std::filesystem::perm_options::add, ec);
-        std::filesystem::remove_all(m_path, ec);
-    }
-    CTempFolder(const CTempFolder&) = delete;
-    CTempFolder& operator=(const CTempFolder&) = delete;
-
-    const std::filesystem::path& Path() const { return m_path; }
-    std::wstring File(const std::string& name) const { return FromFsPath(m_path / name); }
-    /// Names of everything in the folder.
-    std::vector<std::string> Entries() const
-    {
-        std::vector<std::string> names;
-        for (const auto& e : std::filesystem::directory_iterator(m_path)) {
-            names.push_back(e.path().filename().string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-private:
-    std::filesystem::path m_path;
-};
-
-inline std::string ReadBytes(const std::filesystem::path& file)
-{
-    std::ifstream in(file, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-inline void WriteBytes(const std::filesystem::path& file, const std::string& bytes)
-{
-    std::ofstream(file, std::ios::binary) << bytes;
-}
 
 /// Bitwise CRC-32 (IEEE, reflected), the slow textbook form.
 inline uint32_t ReferenceCrc32(const std::string& bytes)

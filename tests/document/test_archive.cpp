@@ -6,6 +6,7 @@
 #include <random>
 
 #include "document/Archive.h"
+#include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "model/Text.h"
 #include "tests/document/IdpTestSupport.h"
@@ -194,7 +195,7 @@ TEST(Archive, AChildCountAbove32767ReadsNoRows)
 
 TEST(Archive, FileConveniencesReportProblemsAndKeepTheArrays)
 {
-    testsupport::CTempFolder folder;
+    testsupport::TempFolder folder;
     std::mt19937 rng(3);
     CLoadArray loads;
     CTransformerArray transformers;

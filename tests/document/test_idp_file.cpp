@@ -12,7 +12,7 @@
 #include "tests/document/IdpTestSupport.h"
 
 using namespace loadcal;
-using testsupport::CTempFolder;
+using testsupport::TempFolder;
 
 namespace {
 
@@ -32,7 +32,7 @@ void Fill(CInterDpData& store, const std::wstring& text, int rows)
 
 /// Writes a new tree over an existing file, expecting the write to fail and
 /// the old file to stay byte for byte with nothing else left in the folder.
-void ExpectFailedWriteKeepsFile(const CTempFolder& folder, const std::wstring& target)
+void ExpectFailedWriteKeepsFile(const TempFolder& folder, const std::wstring& target)
 {
     const std::string before = testsupport::ReadBytes(ToFsPath(target));
     const auto entries = folder.Entries();
@@ -48,7 +48,7 @@ void ExpectFailedWriteKeepsFile(const CTempFolder& folder, const std::wstring& t
 
 TEST(IdpFile, WriteThenReadReplacesTheTree)
 {
-    CTempFolder folder;
+    TempFolder folder;
     const std::wstring file = folder.File("需要系数法负荷计算.idp");
     CInterDpData store;
     Fill(store, L"水泵 \U0001F4A7", 50);
@@ -67,7 +67,7 @@ TEST(IdpFile, WriteThenReadReplacesTheTree)
 
 TEST(IdpFile, MissingFolderOrDamagedFilesAreNamedInTheMessage)
 {
-    CTempFolder folder;
+    TempFolder folder;
     CInterDpData store;
     store.SetSubValueW(L"stale", 1, L"", 0);
     const std::wstring missing = folder.File("nope.LDC");
@@ -91,7 +91,7 @@ TEST(IdpFile, MissingFolderOrDamagedFilesAreNamedInTheMessage)
 
 TEST(IdpFile, WriteIntoMissingFolderOrOverAFolderFails)
 {
-    CTempFolder folder;
+    TempFolder folder;
     CInterDpData store;
     Fill(store, L"x", 2);
     const std::wstring inMissing = folder.File("no-such-folder/a.LDC");
@@ -111,7 +111,7 @@ TEST(IdpFile, FailedWriteInReadOnlyFolderKeepsThePreviousFile)
     if (::geteuid() == 0) {
         GTEST_SKIP() << "file permissions do not stop root";
     }
-    CTempFolder folder;
+    TempFolder folder;
     const std::wstring target = folder.File("a.LDC");
     CInterDpData old;
     Fill(old, L"old", 2);
@@ -124,7 +124,7 @@ TEST(IdpFile, FailedWriteInReadOnlyFolderKeepsThePreviousFile)
 TEST(IdpFile, WriteCutShortByTheFileSizeLimitKeepsThePreviousFile)
 {
     // RLIMIT_FSIZE makes write() fail part-way, like a full disk, even for root.
-    CTempFolder folder;
+    TempFolder folder;
     const std::wstring target = folder.File("a.LDC");
     CInterDpData old;
     Fill(old, L"old", 2);
