@@ -4,9 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 #include <random>
-#include <sstream>
 
 #include "document/Archive.h"
 #include "document/JsonDocument.h"
@@ -14,6 +12,7 @@
 #include "model/Text.h"
 #include "tests/support/Process.h"
 #include "tests/support/RandomDocument.h"
+#include "tests/support/TempFolder.h"
 
 using namespace loadcal;
 namespace fs = std::filesystem;
@@ -22,45 +21,23 @@ namespace {
 
 class Cli : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        dir = fs::temp_directory_path() /
-              ("loadcal-cli-" + std::to_string(::getpid()) + "-" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::remove_all(dir);
-        fs::create_directories(dir);
-    }
-    void TearDown() override { fs::remove_all(dir); }
-
     testsupport::ProcessResult Run(const std::vector<std::string>& args,
                                    const std::string& input = {},
                                    const std::vector<std::string>& env = {})
     {
-        return testsupport::RunProcess(LOADCAL_EXE, args, input, dir.string(), env);
+        return testsupport::RunProcess(LOADCAL_EXE, args, input, folder.Path().string(), env);
     }
-    std::string Path(const std::string& name) const { return (dir / name).string(); }
-    static std::string Read(const std::string& path)
+    std::string Path(const std::string& name) const { return (folder / name).string(); }
+    std::string Read(const std::string& name) const
     {
-        std::ifstream in(path, std::ios::binary);
-        std::ostringstream s;
-        s << in.rdbuf();
-        return s.str();
+        return testsupport::ReadBytes(folder / name);
     }
-    static void Write(const std::string& path, const std::string& text)
+    void Write(const std::string& name, const std::string& text) const
     {
-        std::ofstream(path, std::ios::binary) << text;
-    }
-    std::vector<std::string> Listing() const
-    {
-        std::vector<std::string> names;
-        for (const auto& e : fs::directory_iterator(dir)) {
-            names.push_back(e.path().filename().string());
-        }
-        std::sort(names.begin(), names.end());
-        return names;
+        testsupport::WriteBytes(folder / name, text);
     }
 
-    fs::path dir;
+    testsupport::TempFolder folder;
 };
 
 std::string OneCircuitJson(const std::string& extra = {})
@@ -87,26 +64,26 @@ TEST_F(Cli, ConvertRoundTripKeepsEveryTextExactly)
     loads[2].m_strDemandFactor = L"约0.8";
     transformers[0].m_strCalcCapacity = L"备用";
     const std::string original = DocumentToJson(loads, transformers, ComputeTotals(loads));
-    Write(Path("in.json"), original);
+    Write("in.json", original);
 
     auto r = Run({"convert", "in.json", "doc.LDC"});
     ASSERT_EQ(r.status, 0) << r.err;
     r = Run({"convert", "doc.LDC", "back.JSON"});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(Read(Path("back.JSON")), original);
+    EXPECT_EQ(Read("back.JSON"), original);
     EXPECT_TRUE(r.out.empty());
 
     // The archive itself holds the records (read by the library, not the tool).
     CLoadArray l2;
     CTransformerArray t2;
-    LoadArchiveFile(FromUtf8(Path("doc.LDC")), l2, t2);
+    LoadArchiveFile(folder.File("doc.LDC"), l2, t2);
     EXPECT_EQ(l2, loads);
     EXPECT_EQ(t2, transformers);
 }
 
 TEST_F(Cli, CalcPrintsTheRecalculatedDocumentAndWritesIt)
 {
-    Write(Path("in.json"), OneCircuitJson());
+    Write("in.json", OneCircuitJson());
     auto r = Run({"calc", "in.json", "--json", "-o", "out.ldc"});
     ASSERT_EQ(r.status, 0) << r.err;
     CLoadArray loads;
@@ -120,7 +97,7 @@ TEST_F(Cli, CalcPrintsTheRecalculatedDocumentAndWritesIt)
 
     CLoadArray written;
     CTransformerArray writtenT;
-    LoadArchiveFile(FromUtf8(Path("out.ldc")), written, writtenT);
+    LoadArchiveFile(folder.File("out.ldc"), written, writtenT);
     EXPECT_EQ(written, loads);
     EXPECT_EQ(writtenT, transformers);
 
@@ -147,7 +124,7 @@ TEST_F(Cli, InputErrorsNameTheFileAndTheProblem)
         {"{\"loads\": [{\"equipName\": \"\xC3(\"}]}", "UTF-8"},
     };
     for (const auto& c : cases) {
-        Write(Path("bad.json"), c.content);
+        Write("bad.json", c.content);
         const auto r = Run({"calc", "bad.json"});
         EXPECT_EQ(r.status, 2) << c.content;
         EXPECT_NE(r.err.find("bad.json"), std::string::npos) << r.err;
@@ -159,7 +136,7 @@ TEST_F(Cli, InputErrorsNameTheFileAndTheProblem)
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("missing.LDC"), std::string::npos) << r.err;
 
-    Write(Path("damaged.LDC"), "not an archive at all");
+    Write("damaged.LDC", "not an archive at all");
     r = Run({"convert", "damaged.LDC", "out.json"});
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("damaged.LDC"), std::string::npos) << r.err;
@@ -168,7 +145,7 @@ TEST_F(Cli, InputErrorsNameTheFileAndTheProblem)
 
 TEST_F(Cli, UsageErrorsExitWithOne)
 {
-    Write(Path("in.json"), OneCircuitJson());
+    Write("in.json", OneCircuitJson());
     for (const std::vector<std::string>& args : {std::vector<std::string>{"frobnicate"},
                                                  {"convert", "in.json"},
                                                  {"calc"},
@@ -187,7 +164,7 @@ TEST_F(Cli, UsageErrorsExitWithOne)
 
 TEST_F(Cli, AFailedWriteLeavesNoPartialFileAndTheOldOneIntact)
 {
-    Write(Path("in.json"), OneCircuitJson());
+    Write("in.json", OneCircuitJson());
     // The target is a directory: the rename must fail after the temporary file was written.
     fs::create_directories(Path("taken.json"));
     auto r = Run({"calc", "in.json", "-o", "taken.json"});
@@ -196,47 +173,27 @@ TEST_F(Cli, AFailedWriteLeavesNoPartialFileAndTheOldOneIntact)
     EXPECT_TRUE(fs::is_directory(Path("taken.json")));
 
     // A bad input never touches an existing output.
-    Write(Path("old.json"), "precious");
-    Write(Path("bad.json"), "{");
+    Write("old.json", "precious");
+    Write("bad.json", "{");
     r = Run({"convert", "bad.json", "old.json"});
     EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(Read(Path("old.json")), "precious");
+    EXPECT_EQ(Read("old.json"), "precious");
 
     // A folder that does not exist.
     r = Run({"convert", "in.json", "nowhere/out.LDC"});
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("nowhere/out.LDC"), std::string::npos) << r.err;
 
-    EXPECT_EQ(Listing(),
+    EXPECT_EQ(folder.Entries(),
               (std::vector<std::string>{"bad.json", "in.json", "old.json", "taken.json"}));
-}
-
-TEST_F(Cli, DemoRecalculatesTheBundledExample)
-{
-    const auto r = Run({"demo", "--json"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    CLoadArray loads;
-    CTransformerArray transformers;
-    DocumentFromJson(r.out.substr(0, r.out.find("\n}\n") + 3), "demo", loads, transformers);
-    EXPECT_GE(loads.GetSize(), 25);
-    EXPECT_GE(transformers.GetSize(), 2);
-    // Recalculating the printed document changes nothing: it is the recalculated example.
-    CLoadArray again = loads;
-    CTransformerArray againT = transformers;
-    RecalculateDocument(again, againT);
-    EXPECT_EQ(again, loads);
-    EXPECT_EQ(againT, transformers);
 }
 
 TEST(Examples, ArchiveAndJsonHoldTheSameRecalculatedDocument)
 {
     const std::string base = std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building";
-    std::ifstream in(base + ".json", std::ios::binary);
-    std::ostringstream json;
-    json << in.rdbuf();
     CLoadArray loads, archived;
     CTransformerArray transformers, archivedT;
-    DocumentFromJson(json.str(), "example", loads, transformers);
+    DocumentFromJson(testsupport::ReadBytes(base + ".json"), "example", loads, transformers);
     LoadArchiveFile(FromUtf8(base + ".LDC"), archived, archivedT);
     EXPECT_EQ(archived, loads);
     EXPECT_EQ(archivedT, transformers);
@@ -249,7 +206,7 @@ TEST(Examples, ArchiveAndJsonHoldTheSameRecalculatedDocument)
 
 TEST_F(Cli, ExportWritesOneOutputAndAsksForTheBasePoint)
 {
-    Write(Path("in.json"), OneCircuitJson());
+    Write("in.json", OneCircuitJson());
     auto r = Run({"export", "in.json", "--xlsx", "t.xlsx"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_GT(fs::file_size(Path("t.xlsx")), 1000u);
@@ -267,7 +224,7 @@ TEST_F(Cli, ExportWritesOneOutputAndAsksForTheBasePoint)
     // A typed point draws.
     r = Run({"export", "in.json", "--dxf", "t.dxf"}, "100,200\n");
     ASSERT_EQ(r.status, 0) << r.err;
-    const std::string first = Read(Path("t.dxf"));
+    const std::string first = Read("t.dxf");
     EXPECT_NE(first.find("LOADCALSTYLE"), std::string::npos);
 
     // An existing drawing needs --force; without it nothing changes.
@@ -275,16 +232,16 @@ TEST_F(Cli, ExportWritesOneOutputAndAsksForTheBasePoint)
     EXPECT_EQ(r.status, 2);
     EXPECT_NE(r.err.find("t.dxf"), std::string::npos) << r.err;
     EXPECT_NE(r.err.find("--force"), std::string::npos) << r.err;
-    EXPECT_EQ(Read(Path("t.dxf")), first);
+    EXPECT_EQ(Read("t.dxf"), first);
     r = Run({"export", "in.json", "--dxf", "t.dxf", "--base", "0,0,5", "--scale", "2", "--force"});
     EXPECT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(Read(Path("t.dxf")), first);
-    EXPECT_EQ(Listing(), (std::vector<std::string>{"in.json", "t.dxf", "t.xlsx"}));
+    EXPECT_NE(Read("t.dxf"), first);
+    EXPECT_EQ(folder.Entries(), (std::vector<std::string>{"in.json", "t.dxf", "t.xlsx"}));
 }
 
 TEST_F(Cli, ExportUsageAndOutputErrors)
 {
-    Write(Path("in.json"), OneCircuitJson());
+    Write("in.json", OneCircuitJson());
     for (const std::vector<std::string>& args :
          {std::vector<std::string>{"export", "in.json"},
           {"export", "in.json", "--xlsx", "a.xlsx", "--dxf", "a.dxf"},
@@ -297,18 +254,7 @@ TEST_F(Cli, ExportUsageAndOutputErrors)
     EXPECT_NE(r.err.find("nowhere/a.xlsx"), std::string::npos) << r.err;
     r = Run({"export", "missing.json", "--xlsx", "a.xlsx"});
     EXPECT_EQ(r.status, 2);
-    EXPECT_EQ(Listing(), (std::vector<std::string>{"in.json"}));
-}
-
-TEST_F(Cli, DemoWritesTheWorkbookAndTheDrawingIntoItsFolder)
-{
-    const auto r = Run({"demo"});
-    ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_NE(r.out.find("总计:"), std::string::npos);
-    EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.xlsx")), 1000u);
-    EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.dxf")), 1000u);
-    EXPECT_EQ(Run({"demo", "--out-dir", "elsewhere"}).status, 0);
-    EXPECT_TRUE(fs::exists(Path("elsewhere/office-building.dxf")));
+    EXPECT_EQ(folder.Entries(), (std::vector<std::string>{"in.json"}));
 }
 
 namespace {
@@ -332,7 +278,7 @@ TEST_F(Cli, BalanceReportsThePhaseCurrentsAndWritesThePhasesBack)
         loads += CircuitJson("W" + std::to_string(i), "L1,N", "10", "T1") + ",";
     }
     loads += CircuitJson("W5", "L1,L2,L3,N", "30", "T1");
-    Write(Path("in.json"), R"({"loads": [)" + loads + R"(], "transformers": [{"name": "T1"}]})");
+    Write("in.json", R"({"loads": [)" + loads + R"(], "transformers": [{"name": "T1"}]})");
 
     auto r = Run({"balance", "in.json", "-o", "out.json", "--json"});
     ASSERT_EQ(r.status, 0) << r.err;
@@ -351,7 +297,7 @@ TEST_F(Cli, BalanceReportsThePhaseCurrentsAndWritesThePhasesBack)
 
     CLoadArray written;
     CTransformerArray writtenT;
-    DocumentFromJson(Read(Path("out.json")), "out.json", written, writtenT);
+    DocumentFromJson(Read("out.json"), "out.json", written, writtenT);
     int perPhase[3] = {0, 0, 0};
     for (int i = 0; i < 4; ++i) {
         const std::wstring& p = written[i].m_strPhase;
@@ -383,13 +329,13 @@ TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
         loads += CircuitJson("B" + std::to_string(i), "l1,n", "5", "T2") + ",";
     }
     loads.pop_back();
-    Write(Path("in.json"), R"({"loads": [)" + loads + R"(]})");
+    Write("in.json", R"({"loads": [)" + loads + R"(]})");
     auto r = Run({"balance", "in.json", "-o", "out.LDC"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "");
     CLoadArray written;
     CTransformerArray writtenT;
-    LoadArchiveFile(FromUtf8(Path("out.LDC")), written, writtenT);
+    LoadArchiveFile(folder.File("out.LDC"), written, writtenT);
     EXPECT_EQ(written[0].m_strPhase, L"L1,N");
     EXPECT_EQ(written[1].m_strPhase, L"L2,N");
     EXPECT_EQ(written[2].m_strPhase, L"L3,N");
@@ -399,12 +345,31 @@ TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
     EXPECT_EQ(Run({"balance", "none.json"}).status, 2);
 }
 
-TEST_F(Cli, DemoBalancesTheExampleAndPrintsTheReport)
+TEST_F(Cli, DemoBalancesTheExampleAndWritesTheWorkbookAndTheDrawingIntoItsFolder)
 {
     const auto r = Run({"demo"});
     ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_NE(r.out.find("总计:"), std::string::npos);
     EXPECT_NE(r.out.find("变压器1#变压器\nL1,N项电流为: "), std::string::npos) << r.out;
     EXPECT_NE(r.out.find("变压器2#变压器\n"), std::string::npos);
+    EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.xlsx")), 1000u);
+    EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.dxf")), 1000u);
+
+    // With --json the balanced example comes first, as a document that
+    // recalculating changes no more: the transformers follow the new phases.
+    const auto j = Run({"demo", "--json", "--out-dir", "elsewhere"});
+    ASSERT_EQ(j.status, 0) << j.err;
+    EXPECT_TRUE(fs::exists(Path("elsewhere/office-building.dxf")));
+    CLoadArray loads;
+    CTransformerArray transformers;
+    DocumentFromJson(j.out.substr(0, j.out.find("\n}\n") + 3), "demo", loads, transformers);
+    EXPECT_GE(loads.GetSize(), 25);
+    EXPECT_GE(transformers.GetSize(), 2);
+    CLoadArray again = loads;
+    CTransformerArray againT = transformers;
+    RecalculateDocument(again, againT);
+    EXPECT_EQ(again, loads);
+    EXPECT_EQ(againT, transformers);
 }
 
 TEST_F(Cli, ModuleCommandsRunThroughTheHost)
