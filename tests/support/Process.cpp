@@ -1,12 +1,13 @@
 #include "tests/support/Process.h"
 
-#include <poll.h>
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdlib>
-#include <cstring>
 #include <stdexcept>
+
+#include "tests/support/TempFolder.h"
 
 extern char** environ;
 
@@ -16,22 +17,26 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
                          const std::string& input, const std::string& cwd,
                          const std::vector<std::string>& env)
 {
-    int inPipe[2], outPipe[2], errPipe[2];
-    if (pipe(inPipe) != 0 || pipe(outPipe) != 0 || pipe(errPipe) != 0) {
-        throw std::runtime_error("pipe failed");
-    }
+    // The three standard streams are files in a scratch folder: the child
+    // reads its input to the end and writes as much as it likes, without
+    // pipes that could fill up.
+    const TempFolder streams;
+    const std::string in = (streams / "in").string(), out = (streams / "out").string(),
+                      err = (streams / "err").string();
+    WriteBytes(in, input);
+    const auto redirect = [](const std::string& file, int flags, int fd) {
+        const int opened = open(file.c_str(), flags, 0600);
+        const bool done = opened >= 0 && dup2(opened, fd) == fd;
+        close(opened);
+        return done;
+    };
     const pid_t pid = fork();
     if (pid < 0) {
         throw std::runtime_error("fork failed");
     }
     if (pid == 0) {
-        dup2(inPipe[0], 0);
-        dup2(outPipe[1], 1);
-        dup2(errPipe[1], 2);
-        for (int fd : {inPipe[0], inPipe[1], outPipe[0], outPipe[1], errPipe[0], errPipe[1]}) {
-            close(fd);
-        }
-        if (!cwd.empty() && chdir(cwd.c_str()) != 0) {
+        if (!redirect(in, O_RDONLY, 0) || !redirect(out, O_WRONLY | O_CREAT, 1) ||
+            !redirect(err, O_WRONLY | O_CREAT, 2) || (!cwd.empty() && chdir(cwd.c_str()) != 0)) {
             _exit(127);
         }
         for (const auto& e : env) {
@@ -50,55 +55,12 @@ ProcessResult RunProcess(const std::string& program, const std::vector<std::stri
         execve(program.c_str(), argv.data(), environ);
         _exit(127);
     }
-    close(inPipe[0]);
-    close(outPipe[1]);
-    close(errPipe[1]);
-
-    ProcessResult result;
-    size_t written = 0;
-    int inFd = inPipe[1];
-    if (input.empty()) {
-        close(inFd);
-        inFd = -1;
-    }
-    bool outOpen = true, errOpen = true;
-    while (outOpen || errOpen) {
-        pollfd fds[3] = {{outPipe[0], POLLIN, 0}, {errPipe[0], POLLIN, 0}, {inFd, POLLOUT, 0}};
-        poll(fds, inFd >= 0 ? 3 : 2, -1);
-        char buf[65536];
-        for (int k = 0; k < 2; ++k) {
-            if (fds[k].revents & (POLLIN | POLLHUP | POLLERR)) {
-                const ssize_t n = read(fds[k].fd, buf, sizeof buf);
-                if (n <= 0) {
-                    (k == 0 ? outOpen : errOpen) = false;
-                    fds[k].fd = -1;
-                } else {
-                    (k == 0 ? result.out : result.err).append(buf, static_cast<size_t>(n));
-                }
-            }
-        }
-        if (inFd >= 0 && (fds[2].revents & (POLLOUT | POLLERR | POLLHUP))) {
-            const ssize_t n = write(inFd, input.data() + written, input.size() - written);
-            if (n > 0) {
-                written += static_cast<size_t>(n);
-            }
-            if (n <= 0 || written == input.size()) {
-                close(inFd);
-                inFd = -1;
-            }
-        }
-        if (!outOpen && !errOpen) {
-            break;
-        }
-    }
-    if (inFd >= 0) {
-        close(inFd);
-    }
-    close(outPipe[0]);
-    close(errPipe[0]);
     int status = 0;
     waitpid(pid, &status, 0);
+    ProcessResult result;
     result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = ReadBytes(out);
+    result.err = ReadBytes(err);
     return result;
 }
 
