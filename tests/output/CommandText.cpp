@@ -42,20 +42,6 @@ std::string Describe(const CadCommand& command)
     return out;
 }
 
-std::string Describe(const CadValue& value)
-{
-    if (const auto* s = std::get_if<short>(&value)) {
-        return "short " + std::to_string(*s);
-    }
-    if (const auto* d = std::get_if<double>(&value)) {
-        return "real " + Number(*d);
-    }
-    if (const auto* text = std::get_if<std::wstring>(&value)) {
-        return "text " + ToUtf8(*text);
-    }
-    return "point " + Point(std::get<CadPoint>(value));
-}
-
 std::string LineText(CadPoint a, CadPoint b)
 {
     return "\"_.LINE\" " + Point(a) + " " + Point(b) + " \"\"";

@@ -1,8 +1,8 @@
 #pragma once
 
-// Commands and host calls as short texts, so that tests compare whole
-// sequences: a text answer in double quotes, a point as (x,y,z), a real as
-// is; numbers with up to 10 significant digits.
+// Commands as short texts, so that tests compare whole sequences: a text
+// answer in double quotes, a point as (x,y,z), a real as is; numbers with up
+// to 10 significant digits.
 
 #include <string>
 
@@ -12,7 +12,6 @@ namespace loadcal::testoutput {
 
 std::string Describe(const CadAnswer& answer);
 std::string Describe(const CadCommand& command);
-std::string Describe(const CadValue& value);
 
 /// The text of a LINE command from a to b, and of a TEXT command at p.
 std::string LineText(CadPoint a, CadPoint b);

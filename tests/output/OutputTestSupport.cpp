@@ -137,9 +137,4 @@ nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& fi
     }
 }
 
-std::string Utf8(const std::wstring& text)
-{
-    return ToUtf8(text);
-}
-
 }  // namespace loadcal::testoutput

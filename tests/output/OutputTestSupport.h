@@ -51,8 +51,6 @@ SummaryTotals DistinctTotals();
 /// does not succeed.
 nlohmann::json ReadBack(const std::string& kind, const std::filesystem::path& file);
 
-std::string Utf8(const std::wstring& text);
-
 /// The OutputError a call throws, or nothing when it throws none.
 template <class Call>
 std::optional<OutputError> ErrorOf(Call&& call)

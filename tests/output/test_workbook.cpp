@@ -1,6 +1,5 @@
-// The workbook export: the automation calls in order, the mapping of failures
-// to messages, the .xlsx file read back with openpyxl, and the hand-over to
-// the desktop.
+// The workbook export: the mapping of failures to messages, the .xlsx file
+// read back with openpyxl, and the hand-over to the desktop.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -89,25 +88,6 @@ private:
     bool m_result;
 };
 
-/// The calls for one cell: header cells set the vertical alignment first.
-void Cell(std::vector<std::string>& out, const std::string& address, bool header,
-          const std::optional<std::wstring>& value)
-{
-    out.push_back("GetRange " + address + " " + address);
-    const std::string h = "SetHorizontalAlignment -4108";
-    const std::string v = "SetVerticalAlignment -4108";
-    out.push_back(header ? v : h);
-    out.push_back(header ? h : v);
-    if (value) {
-        out.push_back("SetValue " + ToUtf8(*value));
-    }
-}
-
-std::string Address(int column, int row)
-{
-    return std::string(1, static_cast<char>('A' + column)) + std::to_string(row);
-}
-
 int Export(RecordingAutomation& automation, Messages& messages, int n, int m)
 {
     const Document d = MakeDocument(n, m);
@@ -149,45 +129,6 @@ std::vector<std::optional<std::wstring>> Row(const std::array<std::wstring, N>& 
 }
 
 }  // namespace
-
-TEST(WorkbookExport, CallsForOneCircuitAndOneTransformerInOrder)
-{
-    RecordingAutomation automation;
-    Messages messages;
-    EXPECT_EQ(Export(automation, messages, 1, 1), 1);
-    EXPECT_TRUE(messages.shown.empty());
-
-    std::vector<std::string> expected = {"CreateDispatch excel.application",
-                                         "SetVisible 1",
-                                         "GetWorkbooks",
-                                         "WorkbooksAdd",
-                                         "GetWorksheets",
-                                         "WorksheetsGetItem 1"};
-    for (int i = 0; i < 13; ++i) {
-        Cell(expected, Address(i, 1), true, kLoadTitles[static_cast<size_t>(i)]);
-    }
-    const auto circuit = CircuitRow(Circuit(0));
-    for (int i = 0; i < 13; ++i) {
-        Cell(expected, Address(i, 2), false, circuit[static_cast<size_t>(i)]);
-    }
-    const std::map<int, std::wstring> total = {{1, L"总计"},   {4, L"101.5"}, {7, L"0.801"},
-                                               {8, L"82.25"},  {9, L"61.75"}, {10, L"102.7"},
-                                               {11, L"156.03"}};
-    for (int i = 0; i < 13; ++i) {
-        const auto value = total.find(i);
-        Cell(expected, Address(i, 4), false,
-             value == total.end() ? std::nullopt : std::optional<std::wstring>(value->second));
-    }
-    for (int i = 0; i < 16; ++i) {
-        Cell(expected, Address(i, 6), true, kTransformerTitles[static_cast<size_t>(i)]);
-    }
-    const auto transformer = TransformerRow(Transformer(0));
-    for (int i = 0; i < 16; ++i) {
-        Cell(expected, Address(i, 7), false, transformer[static_cast<size_t>(i)]);
-    }
-    expected.push_back("Release");
-    EXPECT_EQ(automation.calls, expected);
-}
 
 TEST(WorkbookExport, NoApplicationShowsTheMessageAndReturnsZero)
 {
