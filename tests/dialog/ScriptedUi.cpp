@@ -26,9 +26,8 @@ int ScriptedUi::MessageBox(const std::wstring& text, const std::wstring& caption
     return answer;
 }
 
-std::optional<std::wstring> ScriptedUi::OpenFileDialog(const CFileDialogOptions& options)
+std::optional<std::wstring> ScriptedUi::OpenFileDialog(const CFileDialogOptions&)
 {
-    openDialogs.push_back(options);
     return Next(openAnswers);
 }
 

