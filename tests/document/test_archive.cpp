@@ -177,16 +177,24 @@ TEST(Archive, RowsAreReadByPositionNotByName)
     EXPECT_EQ(transformers[0].m_strName, L"T1");
 }
 
-TEST(Archive, AChildCountAbove32767ReadsNoRows)
+TEST(Archive, AChildCountAbove32767WrapsAsASigned16BitCountAndReadsNoRows)
 {
     CInterDpData store;
-    for (int i = 0; i < 32768; ++i) {
+    for (int i = 0; i < 32767; ++i) {
         store.SetSubValueW(L"负荷信息\\" + std::to_wstring(i), 0, nullptr, 0);
     }
+    EXPECT_EQ(store.GetSubValueFromPathW(0, L"负荷信息")->ChildCount(), 32767);
+    store.SetSubValueW(L"负荷信息\\32767", 0, nullptr, 0);
     Set(store, L"变压器信息\\0\\变压器名称", L"T1");
+    CInterDpData reread;
+    ASSERT_EQ(reread.Deserialize(store.Serialize()), IdpStatus::Ok);
+    const CInterDpNode* table = reread.GetSubValueFromPathW(0, L"负荷信息");
+    EXPECT_EQ(table->ChildCount(), -32768);
+    EXPECT_EQ(table->ChildrenSize(), 32768u);
+    EXPECT_NE(table->GetSubValueFromPathW(0, L"32767"), nullptr);
     CLoadArray loads;
     CTransformerArray transformers;
-    LoadRecords(&store, loads, transformers);
+    LoadRecords(&reread, loads, transformers);
     EXPECT_EQ(loads.GetSize(), 0);
     EXPECT_EQ(transformers.GetSize(), 1);
     LoadRecords(nullptr, loads, transformers);

@@ -148,22 +148,6 @@ TEST(InterDpData, NamesAreExactAndKeepTheirOrder)
     EXPECT_THROW(t->ChildAt(42), std::out_of_range);
 }
 
-TEST(InterDpData, ChildCountIsSigned16BitAndWrapsAt32768)
-{
-    CInterDpData store;
-    for (int i = 0; i < 32767; ++i) {
-        store.SetSubValueW(L"t\\" + std::to_wstring(i), 1, L"", 0);
-    }
-    EXPECT_EQ(store.GetSubValueFromPathW(0, L"t")->ChildCount(), 32767);
-    store.SetSubValueW(L"t\\32767", 1, L"", 0);
-    CInterDpData copy;
-    Reload(store, copy);
-    const CInterDpNode* t = copy.GetSubValueFromPathW(0, L"t");
-    EXPECT_EQ(t->ChildCount(), -32768);
-    EXPECT_EQ(t->ChildrenSize(), 32768u);
-    EXPECT_NE(t->GetSubValueFromPathW(0, L"32767"), nullptr);
-}
-
 TEST(InterDpData, DepthIsLimitedAndTextsAreKeptAsTheyReadBack)
 {
     CInterDpData store;
