@@ -84,7 +84,6 @@ private slots:
     void anExceptionOfARowCommandIsReportedAndTheDocumentStays();
     void phaseBalancingShowsItsProgressInTheTitle();
     void anOutputFileIsProposedFromTheArchiveName();
-    void runningTheDialogReturnsHowTheControllerEndedIt();
 
 private:
     CGridView& LoadView() const { return m_window->View(GridId::Load); }
@@ -559,32 +558,6 @@ void WindowTest::anOutputFileIsProposedFromTheArchiveName()
     QCOMPARE(m_runner->boxes.size(), size_t(2));
     QCOMPARE(m_runner->boxes[1].text, QStringLiteral("不能打开Excel，可能是因为没有安装Excel!"));
     QCOMPARE(m_runner->boxes[1].buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-}
-
-void WindowTest::runningTheDialogReturnsHowTheControllerEndedIt()
-{
-    // The modal run's own window is reached from a timer: it exists only
-    // inside RunLoadCalDialog.
-    const auto runAndThen = [this](const std::function<void(CLoadCalWindow&)>& act) {
-        CLoadCalDiaog dialog(ToWString(m_folder->filePath("run.idp")));
-        QTimer::singleShot(0, this, [&] {
-            auto* window = qobject_cast<CLoadCalWindow*>(QApplication::activeModalWidget());
-            QVERIFY(window);
-            act(*window);
-        });
-        const int result = RunLoadCalDialog(dialog, m_runner.get());
-        return std::pair(result, dialog.GetOutputMode());
-    };
-
-    // 输出到Excell(&E): IDOK with output mode 2.
-    auto ended = runAndThen([](CLoadCalWindow& window) {
-        window.MenuBar().actions().at(1)->menu()->actions().at(1)->trigger();
-    });
-    QCOMPARE(ended, std::pair(IDOK, 2));
-    // The close box: IDCANCEL, no output.
-    ended = runAndThen([](CLoadCalWindow& window) { window.close(); });
-    QCOMPARE(ended, std::pair(IDCANCEL, 0));
-    QCOMPARE(m_runner->boxes.size(), size_t(0));
 }
 
 QTEST_MAIN(WindowTest)
