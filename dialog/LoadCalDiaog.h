@@ -242,6 +242,8 @@ private:
     /// Selected data rows in ascending order; nothing when the grid is too
     /// small to hold a data row (the row commands then do nothing).
     std::optional<std::vector<int>> SelectedRows(GridId grid) const;
+    /// Cut (cut = true) or Copy of the selected rows into the grid's clipboard.
+    void FillClipboard(GridId grid, bool cut);
     void RefreshTotals();
 
     CGridCtrl m_gridLoad;

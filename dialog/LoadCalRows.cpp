@@ -157,34 +157,29 @@ void CLoadCalDiaog::MarkCutRows(GridId grid)
 
 void CLoadCalDiaog::OnCutRows(GridId grid)
 {
-    const std::optional<std::vector<int>> rows = SelectedRows(grid);
-    if (!rows) {
-        return;
-    }
-    if (grid == GridId::Load) {
-        Cut<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows},
-                          *rows);
-    } else {
-        Cut<CTransformerCalData>({m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
-                                  m_bTransformerCut, m_arrCutTransformerRows},
-                                 *rows);
-    }
-    MarkCutRows(grid);
+    FillClipboard(grid, true);
 }
 
 void CLoadCalDiaog::OnCopyRows(GridId grid)
+{
+    FillClipboard(grid, false);
+}
+
+void CLoadCalDiaog::FillClipboard(GridId grid, bool cut)
 {
     const std::optional<std::vector<int>> rows = SelectedRows(grid);
     if (!rows) {
         return;
     }
     if (grid == GridId::Load) {
-        Copy<CLoadCalData>({m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut, m_arrCutLoadRows},
-                           *rows);
+        const RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
+                                         m_arrCutLoadRows};
+        cut ? Cut(side, *rows) : Copy(side, *rows);
     } else {
-        Copy<CTransformerCalData>({m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
-                                   m_bTransformerCut, m_arrCutTransformerRows},
-                                  *rows);
+        const RowSide<CTransformerCalData> side{m_gridTransformer, m_arrTransformer,
+                                                m_arrClipTransformer, m_bTransformerCut,
+                                                m_arrCutTransformerRows};
+        cut ? Cut(side, *rows) : Copy(side, *rows);
     }
     MarkCutRows(grid);
 }
