@@ -102,6 +102,31 @@ void InsertClipboard(RowSide<Record> side, int r, Fill fill)
     }
 }
 
+/// Paste at row r: a pending Cut is carried out first, then the clipboard is
+/// inserted with fill; a Cut pastes once. The grid's selection survives.
+/// False when the target moved out of bounds (then nothing changed).
+template <class Record, class Bound, class Mark, class Fill>
+bool PasteRecords(RowSide<Record> side, int r, Bound inBounds, Mark mark, Fill fill)
+{
+    const bool wasCut = side.cutFlag != 0;
+    if (wasCut) {
+        const std::optional<int> target = RemoveCutRows(side, r, inBounds, mark);
+        if (!target) {
+            return false;
+        }
+        r = *target;
+    }
+    const CCellRange selection = side.grid.GetSelectedRange();
+    InsertClipboard(side, r, fill);
+    if (wasCut) {
+        side.clipboard.RemoveAll();
+        side.cutFlag = 0;
+    }
+    side.grid.Refresh();
+    side.grid.SetSelectedRange(selection);
+    return true;
+}
+
 }  // namespace
 
 std::optional<std::vector<int>> CLoadCalDiaog::SelectedRows(GridId grid) const
@@ -198,53 +223,27 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
     if (!inBounds(r) || clipSize < 1) {
         return;
     }
-    int& cutFlag = load ? m_bLoadCut : m_bTransformerCut;
-    const bool wasCut = cutFlag != 0;
     auto mark = [this, grid] {
         MarkCutRows(grid);
     };
-
     if (load) {
-        RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
-                                   m_arrCutLoadRows};
-        if (wasCut) {
-            const std::optional<int> target = RemoveCutRows(side, r, inBounds, mark);
-            if (!target) {
-                return;
-            }
-            r = *target;
+        const RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
+                                         m_arrCutLoadRows};
+        if (!PasteRecords(side, r, inBounds, mark,
+                          [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); })) {
+            return;
         }
-        const CCellRange selection = g.GetSelectedRange();
-        InsertClipboard(side, r,
-                        [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); });
-        if (wasCut) {
-            m_arrClipLoad.RemoveAll();
-            m_bLoadCut = 0;
-        }
-        g.Refresh();
-        g.SetSelectedRange(selection);
         RefreshTotals();
         RecalculateAllTransformers();
     } else {
-        RowSide<CTransformerCalData> side{m_gridTransformer, m_arrTransformer, m_arrClipTransformer,
-                                          m_bTransformerCut, m_arrCutTransformerRows};
-        if (wasCut) {
-            const std::optional<int> target = RemoveCutRows(side, r, inBounds, mark);
-            if (!target) {
-                return;
-            }
-            r = *target;
+        const RowSide<CTransformerCalData> side{m_gridTransformer, m_arrTransformer,
+                                                m_arrClipTransformer, m_bTransformerCut,
+                                                m_arrCutTransformerRows};
+        if (!PasteRecords(side, r, inBounds, mark, [this](int row, const CTransformerCalData& rec) {
+                FillTransformerRow(row, rec);
+            })) {
+            return;
         }
-        const CCellRange selection = g.GetSelectedRange();
-        InsertClipboard(side, r, [this](int row, const CTransformerCalData& rec) {
-            FillTransformerRow(row, rec);
-        });
-        if (wasCut) {
-            m_arrClipTransformer.RemoveAll();
-            m_bTransformerCut = 0;
-        }
-        g.Refresh();
-        g.SetSelectedRange(selection);
     }
     m_bModified = 1;
 }
