@@ -1,67 +1,26 @@
 #include "balancing/Extremum.h"
 
+#include <algorithm>
 #include <bit>
+#include <climits>
 #include <cmath>
 #include <cstdint>
-
-#if defined(__SSE2__) || defined(_M_X64)
-#include <emmintrin.h>
-#endif
+#include <cstring>
 
 #include "balancing/BalancingTexts.h"
 
 namespace loadcal {
 namespace {
 
-// Bit masks that keep a current for the phase of a gene and make it +0.0 for
-// the others (gene 3 counts as phase 2). Adding +0.0 leaves a sum exactly as
-// it is, so each sum is the plain sum of its own items in item order, and
-// the loop has no branch to mispredict on random genes.
-constexpr std::uint64_t kAll = ~std::uint64_t{0};
-alignas(16) constexpr std::uint64_t kFirstTwoPhases[4][2] = {{kAll, 0}, {0, kAll}, {0, 0}, {0, 0}};
-constexpr std::uint64_t kThirdPhase[4] = {0, 0, kAll, kAll};
+// The phase of each gene value: 3 counts as the third phase.
+constexpr int kPhaseOfGene[4] = {0, 1, 2, 2};
 
-#if defined(__SSE2__) || defined(_M_X64)
-/// The three phase sums (A), the first two in one SSE2 register: one packed
-/// addition adds to both, each lane exactly as a scalar addition would.
-class CPhaseSums {
-public:
-    void Add(unsigned gene, double current)
-    {
-        const __m128d mask = _mm_castsi128_pd(
-            _mm_load_si128(reinterpret_cast<const __m128i*>(kFirstTwoPhases[gene])));
-        m_ab = _mm_add_pd(m_ab, _mm_and_pd(_mm_set1_pd(current), mask));
-        m_c += std::bit_cast<double>(std::bit_cast<std::uint64_t>(current) & kThirdPhase[gene]);
-    }
-    double A() const { return _mm_cvtsd_f64(m_ab); }
-    double B() const { return _mm_cvtsd_f64(_mm_unpackhi_pd(m_ab, m_ab)); }
-    double C() const { return m_c; }
-
-private:
-    __m128d m_ab = _mm_setzero_pd();
-    double m_c = 0.0;
-};
-#else
-/// The three phase sums (A).
-class CPhaseSums {
-public:
-    void Add(unsigned gene, double current)
-    {
-        const std::uint64_t bits = std::bit_cast<std::uint64_t>(current);
-        m_a += std::bit_cast<double>(bits & kFirstTwoPhases[gene][0]);
-        m_b += std::bit_cast<double>(bits & kFirstTwoPhases[gene][1]);
-        m_c += std::bit_cast<double>(bits & kThirdPhase[gene]);
-    }
-    double A() const { return m_a; }
-    double B() const { return m_b; }
-    double C() const { return m_c; }
-
-private:
-    double m_a = 0.0;
-    double m_b = 0.0;
-    double m_c = 0.0;
-};
-#endif
+// Bits of a 128-bit signed sum the fixed-point scale may use: the spread of
+// three sums, doubled, must stay below 2^127.
+constexpr int kFixedBits = 120;
+// The lowest scale kept as a normal double, so the spread is rescaled by one
+// multiplication.
+constexpr int kLowestScale = -1000;
 
 }  // namespace
 
@@ -69,25 +28,143 @@ CExtremum::CExtremum() = default;
 
 CExtremum::~CExtremum() = default;
 
+void CExtremum::SetItems(CBalanceItem* items, int count)
+{
+    m_pItems = items;
+    m_nItems = count;
+    m_bExact = false;
+    m_arrFixed.assign(static_cast<size_t>(count), 0);
+    m_arrLast.assign(static_cast<size_t>((count + 31) / 32), 0);
+    m_arrSums[0] = m_arrSums[1] = m_arrSums[2] = 0;
+
+    // Each current is m x 2^low with an odd integer m below 2^53: the lowest
+    // low over the items is the scale, and the highest binary exponent and
+    // the item count bound the sums.
+    int lowest = INT_MAX;
+    int highest = INT_MIN;
+    for (int i = 0; i < count; ++i) {
+        const double current = items[i].current;
+        if (!std::isfinite(current)) {
+            return;
+        }
+        if (current == 0.0) {
+            continue;
+        }
+        int exponent = 0;
+        const auto mantissa =
+            static_cast<std::int64_t>(std::ldexp(std::frexp(current, &exponent), 53));
+        const int zeros =
+            std::countr_zero(static_cast<std::uint64_t>(mantissa < 0 ? -mantissa : mantissa));
+        lowest = std::min(lowest, exponent - 53 + zeros);
+        highest = std::max(highest, exponent);
+    }
+    if (lowest == INT_MAX) {
+        lowest = highest = 0;
+    }
+    const int countBits = std::bit_width(static_cast<unsigned>(count));
+    if (highest - lowest + countBits + 2 > kFixedBits || lowest < kLowestScale) {
+        return;
+    }
+    m_dScale = std::ldexp(1.0, lowest);
+    for (int i = 0; i < count; ++i) {
+        const double current = items[i].current;
+        if (current == 0.0) {
+            continue;
+        }
+        int exponent = 0;
+        auto mantissa = static_cast<std::int64_t>(std::ldexp(std::frexp(current, &exponent), 53));
+        int shift = exponent - 53 - lowest;
+        while ((mantissa & 1) == 0) {
+            mantissa /= 2;
+            ++shift;
+        }
+        m_arrFixed[static_cast<size_t>(i)] =
+            static_cast<Fixed>(mantissa) * (static_cast<Fixed>(1) << shift);
+        // Every gene starts as 0 in the remembered unit: all items on the first phase.
+        m_arrSums[0] += m_arrFixed[static_cast<size_t>(i)];
+    }
+    m_bExact = true;
+}
+
 double CExtremum::Fitness(const void* unit) const
 {
     const auto* bytes = static_cast<const unsigned char*>(unit);
-    CPhaseSums sums;
-    const int whole = m_nItems / 4;
-    const CBalanceItem* item = m_pItems;
-    for (int k = 0; k < whole; ++k, item += 4) {
-        const unsigned byte = bytes[k];
-        sums.Add(byte >> 6, item[0].current);
-        sums.Add((byte >> 4) & 3u, item[1].current);
-        sums.Add((byte >> 2) & 3u, item[2].current);
-        sums.Add(byte & 3u, item[3].current);
+    if (!m_bExact) {
+        return PlainFitness(bytes);
     }
-    for (int i = whole * 4; i < m_nItems; ++i) {
-        sums.Add((bytes[i >> 2] >> (6 - 2 * (i & 3))) & 3u, m_pItems[i].current);
+    // Bring the remembered unit's sums up to date, eight bytes at a time.
+    Fixed sums[3] = {m_arrSums[0], m_arrSums[1], m_arrSums[2]};
+    const int bytesUsed = (m_nItems + 3) / 4;
+    const int whole = bytesUsed / 8;
+    std::uint64_t* last = m_arrLast.data();
+    for (int w = 0; w < whole; ++w) {
+        std::uint64_t now = 0;
+        std::memcpy(&now, bytes + 8 * w, 8);
+        if (now != last[w]) {
+            Update(sums, w, now);
+        }
     }
-    const double a = sums.A();
-    const double b = sums.B();
-    const double c = sums.C();
+    if (bytesUsed > 8 * whole) {
+        // The last word: its bytes beyond the unit stay 0 on both sides.
+        std::uint64_t now = 0;
+        for (int b = 8 * whole; b < bytesUsed; ++b) {
+            const int place = b - 8 * whole;
+            const int shift =
+                std::endian::native == std::endian::little ? 8 * place : 56 - 8 * place;
+            now |= static_cast<std::uint64_t>(bytes[b]) << shift;
+        }
+        if (now != last[whole]) {
+            Update(sums, whole, now);
+        }
+    }
+    for (int p = 0; p < 3; ++p) {
+        m_arrSums[p] = sums[p];
+    }
+
+    // |A - B| + |A - C| + |B - C|, exactly and without branches on the signs.
+    const auto magnitude = [](Fixed x) {
+        const Fixed sign = x >> 127;
+        return (x ^ sign) - sign;
+    };
+    const Fixed total =
+        magnitude(sums[0] - sums[1]) + magnitude(sums[0] - sums[2]) + magnitude(sums[1] - sums[2]);
+    // An integer below 2^63 converts in one instruction; both round to nearest.
+    const double spread = total <= INT64_MAX ? static_cast<double>(static_cast<std::int64_t>(total))
+                                             : static_cast<double>(total);
+    return 10000.0 / (spread * m_dScale + 1.0);
+}
+
+void CExtremum::Update(Fixed (&sums)[3], int word, std::uint64_t now) const
+{
+    const std::uint64_t was = m_arrLast[static_cast<size_t>(word)];
+    // One bit, the lower of its pair, for each symbol that differs.
+    const std::uint64_t changed = now ^ was;
+    std::uint64_t symbols = (changed | (changed >> 1)) & 0x5555555555555555ull;
+    while (symbols != 0) {
+        const int bit = std::countr_zero(symbols);
+        symbols &= symbols - 1;
+        // Byte k of the word holds items 4k .. 4k+3, the first in its top pair.
+        const int byte = std::endian::native == std::endian::little ? bit / 8 : 7 - bit / 8;
+        const int item = 32 * word + 4 * byte + (6 - bit % 8) / 2;
+        if (item >= m_nItems) {
+            continue;
+        }
+        const Fixed current = m_arrFixed[static_cast<size_t>(item)];
+        sums[kPhaseOfGene[(was >> bit) & 3]] -= current;
+        sums[kPhaseOfGene[(now >> bit) & 3]] += current;
+    }
+    m_arrLast[static_cast<size_t>(word)] = now;
+}
+
+double CExtremum::PlainFitness(const unsigned char* unit) const
+{
+    double sums[3] = {0.0, 0.0, 0.0};
+    for (int i = 0; i < m_nItems; ++i) {
+        sums[DecodeGene(unit, i)] += m_pItems[i].current;
+    }
+    const double a = sums[0];
+    const double b = sums[1];
+    const double c = sums[2];
     return 10000.0 / (std::fabs(a - b) + std::fabs(a - c) + std::fabs(b - c) + 1.0);
 }
 

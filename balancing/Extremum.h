@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "balancing/GeneticBase.h"
 #include "balancing/PhaseBalanceHost.h"
@@ -28,24 +29,44 @@ inline int DecodeGene(const unsigned char* unit, int i)
 /// its fitness is 10000 / (|A - B| + |A - C| + |B - C| + 1), where A, B, C
 /// are the currents (A) of the items on phases 0, 1, 2. An even split scores
 /// 10000. The items are borrowed for one search (SetItems) and never owned.
+///
+/// The sums are kept exactly: SetItems writes every current as an integer
+/// multiple of one power of two (a 128-bit fixed-point figure), and Fitness
+/// rounds only the final spread to double. So a unit's fitness does not depend
+/// on the order of additions, and Fitness can bring the sums of the unit it
+/// saw last up to date by the genes that changed instead of adding all items
+/// again: the search's local steps change a few genes at a time, which makes
+/// an evaluation cost a comparison of the unit bytes, not a pass over the
+/// items. Currents that do not fit one fixed-point scale (not finite, or
+/// spanning more binary places than a 128-bit sum holds) fall back to plain
+/// double sums in item order. Owns the fixed-point copy and the last unit with its sums.
 class CExtremum : public CGeneticBase {
 public:
     CExtremum();
     ~CExtremum() override;
 
-    /// Lends the items of the next search; they must outlive it.
-    void SetItems(CBalanceItem* items, int count)
-    {
-        m_pItems = items;
-        m_nItems = count;
-    }
+    /// Lends the items of the next search; they and their currents must stay
+    /// unchanged while lent.
+    void SetItems(CBalanceItem* items, int count);
 
-    /// A single pass over the items, summing each phase in item order.
+    /// The fitness of a unit of at least ceil(n / 4) bytes.
     double Fitness(const void* unit) const override;
 
 private:
+    __extension__ typedef __int128 Fixed;
+
+    double PlainFitness(const unsigned char* unit) const;
+    /// Moves the items of one 8-byte word whose genes differ between now and
+    /// the remembered unit from one of sums to another, and remembers now.
+    void Update(Fixed (&sums)[3], int word, std::uint64_t now) const;
+
     CBalanceItem* m_pItems = nullptr;
     int m_nItems = 0;
+    bool m_bExact = false;
+    double m_dScale = 1.0;          ///< the current (A) of a fixed-point 1, a power of two
+    std::vector<Fixed> m_arrFixed;  ///< the currents in fixed point
+    mutable std::vector<std::uint64_t> m_arrLast;  ///< the unit seen last, 8 bytes a word
+    mutable Fixed m_arrSums[3] = {0, 0, 0};        ///< its phase sums
 };
 
 /// The search as the dialog sets it up when it starts: a fresh problem

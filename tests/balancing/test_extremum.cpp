@@ -7,6 +7,7 @@
 #include <bit>
 #include <cmath>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -82,27 +83,104 @@ TEST(GeneDecoding, FiveItemsTakeTwoBytesAndTheFifthReadsTheTopPairOfTheSecond)
     EXPECT_EQ(FitnessOf(currents, {0b00'01'10'11, 0b01'11'01'10}), expected);
 }
 
-TEST(Fitness, EqualsThePlainPhaseSumsInItemOrderToTheLastBit)
+namespace {
+
+/// The fitness from phase sums added in item order, written out plainly.
+double ItemOrderFitness(const std::vector<double>& currents, const std::vector<unsigned char>& unit)
+{
+    double sum[3] = {0.0, 0.0, 0.0};
+    for (size_t i = 0; i < currents.size(); ++i) {
+        const int gene = (unit[i / 4] >> (6 - 2 * (i % 4))) & 3;
+        sum[gene == 3 ? 2 : gene] += currents[i];
+    }
+    return 10000.0 / (std::abs(sum[0] - sum[1]) + std::abs(sum[0] - sum[2]) +
+                      std::abs(sum[1] - sum[2]) + 1.0);
+}
+
+std::vector<unsigned char> RandomUnit(CRandom& random, size_t items)
+{
+    std::vector<unsigned char> unit((items + 3) / 4);
+    for (unsigned char& byte : unit) {
+        byte = static_cast<unsigned char>(random.Next());
+    }
+    return unit;
+}
+
+}  // namespace
+
+TEST(Fitness, IsTheSpreadOfTheExactPhaseSums)
 {
     CRandom random(5);
-    for (int round = 0; round < 200; ++round) {
-        const int n = 1 + static_cast<int>(random.Below(40));
+    for (int round = 0; round < 300; ++round) {
+        const size_t n = 1 + random.Below(300);
+        // Multiples of 1/1024 below 2^11: every sum and difference in double
+        // is exact, so plain item-order sums are the exact ones.
+        std::vector<double> dyadic(n);
+        // Figures of no short binary form, some negative: the exact sums
+        // rounded once differ from item-order sums by rounding only.
+        std::vector<double> decimal(n);
+        for (size_t i = 0; i < n; ++i) {
+            dyadic[i] = static_cast<double>(random.Below(1u << 21)) / 1024.0;
+            decimal[i] = (static_cast<double>(random.Below(2000000)) - 100000.0) / 9973.0;
+        }
+        const std::vector<unsigned char> unit = RandomUnit(random, n);
+        ASSERT_EQ(FitnessOf(dyadic, unit), ItemOrderFitness(dyadic, unit)) << "round " << round;
+        const double expected = ItemOrderFitness(decimal, unit);
+        ASSERT_NEAR(FitnessOf(decimal, unit), expected, expected * 1e-12) << "round " << round;
+    }
+}
+
+TEST(Fitness, OfAUnitDoesNotDependOnTheUnitsSeenBefore)
+{
+    // One problem object follows a unit through changes of a few symbols, as
+    // the search's local steps make them, and now and then jumps to an
+    // unrelated unit; each score must equal a fresh object's to the last bit.
+    CRandom random(8);
+    for (const int n : {1, 5, 31, 32, 33, 200, 501}) {
         std::vector<double> currents(static_cast<size_t>(n));
         for (double& c : currents) {
-            c = static_cast<double>(random.Below(1000000)) / 9973.0;
+            c = static_cast<double>(1000 + random.Below(999001)) * 1e-4;
         }
-        std::vector<unsigned char> unit(static_cast<size_t>((n + 3) / 4));
-        for (unsigned char& byte : unit) {
-            byte = static_cast<unsigned char>(random.Next());
+        std::vector<CBalanceItem> items = ItemsOf(currents);
+        CExtremum problem;
+        problem.SetItems(items.data(), n);
+        std::vector<unsigned char> unit = RandomUnit(random, static_cast<size_t>(n));
+        for (int step = 0; step < 400; ++step) {
+            if (random.Below(20) == 0) {
+                unit = RandomUnit(random, static_cast<size_t>(n));
+            } else {
+                for (int k = 1 + static_cast<int>(random.Below(8)); k > 0; --k) {
+                    // Any symbol of the unit, the unused ones of the last byte too.
+                    const size_t symbol = random.Below(static_cast<std::uint32_t>(unit.size() * 4));
+                    unit[symbol / 4] ^=
+                        static_cast<unsigned char>((1 + random.Below(3)) << (6 - 2 * (symbol % 4)));
+                }
+            }
+            ASSERT_EQ(problem.Fitness(unit.data()), FitnessOf(currents, unit))
+                << "n " << n << " step " << step;
         }
-        double sum[3] = {0.0, 0.0, 0.0};
-        for (int i = 0; i < n; ++i) {
-            const int gene = (unit[static_cast<size_t>(i / 4)] >> (6 - 2 * (i % 4))) & 3;
-            sum[gene == 3 ? 2 : gene] += currents[static_cast<size_t>(i)];
+    }
+}
+
+TEST(Fitness, CurrentsOfNoCommonScaleUseItemOrderSums)
+{
+    CRandom random(9);
+    const std::vector<std::vector<double>> cases = {
+        {1e300, 3.5, 1e-300, 7.25, 2.0},
+        {10.0, std::numeric_limits<double>::infinity(), 4.0, 6.0},
+        {10.0, std::numeric_limits<double>::quiet_NaN(), 4.0, 6.0},
+    };
+    for (const std::vector<double>& currents : cases) {
+        for (int round = 0; round < 20; ++round) {
+            const std::vector<unsigned char> unit = RandomUnit(random, currents.size());
+            const double expected = ItemOrderFitness(currents, unit);
+            const double got = FitnessOf(currents, unit);
+            if (std::isnan(expected)) {
+                ASSERT_TRUE(std::isnan(got));
+            } else {
+                ASSERT_EQ(got, expected);
+            }
         }
-        const double expected = 10000.0 / (std::abs(sum[0] - sum[1]) + std::abs(sum[0] - sum[2]) +
-                                           std::abs(sum[1] - sum[2]) + 1.0);
-        ASSERT_EQ(FitnessOf(currents, unit), expected) << "round " << round;
     }
 }
 
