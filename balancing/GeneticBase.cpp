@@ -8,12 +8,14 @@
 namespace loadcal {
 namespace {
 
-// Effort of one generation, in Fitness evaluations: about kEffortBytes bytes
-// of units, so that a generation costs roughly the same whatever the unit
-// length, within kMinEffort .. kMaxEffort.
-constexpr long long kEffortBytes = 3000;
-constexpr long long kMinEffort = 60;
-constexpr long long kMaxEffort = 150;
+// Effort of one generation, in Fitness evaluations: symbols^2 / kEffortDivisor
+// within kMinEffort .. kMaxEffort. The pairs of symbols an exchange can pick,
+// and so the moves worth trying, grow with the square of the unit length; a
+// Fitness that follows the few symbols a move changes costs about the same
+// for every length.
+constexpr long long kEffortDivisor = 333;
+constexpr long long kMinEffort = 120;
+constexpr long long kMaxEffort = 1500;
 // Local-step evaluations a child gets besides depth x symbols.
 constexpr long long kChildBaseEffort = 50;
 // Generations between two probes of the fittest unit.
@@ -21,8 +23,8 @@ constexpr long long kProbeInterval = 100;
 // Exchanges pair a ranked symbol with one at most this many ranks away.
 constexpr int kNeighbourWindow = 4;
 // Rejected moves remembered, and remembered moves looked at for a partner.
-constexpr int kMovesRemembered = 256;
-constexpr int kPartnerCandidates = 8;
+constexpr int kMovesRemembered = 1024;
+constexpr int kPartnerCandidates = 4;
 
 // Shares of the move kinds and of neighbour picks, out of 2^32.
 constexpr std::uint32_t kChangeShare = 644245094u;      // 0.15
@@ -70,7 +72,6 @@ void CGeneticBase::SetUnitScale(int population, int unitBytes, int depth)
     m_arrWeight.assign(static_cast<size_t>(m_nSymbols), 0.0);
     m_arrMoves.assign(kMovesRemembered, Move{});
     m_arrMovesByFitness.assign(kMovesRemembered, 0);
-    m_arrMovePlace.assign(kMovesRemembered, 0);
     m_random.Seed(m_nSeed);
     m_nBest = 0;
     m_bStarted = false;
@@ -82,7 +83,6 @@ void CGeneticBase::SetUnitScale(int population, int unitBytes, int depth)
     m_nNextProbe = 0;
     m_nRanked = 0;
     m_nMoves = 0;
-    m_nMoveHead = 0;
 }
 
 void CGeneticBase::SetParameterEx(const double* values, int count)
@@ -143,7 +143,8 @@ void CGeneticBase::Evolve()
     if (m_nSymbols == 0) {
         return;
     }
-    const long long effort = std::clamp(kEffortBytes / m_nUnitBytes, kMinEffort, kMaxEffort);
+    const long long symbols = m_nSymbols;
+    const long long effort = std::clamp(symbols * symbols / kEffortDivisor, kMinEffort, kMaxEffort);
     const long long start = m_nEvaluations;
     const bool stalled = m_nSinceImprovement > static_cast<long long>(m_nDepth) * m_nSymbols;
     if (m_nPopulation >= 2) {
@@ -416,7 +417,7 @@ void CGeneticBase::Improve(unsigned char* unit, double& fitness, long long budge
             continue;
         }
         joined = move;
-        const Move& other = m_arrMoves[partner];
+        const Move& other = m_arrMoves[static_cast<size_t>(partner)];
         for (int q = 0; q < other.count; ++q) {
             joined.position[joined.count] = other.position[q];
             joined.from[joined.count] = other.from[q];
@@ -428,9 +429,10 @@ void CGeneticBase::Improve(unsigned char* unit, double& fitness, long long budge
         }
         joined.fitness = Evaluate(unit);
         if (joined.fitness >= fitness) {
+            // The remembered moves stay: their changes are still what they
+            // were, and their fitness still ranks them near enough.
             m_nSinceImprovement = joined.fitness > fitness ? 0 : m_nSinceImprovement + 1;
             fitness = joined.fitness;
-            Forget();
             continue;
         }
         for (int q = joined.count - 1; q >= 0; --q) {
@@ -499,30 +501,25 @@ int CGeneticBase::FindPartner(const unsigned char* unit, const Move& move, doubl
 
 void CGeneticBase::Remember(const Move& move)
 {
-    // The new move takes the ring slot of the oldest one; in the fitness order
-    // it takes the oldest one's place (the end while the ring is filling) and
-    // the entries between that place and its own shift by one.
-    const int slot = m_nMoveHead;
-    m_nMoveHead = (m_nMoveHead + 1) % kMovesRemembered;
+    // While the pool fills, the new move gets the next free slot and its
+    // place in the fitness order; once full, it takes the slot of the
+    // remembered move nearest in fitness, which keeps the order and spreads
+    // the pool over the whole range of fitness instead of over time.
     int* sorted = m_arrMovesByFitness.data();
-    int* place = m_arrMovePlace.data();
-    int at = LowerBound(move.fitness);
-    const int hole = m_nMoves == kMovesRemembered ? place[slot] : m_nMoves++;
-    if (at <= hole) {
-        for (int k = hole; k > at; --k) {
-            sorted[k] = sorted[k - 1];
-            place[sorted[k]] = k;
-        }
-    } else {
-        --at;
-        for (int k = hole; k < at; ++k) {
-            sorted[k] = sorted[k + 1];
-            place[sorted[k]] = k;
-        }
+    const int at = LowerBound(move.fitness);
+    if (m_nMoves < kMovesRemembered) {
+        std::memmove(sorted + at + 1, sorted + at,
+                     static_cast<size_t>(m_nMoves - at) * sizeof(int));
+        sorted[at] = m_nMoves;
+        m_arrMoves[static_cast<size_t>(m_nMoves++)] = move;
+        return;
     }
-    sorted[at] = slot;
-    place[slot] = at;
-    m_arrMoves[slot] = move;
+    int nearest = at;
+    if (at == m_nMoves || (at > 0 && move.fitness - m_arrMoves[sorted[at - 1]].fitness <
+                                         m_arrMoves[sorted[at]].fitness - move.fitness)) {
+        nearest = at - 1;
+    }
+    m_arrMoves[static_cast<size_t>(sorted[nearest])] = move;
 }
 
 void CGeneticBase::CreateUnit(void* unit)

@@ -17,8 +17,9 @@ namespace loadcal {
 /// One search: SetUnitScale sizes the population and restarts the random
 /// generator from the seed; the first Evolve creates the population
 /// (CreateUnit, Fitness); each Evolve then runs one generation. A generation
-/// has a fixed effort of Fitness evaluations (about 3000 unit bytes, at least
-/// 60 and at most 150 evaluations) shared between two lines of work:
+/// has a fixed effort of Fitness evaluations (symbols^2 / 333, at least 120
+/// and at most 1500; the pairs an exchange can pick grow with the square of
+/// the length) shared between two lines of work:
 ///  - breeding: a child of two parents chosen by binary tournaments is made
 ///    by IntercrossUnits (or ArithmeticIntercrossUnits), MutateUnit and
 ///    sometimes NonconformingMutateUnit, improved by the local step for
@@ -37,10 +38,12 @@ namespace loadcal {
 /// breeding brings a new fittest unit, it probes each symbol of the fittest unit with the other
 /// three values: symbols whose change never alters the fitness are left alone afterwards, and the
 /// others are ranked by the worst fitness a change produces, so that most exchanges pair symbols of
-/// similar weight. Moves the refinement rejects are remembered with the fitness they produced; a
-/// new rejected move is joined with the remembered move whose fitness is closest and the pair is
+/// similar weight. Moves the refinement rejects are remembered with the fitness they produced (up
+/// to 1024; once full, a new move replaces the remembered one nearest in fitness); a new rejected
+/// move is joined with one of the four remembered moves whose fitness is closest and the pair is
 /// tried as one move (two moves that spoil the fitness alike often cancel out), and rejected pairs
-/// are remembered in turn.
+/// are remembered in turn. The remembered moves stay when a joined move is accepted and are
+/// forgotten when the fittest unit is probed or replaced.
 ///
 /// Parameters (SetParameterEx): 0 the probability that MutateUnit changes a
 /// symbol, 1 the probability that a child is made by ArithmeticIntercrossUnits
@@ -170,12 +173,10 @@ private:
     std::vector<double> m_arrWeight;
     int m_nRanked = 0;
 
-    // remembered rejected moves: a ring, and its indices sorted by fitness
+    // remembered rejected moves, and their indices sorted by fitness
     std::vector<Move> m_arrMoves;
     std::vector<int> m_arrMovesByFitness;
-    std::vector<int> m_arrMovePlace;  ///< each slot's place in m_arrMovesByFitness
     int m_nMoves = 0;
-    int m_nMoveHead = 0;
 };
 
 }  // namespace loadcal
