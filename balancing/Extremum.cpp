@@ -15,8 +15,8 @@ namespace {
 // The phase of each gene value: 3 counts as the third phase.
 constexpr int kPhaseOfGene[4] = {0, 1, 2, 2};
 
-// Bits of a 128-bit signed sum the fixed-point scale may use: the spread of
-// three sums, doubled, must stay below 2^127.
+// Bits of a 128-bit signed sum the fixed-point scale may use, so that
+// |A - B| + |A - C| + |B - C| stays below 2^127.
 constexpr int kFixedBits = 120;
 // The lowest scale kept as a normal double, so the spread is rescaled by one
 // multiplication.
