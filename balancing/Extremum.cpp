@@ -22,6 +22,25 @@ constexpr int kFixedBits = 120;
 // multiplication.
 constexpr int kLowestScale = -1000;
 
+/// A finite, non-zero double as odd x 2^low, with its binary exponent
+/// (the value lies below 2^exponent in magnitude).
+struct CBinaryFigure {
+    std::int64_t odd = 0;
+    int low = 0;
+    int exponent = 0;
+};
+
+CBinaryFigure Decompose(double value)
+{
+    CBinaryFigure figure;
+    figure.odd = static_cast<std::int64_t>(std::ldexp(std::frexp(value, &figure.exponent), 53));
+    const int zeros =
+        std::countr_zero(static_cast<std::uint64_t>(figure.odd < 0 ? -figure.odd : figure.odd));
+    figure.odd /= std::int64_t{1} << zeros;
+    figure.low = figure.exponent - 53 + zeros;
+    return figure;
+}
+
 }  // namespace
 
 CExtremum::CExtremum() = default;
@@ -50,13 +69,9 @@ void CExtremum::SetItems(CBalanceItem* items, int count)
         if (current == 0.0) {
             continue;
         }
-        int exponent = 0;
-        const auto mantissa =
-            static_cast<std::int64_t>(std::ldexp(std::frexp(current, &exponent), 53));
-        const int zeros =
-            std::countr_zero(static_cast<std::uint64_t>(mantissa < 0 ? -mantissa : mantissa));
-        lowest = std::min(lowest, exponent - 53 + zeros);
-        highest = std::max(highest, exponent);
+        const CBinaryFigure figure = Decompose(current);
+        lowest = std::min(lowest, figure.low);
+        highest = std::max(highest, figure.exponent);
     }
     if (lowest == INT_MAX) {
         lowest = highest = 0;
@@ -71,15 +86,9 @@ void CExtremum::SetItems(CBalanceItem* items, int count)
         if (current == 0.0) {
             continue;
         }
-        int exponent = 0;
-        auto mantissa = static_cast<std::int64_t>(std::ldexp(std::frexp(current, &exponent), 53));
-        int shift = exponent - 53 - lowest;
-        while ((mantissa & 1) == 0) {
-            mantissa /= 2;
-            ++shift;
-        }
+        const CBinaryFigure figure = Decompose(current);
         m_arrFixed[static_cast<size_t>(i)] =
-            static_cast<Fixed>(mantissa) * (static_cast<Fixed>(1) << shift);
+            static_cast<Fixed>(figure.odd) * (static_cast<Fixed>(1) << (figure.low - lowest));
         // Every gene starts as 0 in the remembered unit: all items on the first phase.
         m_arrSums[0] += m_arrFixed[static_cast<size_t>(i)];
     }
