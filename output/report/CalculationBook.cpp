@@ -10,6 +10,7 @@
 
 #include <memory>
 
+#include "document/AtomicFile.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
 #include "output/OutputError.h"
@@ -298,7 +299,7 @@ std::wstring BookProjectName(const std::wstring& documentPath)
     if (documentPath.empty()) {
         return L"未命名";
     }
-    return std::filesystem::path(documentPath).stem().wstring();
+    return FromFsPath(ToFsPath(documentPath).stem());
 }
 
 std::string RenderCalculationBook(const CLoadArray& loads, const CTransformerArray& transformers,

@@ -297,7 +297,8 @@ int RunHostCommand(const std::vector<std::string>& args, std::istream& in, std::
                    "workbook file for the output \"输出到Excell\" (else asked)");
     app.add_option("--base", base, "base point X,Y[,Z] of the drawn tables (else asked)");
     app.add_option("--scale", scale, "drawing scale factor")->check(kPositiveScale);
-    app.add_flag("--no-open", noOpen, "do not open the workbook in the desktop's application");
+    app.add_flag("--no-open", noOpen,
+                 "do not open the workbook or the calculation book in the desktop's application");
     std::vector<std::string> reversed(rest.rbegin(), rest.rend());
     try {
         app.parse(reversed);
