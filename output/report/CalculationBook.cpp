@@ -31,6 +31,20 @@ constexpr int kSubtitleSize = 150;
 constexpr int kSectionSize = 150;
 constexpr int kSubsectionSize = 115;
 
+QtMessageHandler g_previousHandler = nullptr;
+
+/// Qt's messages while the offscreen application runs, but for the notice
+/// that a command-line session has no runtime folder, which concerns no one.
+void FilterMessages(QtMsgType type, const QMessageLogContext& context, const QString& text)
+{
+    if (text.startsWith(QStringLiteral("QStandardPaths: XDG_RUNTIME_DIR not set"))) {
+        return;
+    }
+    if (g_previousHandler) {
+        g_previousHandler(type, context, text);
+    }
+}
+
 /// A Qt GUI application for the book's fonts: the process's own, or one on
 /// the offscreen platform for as long as this object lives.
 class CGuiSession {
@@ -49,8 +63,18 @@ public:
         static char platform[] = "offscreen";
         static char* argv[] = {name, option, platform, nullptr};
         static int argc = 3;
+        g_previousHandler = qInstallMessageHandler(FilterMessages);
         m_app = std::make_unique<QGuiApplication>(argc, argv);
     }
+    ~CGuiSession()
+    {
+        if (m_app) {
+            m_app.reset();
+            qInstallMessageHandler(g_previousHandler);
+        }
+    }
+    CGuiSession(const CGuiSession&) = delete;
+    CGuiSession& operator=(const CGuiSession&) = delete;
 
 private:
     std::unique_ptr<QGuiApplication> m_app;

@@ -81,6 +81,7 @@ TEST_F(Report, TheExamplesBookReadsBackEveryCircuitTransformerFigureAndTotal)
 {
     const auto r = Run({"report", kExample, "--pdf", "book.pdf"});
     ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.err, "");
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"book.pdf"});
     const auto text =
         testsupport::RunProcess("/usr/bin/pdftotext", {"-layout", Path("book.pdf"), "-"});
@@ -206,6 +207,7 @@ TEST_F(Report, BadInputAndUnwritableOutputLoseNothing)
     auto r = Run({"report", kExample, "--pdf", "taken.pdf"});
     EXPECT_EQ(r.status, 2);
     EXPECT_TRUE(Contains(r.err, "taken.pdf")) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << r.err;
     r = Run({"report", kExample, "--pdf", "nowhere/book.pdf"});
     EXPECT_EQ(r.status, 2);
     EXPECT_TRUE(Contains(r.err, "nowhere/book.pdf")) << r.err;
