@@ -58,13 +58,10 @@ public:
             }
             return;
         }
-        static char name[] = "loadcal";
-        static char option[] = "-platform";
-        static char platform[] = "offscreen";
-        static char* argv[] = {name, option, platform, nullptr};
-        static int argc = 3;
+        // The application takes the options it knows out of argv, so each
+        // session gets its own.
         g_previousHandler = qInstallMessageHandler(FilterMessages);
-        m_app = std::make_unique<QGuiApplication>(argc, argv);
+        m_app = std::make_unique<QGuiApplication>(m_argc, m_argv);
     }
     ~CGuiSession()
     {
@@ -77,6 +74,11 @@ public:
     CGuiSession& operator=(const CGuiSession&) = delete;
 
 private:
+    char m_name[8] = "loadcal";
+    char m_option[10] = "-platform";
+    char m_platform[10] = "offscreen";
+    char* m_argv[4] = {m_name, m_option, m_platform, nullptr};
+    int m_argc = 3;
     std::unique_ptr<QGuiApplication> m_app;
 };
 
