@@ -132,14 +132,24 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
 void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b,
                           std::vector<BookCheck>& checks)
 {
+    // A figure that is not a number (a power factor above 1 gives "-NAN")
+    // fails its check: nothing can be said to be met.
     const double loadRate = ParseNumber(t.m_strActualLoadRate);
     checks.push_back({L"负载率不高于 85 %", t.m_strName,
                       L"实际负载率 " + Percent(t.m_strActualLoadRate), loadRate <= kLoadRateLimit});
-    const bool hasLoad = ParseNumber(t.m_strCalcS) > 1e-8;
-    checks.push_back({L"补偿后功率因数不低于 0.9", t.m_strName,
-                      hasLoad ? L"cos φ2' = Pc / S2 = " + G(b.cosAfterActual)
-                              : std::wstring(L"无负荷（S2 = 0）"),
-                      !hasLoad || b.cosAfterActual >= kPowerFactorLimit});
+    const double s2 = ParseNumber(t.m_strCalcS);
+    std::wstring pf;
+    bool pfMet = true;
+    if (!std::isfinite(s2) || !std::isfinite(b.cosAfterActual)) {
+        pf = L"S2 = " + Shown(t.m_strCalcS) + L"，Pc = " + Shown(t.m_strCalcP) + L"，无法计算";
+        pfMet = false;
+    } else if (s2 > 1e-8) {
+        pf = L"cos φ2' = Pc / S2 = " + G(b.cosAfterActual);
+        pfMet = b.cosAfterActual >= kPowerFactorLimit;
+    } else {
+        pf = L"无负荷（S2 = 0）";
+    }
+    checks.push_back({L"补偿后功率因数不低于 0.9", t.m_strName, pf, pfMet});
     std::wstring balance;
     if (b.phases.singlePhaseCount == 0) {
         balance = L"无单相回路";
