@@ -46,6 +46,13 @@ double ParseNumber(const std::wstring& text)
     return wcstod_l(text.c_str(), nullptr, CNumericLocale());
 }
 
+size_t NumericPrefixLength(const std::wstring& text)
+{
+    wchar_t* end = nullptr;
+    wcstod_l(text.c_str(), &end, CNumericLocale());
+    return end ? static_cast<size_t>(end - text.c_str()) : 0;
+}
+
 double ParseNumberByLibrary(const std::wstring& text)
 {
     return wcstod_l(text.c_str(), nullptr, CNumericLocale());
