@@ -279,7 +279,7 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     for (const QAction* action : m_window->MenuBar().actions()) {
         titles.append(action->text());
     }
-    QCOMPARE(titles, (QList<QString>{"文件(&F)", "功能(&C)", "帮助(&H)"}));
+    QCOMPARE(titles, (QList<QString>{"文件(&F)", "编辑(&E)", "功能(&C)", "帮助(&H)"}));
 
     QMenu& file = TopMenu(0);
     emit file.aboutToShow();
@@ -318,12 +318,12 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     expected[5] = {QStringLiteral("&1 ") + path, 4000, true};
     QCOMPARE(LinesOf(file), expected);
 
-    QMenu& functions = TopMenu(1);
+    QMenu& functions = TopMenu(2);
     emit functions.aboutToShow();
     QCOMPARE(LinesOf(functions),
              (QList<MenuLine>{{"绘制到Acad(&D)", 32772}, {"输出到Excell(&E)", 32773}}));
 
-    QMenu& help = TopMenu(2);
+    QMenu& help = TopMenu(3);
     emit help.aboutToShow();
     QCOMPARE(LinesOf(help), (QList<MenuLine>{{"关于...", 32785}}));
 
