@@ -30,12 +30,14 @@ struct CDocumentStep {
 };
 
 /// A record array whose every change is written into a step as it happens
-/// (or not written, without a step). Borrows both.
+/// (or not written, without a step), and whose changed indices are listed in
+/// touched when given (-1: rows came or went). Borrows all three.
 template <class Record>
 class CRecordedArray {
 public:
-    CRecordedArray(CArray<Record>& records, std::vector<CRecordChange<Record>>* log)
-        : m_records(records), m_log(log)
+    CRecordedArray(CArray<Record>& records, std::vector<CRecordChange<Record>>* log,
+                   std::vector<int>* touched = nullptr)
+        : m_records(records), m_log(log), m_touched(touched)
     {}
 
     int GetSize() const { return m_records.GetSize(); }
@@ -47,6 +49,7 @@ public:
     void Modify(int i, Edit edit)
     {
         Record& record = m_records.ElementAt(i);
+        Touch(i);
         if (!m_log) {
             edit(record);
             return;
@@ -68,6 +71,7 @@ public:
     /// back (before: the record as it was), when there was one.
     void Note(int i, const Record& before)
     {
+        Touch(i);
         if (m_log && !(before == m_records[i])) {
             m_log->push_back({Change::Kind::Set, i, before, m_records[i]});
         }
@@ -79,6 +83,7 @@ public:
     void InsertAt(int i, const Record& record)
     {
         m_records.InsertAt(i, record);
+        Touch(-1);
         if (m_log) {
             m_log->push_back({Change::Kind::Insert, i, Record(), record});
         }
@@ -88,6 +93,7 @@ public:
     /// since leaves no entry at all (the entry row's trial record).
     void RemoveAt(int i)
     {
+        Touch(-1);
         if (m_log) {
             auto born = m_log->end();
             while (born != m_log->begin() && (born - 1)->index == i &&
@@ -106,8 +112,15 @@ public:
 
 private:
     using Change = CRecordChange<Record>;
+    void Touch(int i)
+    {
+        if (m_touched) {
+            m_touched->push_back(i);
+        }
+    }
     CArray<Record>& m_records;
     std::vector<Change>* m_log;
+    std::vector<int>* m_touched;
 };
 
 /// The undo history of one open document: the steps done, a position among

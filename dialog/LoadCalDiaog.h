@@ -309,6 +309,11 @@ private:
     /// a command runs).
     CRecordedArray<CLoadCalData> Loads();
     CRecordedArray<CTransformerCalData> Transformers();
+    /// The owner index of the circuits as they stand: kept between edits and
+    /// brought up to date with the circuits changed since (built again when
+    /// rows came or went or an owner text changed), so that an edit costs
+    /// the sums, not a pass that parses every circuit.
+    const COwnerIndex& OwnerIndex();
     /// Undo (backwards) or redo of a step: records, grids, modified mark.
     void ApplyStep(const CDocumentStep& step, bool backwards);
     void EndPendingCut(GridId grid);
@@ -345,7 +350,9 @@ private:
     /// are recalculated once at its end instead of after every cell.
     bool m_bDeferRecalculation = false;
     bool m_bRecalculationPending = false;
-    std::wstring m_strClipText[2];  ///< load grid, transformer grid
+    std::wstring m_strClipText[2];               ///< load grid, transformer grid
+    std::unique_ptr<COwnerIndex> m_pOwnerIndex;  ///< null: to be built
+    std::vector<int> m_arrTouchedLoads;          ///< changed since the index was brought up to date
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;

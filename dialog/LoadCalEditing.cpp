@@ -188,6 +188,7 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
 int CLoadCalDiaog::LoadDocument()
 {
     LoadRecords(m_pIdpData.get(), m_arrLoad, m_arrTransformer);
+    m_pOwnerIndex.reset();
     m_history.Clear(m_bModified == 0);
     FillLoadGrid();
     FillTransformerGrid();
@@ -212,7 +213,7 @@ void CLoadCalDiaog::FillLoadGrid()
             m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
         }
-        const SummaryTotals totals = ComputeTotals(m_arrLoad);
+        const SummaryTotals totals = OwnerIndex().Totals();
         for (int c = 1; c <= 13; ++c) {
             const std::wstring text =
                 c == 2 ? std::wstring(texts::kTotalLabel) : TotalOfColumn(totals, c).value_or(L"");
@@ -270,7 +271,7 @@ void CLoadCalDiaog::RecalculateRow(int i)
 
 void CLoadCalDiaog::RefreshTotalCell(int column)
 {
-    ShowTotalCell(ComputeTotals(m_arrLoad), column);
+    ShowTotalCell(OwnerIndex().Totals(), column);
     m_bModified = 1;
 }
 
@@ -289,7 +290,7 @@ void CLoadCalDiaog::RefreshTotals()
 {
     // Each cell shows the totals of the circuits as they stand; they are
     // computed once for all six cells.
-    const SummaryTotals totals = ComputeTotals(m_arrLoad);
+    const SummaryTotals totals = OwnerIndex().Totals();
     for (int column : kTotalColumns) {
         ShowTotalCell(totals, column);
     }
@@ -316,7 +317,7 @@ void CLoadCalDiaog::RecalculateTransformer(const std::wstring& name)
         return;
     }
     Transformers().Modify(i, [&](CTransformerCalData&) {
-        loadcal::RecalculateTransformer(m_arrLoad, m_arrTransformer, name);
+        loadcal::RecalculateTransformer(OwnerIndex(), m_arrTransformer, name);
     });
     ShowTransformerResults(i);
 }
@@ -331,7 +332,7 @@ void CLoadCalDiaog::RecalculateAllTransformers()
     // equal but for case only the first is ever recalculated and shown.
     // The transformers are few: the step keeps those whose texts changed.
     const CTransformerArray before = m_arrTransformer;
-    loadcal::RecalculateAllTransformers(COwnerIndex(m_arrLoad), m_arrTransformer);
+    loadcal::RecalculateAllTransformers(OwnerIndex(), m_arrTransformer);
     CRecordedArray<CTransformerCalData> recorded = Transformers();
     for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
         recorded.Note(i, before[i]);

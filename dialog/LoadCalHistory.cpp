@@ -106,7 +106,23 @@ CLoadCalDiaog::CCommandScope::~CCommandScope()
 
 CRecordedArray<CLoadCalData> CLoadCalDiaog::Loads()
 {
-    return {m_arrLoad, m_nCommandDepth > 0 ? &m_step.loads : nullptr};
+    return {m_arrLoad, m_nCommandDepth > 0 ? &m_step.loads : nullptr, &m_arrTouchedLoads};
+}
+
+const COwnerIndex& CLoadCalDiaog::OwnerIndex()
+{
+    // Rows that came or went (-1) shift the indices: the index is built again.
+    bool rebuild =
+        !m_pOwnerIndex || std::ranges::find(m_arrTouchedLoads, -1) != m_arrTouchedLoads.end();
+    for (size_t k = 0; k < m_arrTouchedLoads.size() && !rebuild; ++k) {
+        const int i = m_arrTouchedLoads[k];
+        rebuild = !m_pOwnerIndex->Update(i, m_arrLoad[i]);
+    }
+    m_arrTouchedLoads.clear();
+    if (rebuild) {
+        m_pOwnerIndex = std::make_unique<COwnerIndex>(m_arrLoad);
+    }
+    return *m_pOwnerIndex;
 }
 
 CRecordedArray<CTransformerCalData> CLoadCalDiaog::Transformers()
@@ -179,6 +195,7 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
     ApplyChanges(m_arrLoad, step.loads, backwards);
+    m_pOwnerIndex.reset();
     ApplyChanges(m_arrTransformer, step.transformers, backwards);
 
     // Rows that came or went: the grid is laid out again from the records
@@ -191,7 +208,7 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
         for (int i : ChangedIndices(step.loads)) {
             FillLoadRow(i + 1, m_arrLoad[i]);
         }
-        const SummaryTotals totals = ComputeTotals(m_arrLoad);
+        const SummaryTotals totals = OwnerIndex().Totals();
         for (int column = 1; column <= 13; ++column) {
             ShowTotalCell(totals, column);
         }

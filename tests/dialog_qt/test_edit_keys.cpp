@@ -14,13 +14,13 @@
 #include "dialog/qt/GridView.h"
 #include "dialog/qt/LoadCalWindow.h"
 #include "dialog/qt/QtText.h"
-#include "tests/dialog_qt/ScriptedRunner.h"
+#include "tests/dialog_qt/WindowFixture.h"
 
 using namespace loadcal;
 using loadcal::test::ScriptedRunner;
 
 /// Each test opens a fresh window over a fresh controller.
-class EditKeysTest : public QObject {
+class EditKeysTest : public QObject, private loadcal::test::WindowFixture {
     Q_OBJECT
 private slots:
     void init();
@@ -34,38 +34,22 @@ private slots:
     void aCellThatIsNotANumberIsColouredAndExplained();
 
 private:
-    CGridView& LoadView() const { return m_window->View(GridId::Load); }
     /// Types into a cell through the view and ends the edit with Enter.
     void Type(int gridRow, int gridCol, const QString& text);
     void Keys(QKeySequence keys);
     void SelectRows(int first, int last);
     QMenu& EditMenu() const { return *m_window->MenuBar().actions().at(1)->menu(); }
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<CLoadCalDiaog> m_dialog;
-    std::unique_ptr<ScriptedRunner> m_runner;
-    std::unique_ptr<CLoadCalWindow> m_window;
 };
 
 void EditKeysTest::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_folder->isValid());
-    m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
-    m_runner = std::make_unique<ScriptedRunner>();
-    m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
-    m_window->show();
-    m_window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    QVERIFY(OpenWindow());
     LoadView().setFocus();
 }
 
 void EditKeysTest::cleanup()
 {
-    m_window.reset();
-    m_dialog.reset();
-    m_runner.reset();
-    m_folder.reset();
+    CloseWindow();
 }
 
 void EditKeysTest::Type(int gridRow, int gridCol, const QString& text)
@@ -90,14 +74,8 @@ void EditKeysTest::Keys(QKeySequence keys)
 
 void EditKeysTest::SelectRows(int first, int last)
 {
-    CGridView& view = LoadView();
-    const CGridModel& model = view.GridModel();
-    view.setFocus();
-    view.selectionModel()->select(
-        QItemSelection(model.IndexOfCell(first, 1), model.IndexOfCell(last, 3)),
-        QItemSelectionModel::ClearAndSelect);
-    view.selectionModel()->setCurrentIndex(model.IndexOfCell(first, 1),
-                                           QItemSelectionModel::NoUpdate);
+    LoadView().setFocus();
+    WindowFixture::SelectRows(LoadView(), first, last);
 }
 
 void EditKeysTest::ctrlZUndoesAndCtrlYAndCtrlShiftZRedo()
