@@ -24,13 +24,15 @@ bool IsNumberColumn(GridId grid, int col)
     return std::ranges::find(kTransformerNumberColumns, col) != std::end(kTransformerNumberColumns);
 }
 
-/// Undo (backwards) or redo of one array's changes.
+/// Undo (backwards) or redo of one array's changes; the indices changed go
+/// to touched (-1 for rows that came or went).
 template <class Record>
 void ApplyChanges(CArray<Record>& records, const std::vector<CRecordChange<Record>>& changes,
-                  bool backwards)
+                  bool backwards, std::vector<int>& touched)
 {
     using Kind = typename CRecordChange<Record>::Kind;
-    auto apply = [&records, backwards](const CRecordChange<Record>& c) {
+    auto apply = [&records, &touched, backwards](const CRecordChange<Record>& c) {
+        touched.push_back(c.kind == Kind::Set ? c.index : -1);
         const bool insert =
             (c.kind == Kind::Insert && !backwards) || (c.kind == Kind::Remove && backwards);
         const bool remove =
@@ -194,9 +196,9 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
 {
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
-    ApplyChanges(m_arrLoad, step.loads, backwards);
-    m_pOwnerIndex.reset();
-    ApplyChanges(m_arrTransformer, step.transformers, backwards);
+    ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
+    std::vector<int> transformersTouched;
+    ApplyChanges(m_arrTransformer, step.transformers, backwards, transformersTouched);
 
     // Rows that came or went: the grid is laid out again from the records
     // (a row paste may have shown records elsewhere than their index).
