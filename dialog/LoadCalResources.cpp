@@ -22,6 +22,9 @@ CMenuModel MainMenu()
         .AddCommand(W(CLoadCalRecentFiles::kPlaceholderText), ID_FILE_RECENT)
         .AddSeparator()
         .AddCommand(W(texts::kMenuFileExit), ID_FILE_EXIT);
+    bar.AddPopup(W(texts::kMenuEdit))
+        .AddCommand(W(texts::kMenuUndo), ID_EDIT_UNDO)
+        .AddCommand(W(texts::kMenuRedo), ID_EDIT_REDO);
     bar.AddPopup(W(texts::kMenuFunctions))
         .AddCommand(W(texts::kMenuDraw), ID_OUTPUT_DRAWING)
         .AddCommand(W(texts::kMenuExcel), ID_OUTPUT_EXCEL)

@@ -35,6 +35,9 @@ inline constexpr std::wstring_view kMenuDraw = L"绘制到Acad(&D)";
 inline constexpr std::wstring_view kMenuExcel = L"输出到Excell(&E)";
 inline constexpr std::wstring_view kMenuCalculationBook = L"生成计算书(&B)";
 inline constexpr std::wstring_view kMenuHelp = L"帮助(&H)";
+inline constexpr std::wstring_view kMenuEdit = L"编辑(&E)";
+inline constexpr std::wstring_view kMenuUndo = L"撤销(&U)\tCtrl+Z";
+inline constexpr std::wstring_view kMenuRedo = L"重做(&R)\tCtrl+Y";
 inline constexpr std::wstring_view kMenuAbout = L"关于...";
 
 // Context menus 210 and 211.
@@ -66,6 +69,10 @@ inline constexpr std::wstring_view kSaveCaption = L"文件保存";
 inline constexpr std::wstring_view kCreateQuestionFormat =
     L"负荷计算存档文件 \"%s\"不存在,是否新建?";
 inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有找到！";
+/// Tool tips of a number cell that does not read wholly as a number; the
+/// second is filled twice with the leading part that reads (FormatText).
+inline constexpr std::wstring_view kNotANumberTip = L"不是数字，按 0 计算";
+inline constexpr std::wstring_view kNumberPrefixTipFormat = L"只有开头的“%s”是数字，按 %s 计算";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";
 inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";

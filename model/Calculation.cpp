@@ -266,15 +266,17 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
 {
     // Circuits share few distinct owner texts: each is split and folded once,
     // into the list of groups (folded pieces) it names.
-    std::unordered_map<std::wstring, std::vector<int>> groupsOfOwner;
+    struct Owner {
+        int distinct;
+        std::vector<int> groups;
+    };
+    std::unordered_map<std::wstring, Owner> groupsOfOwner;
     std::vector<std::vector<int>> members;
     m_figures.reserve(static_cast<size_t>(loads.GetSize()));
+    m_ownerOf.reserve(static_cast<size_t>(loads.GetSize()));
     for (int idx = 0; idx < loads.GetSize(); ++idx) {
         const CLoadCalData& c = loads[idx];
-        m_figures.push_back({PhaseGroup(c.m_strPhase),
-                             ParseNumber(c.m_strCalcI),
-                             {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP),
-                              ParseNumber(c.m_strRatedPower)}});
+        m_figures.push_back(FiguresOf(c));
         auto found = groupsOfOwner.find(c.m_strTransformer);
         if (found == groupsOfOwner.end()) {
             std::vector<int> groups;
@@ -288,14 +290,35 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
                     groups.push_back(it->second);  // a circuit counts once per group
                 }
             }
-            found = groupsOfOwner.emplace(c.m_strTransformer, std::move(groups)).first;
+            const int distinct = static_cast<int>(m_distinctOwners.size());
+            found =
+                groupsOfOwner.emplace(c.m_strTransformer, Owner{distinct, std::move(groups)}).first;
             m_distinctOwners.push_back(c.m_strTransformer);
         }
-        for (int group : found->second) {
+        m_ownerOf.push_back(found->second.distinct);
+        for (int group : found->second.groups) {
             members[static_cast<size_t>(group)].push_back(idx);
         }
     }
     m_members = std::move(members);
+}
+
+COwnerIndex::Figures COwnerIndex::FiguresOf(const CLoadCalData& c)
+{
+    return {PhaseGroup(c.m_strPhase),
+            ParseNumber(c.m_strCalcI),
+            {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP), ParseNumber(c.m_strRatedPower)}};
+}
+
+bool COwnerIndex::Update(int idx, const CLoadCalData& circuit)
+{
+    if (idx < 0 || static_cast<size_t>(idx) >= m_figures.size() ||
+        m_distinctOwners[static_cast<size_t>(m_ownerOf[static_cast<size_t>(idx)])] !=
+            circuit.m_strTransformer) {
+        return false;
+    }
+    m_figures[static_cast<size_t>(idx)] = FiguresOf(circuit);
+    return true;
 }
 
 std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) const

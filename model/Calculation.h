@@ -121,6 +121,11 @@ class COwnerIndex {
 public:
     explicit COwnerIndex(const CLoadArray& loads);
 
+    /// Takes in a changed circuit idx of the same list: true when done;
+    /// false when its owner text changed (or idx is outside the list), which
+    /// the index cannot follow (build it again).
+    bool Update(int idx, const CLoadCalData& circuit);
+
     std::wstring GroupSum(const std::wstring& owner, SumField field) const;
     std::wstring Total(SumField field) const;
     std::wstring TotalApparent() const;
@@ -134,7 +139,10 @@ private:
         double current;   ///< Ijs, A
         double value[3];  ///< by SumField: Qjs, Pjs, Pe
     };
+    static Figures FiguresOf(const CLoadCalData& circuit);
+
     std::vector<Figures> m_figures;
+    std::vector<int> m_ownerOf;  ///< circuit -> its exact owner text in m_distinctOwners
     std::unordered_map<std::wstring, int> m_groupOfPiece;  ///< folded owner piece -> group
     std::vector<std::vector<int>> m_members;               ///< group -> circuits, list order
     std::vector<std::wstring> m_distinctOwners;            ///< exact texts, first occurrence first

@@ -101,6 +101,13 @@ std::optional<double> ReadTypedNumber(std::wstring_view text)
     return value;
 }
 
+size_t NumericPrefixLength(const std::wstring& text)
+{
+    wchar_t* end = nullptr;
+    wcstod_l(text.c_str(), &end, CNumericLocale());
+    return end ? static_cast<size_t>(end - text.c_str()) : 0;
+}
+
 double ParseNumberByLibrary(const std::wstring& text)
 {
     return wcstod_l(text.c_str(), nullptr, CNumericLocale());

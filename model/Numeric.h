@@ -12,6 +12,10 @@ namespace loadcal {
 /// empty or non-numeric text reads 0.
 double ParseNumber(const std::wstring& text);
 
+/// How many leading characters of text ParseNumber reads (leading blanks
+/// included); 0 when it reads none and the text counts as 0.
+size_t NumericPrefixLength(const std::wstring& text);
+
 /// The same as ParseNumber, always by the C library's wcstod_l; ParseNumber
 /// is checked against it.
 double ParseNumberByLibrary(const std::wstring& text);

@@ -20,6 +20,8 @@ packages=(
 )
 if [ "$mode" = test ]; then
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf poppler-utils locales)
+    # Putting spreadsheet text on an X clipboard when trying the window under Xvfb.
+    packages+=(xclip)
 fi
 if [ "$mode" = fuzz ]; then
     packages+=(clang libclang-rt-14-dev libgtest-dev libbenchmark-dev)

@@ -1,6 +1,7 @@
 #include "dialog/qt/LoadCalWindow.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QCursor>
 #include <QFileInfo>
 #include <QKeyEvent>
@@ -101,11 +102,15 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
         {QKeySequence(Qt::CTRL | Qt::Key_N), res::ID_FILE_NEW},
         {QKeySequence(Qt::CTRL | Qt::Key_O), res::ID_FILE_OPEN},
         {QKeySequence(Qt::CTRL | Qt::Key_S), res::ID_FILE_SAVE},
+        {QKeySequence(Qt::CTRL | Qt::Key_Z), res::ID_EDIT_UNDO},
+        {QKeySequence(Qt::CTRL | Qt::Key_Y), res::ID_EDIT_REDO},
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), res::ID_EDIT_REDO},
     };
     for (const auto& [keys, id] : accelerators) {
         auto* shortcut = new QShortcut(keys, this);
         connect(shortcut, &QShortcut::activated, this, [this, id = id] { RunCommand(id); });
     }
+    BindRowKeys();
 
     m_dialog.SetUi(this);
     qApp->installEventFilter(this);
@@ -310,6 +315,52 @@ void CLoadCalWindow::OnCellRightClicked(GridId grid, int row, int col)
     RefreshCommandStates();
 }
 
+void CLoadCalWindow::BindRowKeys()
+{
+    // The keys of the row commands belong to a grid while no cell editor is
+    // open; an open line editor takes them itself (ShortcutOverride), so
+    // they cut, copy and paste its text instead.
+    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+        const GridId grid = view->GridModel().Id();
+        const std::pair<QKeySequence, void (CLoadCalWindow::*)(GridId)> keys[] = {
+            {QKeySequence(Qt::Key_Delete), &CLoadCalWindow::OnDeleteKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_X), &CLoadCalWindow::OnCutKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_C), &CLoadCalWindow::OnCopyKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_V), &CLoadCalWindow::OnPasteKey},
+        };
+        for (const auto& [sequence, handler] : keys) {
+            auto* shortcut =
+                new QShortcut(sequence, view, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
+            connect(shortcut, &QShortcut::activated, this, [this, view, grid, h = handler] {
+                if (!view->IsEditing()) {
+                    (this->*h)(grid);
+                }
+            });
+        }
+    }
+}
+
+void CLoadCalWindow::OnDeleteKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnDeleteKey(grid); });
+}
+
+void CLoadCalWindow::OnCutKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnCutKey(grid); });
+}
+
+void CLoadCalWindow::OnCopyKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnCopyKey(grid); });
+}
+
+void CLoadCalWindow::OnPasteKey(GridId grid)
+{
+    const std::wstring text = ToWString(QGuiApplication::clipboard()->text());
+    Guarded([&] { m_dialog.OnPasteKey(grid, text); });
+}
+
 // ---- Size and layout ----
 
 int CLoadCalWindow::MenuHeight() const
@@ -462,6 +513,11 @@ void CLoadCalWindow::ShowAboutBox()
 {
     CAboutBox box(this);
     Runner().Exec(box);
+}
+
+void CLoadCalWindow::SetClipboardText(const std::wstring& text)
+{
+    QGuiApplication::clipboard()->setText(ToQString(text));
 }
 
 // ---- Running the dialog ----

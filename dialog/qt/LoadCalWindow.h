@@ -24,7 +24,9 @@ class CGridView;
 /// transformer grid below, laid out by CLoadCalDiaog::OnSize). It implements
 /// ILoadCalUi for the controller and forwards every user action to it:
 /// commands, grid clicks and right-clicks, in-place edits (through the grid
-/// models), Enter and Escape (PreTranslateKeyDown), the close box (OnCancel).
+/// models), Enter and Escape (PreTranslateKeyDown), the close box (OnCancel),
+/// the undo keys and the row keys (Delete, Ctrl+X/C/V), whose text it takes
+/// from and gives to the system clipboard.
 /// The document lives in the controller only. Every call into the controller
 /// runs at the event boundary under Guarded: an exception is shown in a box
 /// and the window stays open with the document.
@@ -62,6 +64,7 @@ public:
     void CenterWindow() override;
     void EndDialog(int result) override;
     void ShowAboutBox() override;
+    void SetClipboardText(const std::wstring& text) override;
 
     CGridView& View(GridId grid) const;
     QMenuBar& MenuBar() const { return *m_pMenuBar; }
@@ -98,6 +101,12 @@ private:
     void BuildToolBar();
     void OnCellClicked(GridId grid, int row, int col);
     void OnCellRightClicked(GridId grid, int row, int col);
+    /// Delete, Ctrl+X, Ctrl+C and Ctrl+V on each grid.
+    void BindRowKeys();
+    void OnDeleteKey(GridId grid);
+    void OnCutKey(GridId grid);
+    void OnCopyKey(GridId grid);
+    void OnPasteKey(GridId grid);
     void ApplyTrackingLimits();
     int MenuHeight() const;
     void LayOut();

@@ -25,6 +25,7 @@
 #include "dialog/qt/QtText.h"
 #include "document/AtomicFile.h"
 #include "tests/dialog_qt/ScriptedRunner.h"
+#include "tests/dialog_qt/WindowFixture.h"
 
 using namespace loadcal;
 using loadcal::test::ChooseFile;
@@ -68,7 +69,7 @@ char* toString(const MenuLine& line)
 
 /// Each test opens a fresh window over a fresh controller (settings in a
 /// temporary folder) with a scripted answerer for its boxes.
-class WindowTest : public QObject {
+class WindowTest : public QObject, private loadcal::test::WindowFixture {
     Q_OBJECT
 
 private slots:
@@ -88,43 +89,23 @@ private slots:
     void theCalculationBookButtonWritesThePdfAndTheWindowStaysOpen();
 
 private:
-    CGridView& LoadView() const { return m_window->View(GridId::Load); }
-    CGridView& TransformerView() const { return m_window->View(GridId::Transformer); }
-    CGridCtrl& LoadGrid() const { return m_dialog->GetGrid(GridId::Load); }
     /// Types text into a grid cell through the view and ends the edit with Enter.
     void Type(CGridView& view, int gridRow, int gridCol, const QString& text);
     /// A left click on a grid cell.
     void ClickCell(CGridView& view, int gridRow, int gridCol);
     /// A context-menu request on a grid cell, as a right click makes it.
     void RightClickCell(CGridView& view, int gridRow, int gridCol);
-    /// Selects the cells of grid rows first..last, columns 1 to 3, in the view.
-    void SelectRows(CGridView& view, int first, int last);
     QMenu& TopMenu(int position) const;
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<CLoadCalDiaog> m_dialog;
-    std::unique_ptr<ScriptedRunner> m_runner;
-    std::unique_ptr<CLoadCalWindow> m_window;
 };
 
 void WindowTest::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_folder->isValid());
-    m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
-    m_runner = std::make_unique<ScriptedRunner>();
-    m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
-    m_window->show();
-    m_window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    QVERIFY(OpenWindow());
 }
 
 void WindowTest::cleanup()
 {
-    m_window.reset();
-    m_dialog.reset();
-    m_runner.reset();
-    m_folder.reset();
+    CloseWindow();
 }
 
 void WindowTest::Type(CGridView& view, int gridRow, int gridCol, const QString& text)
@@ -153,16 +134,6 @@ void WindowTest::RightClickCell(CGridView& view, int gridRow, int gridCol)
     const QPoint at = view.CellRect(gridRow, gridCol).center();
     QContextMenuEvent event(QContextMenuEvent::Mouse, at, view.viewport()->mapToGlobal(at));
     QApplication::sendEvent(view.viewport(), &event);
-}
-
-void WindowTest::SelectRows(CGridView& view, int first, int last)
-{
-    const CGridModel& model = view.GridModel();
-    view.selectionModel()->select(
-        QItemSelection(model.IndexOfCell(first, 1), model.IndexOfCell(last, 3)),
-        QItemSelectionModel::ClearAndSelect);
-    view.selectionModel()->setCurrentIndex(model.IndexOfCell(first, 1),
-                                           QItemSelectionModel::NoUpdate);
 }
 
 QMenu& WindowTest::TopMenu(int position) const
@@ -281,7 +252,7 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     for (const QAction* action : m_window->MenuBar().actions()) {
         titles.append(action->text());
     }
-    QCOMPARE(titles, (QList<QString>{"文件(&F)", "功能(&C)", "帮助(&H)"}));
+    QCOMPARE(titles, (QList<QString>{"文件(&F)", "编辑(&E)", "功能(&C)", "帮助(&H)"}));
 
     QMenu& file = TopMenu(0);
     emit file.aboutToShow();
@@ -320,13 +291,13 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     expected[5] = {QStringLiteral("&1 ") + path, 4000, true};
     QCOMPARE(LinesOf(file), expected);
 
-    QMenu& functions = TopMenu(1);
+    QMenu& functions = TopMenu(2);
     emit functions.aboutToShow();
     QCOMPARE(LinesOf(functions), (QList<MenuLine>{{"绘制到Acad(&D)", 32772},
                                                   {"输出到Excell(&E)", 32773},
                                                   {"生成计算书(&B)", 32795}}));
 
-    QMenu& help = TopMenu(2);
+    QMenu& help = TopMenu(3);
     emit help.aboutToShow();
     QCOMPARE(LinesOf(help), (QList<MenuLine>{{"关于...", 32785}}));
 
