@@ -204,7 +204,7 @@ void WindowTest::typingIntoTheEntryRowCreatesACircuitAndANewEntryRow()
         model.headerData(7, Qt::Horizontal, Qt::TextAlignmentRole).value<Qt::Alignment>().toInt() &
         Qt::TextWordWrap);
     QCOMPARE(view.verticalHeader()->width(), 10);
-    QCOMPARE(view.horizontalHeader()->sectionSize(0), CGridCtrl::kDefaultColumnWidth);
+    QCOMPARE(view.horizontalHeader()->sectionSize(0), LoadGrid().GetColumnWidth(1));
 }
 
 void WindowTest::pickingL2NInThePhaseListSetsTheVoltageTo022()
