@@ -120,7 +120,7 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     m_pTotalRow = new CTotalRowView(*m_pLoadView, m_pClient);
     m_pSplitHandle = new CSplitHandle(m_pClient, [this](int y) {
         // y is where the pointer is; the transformer grid begins below it.
-        SetTransformerHeight(m_pClient->height() - 5 - y);
+        SetTransformerHeight(height() - MenuHeight() - 5 - y);
     });
     for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
         const GridId grid = view->GridModel().Id();
@@ -408,13 +408,13 @@ void CLoadCalWindow::resizeEvent(QResizeEvent* event)
     LayOut();
 }
 
-void CLoadCalWindow::SetTransformerHeight(int height)
+void CLoadCalWindow::SetTransformerHeight(int pixels)
 {
     // The load grid ends 8 pixels above the transformer grid's top, which
     // lies 5 pixels plus its height above the client area's bottom.
-    const int room = m_pClient->height() - 13 - m_loadFrame.top - kMinGridHeight;
-    height = std::clamp(height, kMinGridHeight, std::max(kMinGridHeight, room));
-    m_transformerFrame.top = m_transformerFrame.bottom - height;
+    const int room = height() - MenuHeight() - 13 - m_loadFrame.top - kMinGridHeight;
+    pixels = std::clamp(pixels, kMinGridHeight, std::max(kMinGridHeight, room));
+    m_transformerFrame.top = m_transformerFrame.bottom - pixels;
     LayOut();
 }
 

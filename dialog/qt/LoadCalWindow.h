@@ -77,7 +77,7 @@ public:
     int TransformerHeight() const { return m_transformerFrame.Height(); }
     /// Moves the split: the transformer grid gets this height (pixels), kept
     /// between the smallest useful heights of both grids.
-    void SetTransformerHeight(int height);
+    void SetTransformerHeight(int pixels);
 
     /// Runs a controller operation at the event boundary: an exception it
     /// lets out is reported in a box instead of crossing the event loop.
