@@ -305,7 +305,10 @@ void CGridView::ApplySizes()
 
 void CGridView::OnSectionResized(Qt::Orientation orientation, int section, int newSize)
 {
-    if (m_bApplyingSizes) {
+    // A section being hidden (the load grid's total row, shown frozen below
+    // the view) reports size 0, which no drag can give (the minimum is 1):
+    // the grid keeps its size.
+    if (m_bApplyingSizes || newSize == 0) {
         return;
     }
     CGridCtrl& g = m_model.Grid();

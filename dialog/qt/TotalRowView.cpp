@@ -87,11 +87,18 @@ CTotalRowView::CTotalRowView(CGridView& grid, QWidget* parent)
     Sync();
 }
 
+int CTotalRowView::LastRowHeight() const
+{
+    // The grid view's own section of the row is hidden (size 0): the grid
+    // knows the height.
+    const CGridCtrl& grid = m_grid.GridModel().Grid();
+    return grid.GetRowCount() > grid.GetFixedRowCount() ? grid.GetRowHeight(grid.GetRowCount() - 1)
+                                                        : 0;
+}
+
 int CTotalRowView::RowHeight() const
 {
-    const int rows = m_grid.model()->rowCount();
-    const int row = rows > 0 ? m_grid.verticalHeader()->sectionSize(rows - 1) : 0;
-    return row + 2 * frameWidth();
+    return LastRowHeight() + 2 * frameWidth();
 }
 
 void CTotalRowView::Sync()
@@ -104,7 +111,7 @@ void CTotalRowView::Sync()
     m_nHiddenRow = rows - 1;
     if (m_nHiddenRow >= 0) {
         m_grid.setRowHidden(m_nHiddenRow, true);
-        verticalHeader()->resizeSection(0, m_grid.verticalHeader()->sectionSize(m_nHiddenRow));
+        verticalHeader()->resizeSection(0, LastRowHeight());
     }
     verticalHeader()->setFixedWidth(m_grid.verticalHeader()->width());
     for (int c = 0; c < m_grid.model()->columnCount(); ++c) {

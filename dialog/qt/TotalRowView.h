@@ -43,6 +43,7 @@ public:
     void Follow();
 
 private:
+    int LastRowHeight() const;
     /// Column widths, row height, scroll position and the hidden last row
     /// of the grid view.
     void Sync();

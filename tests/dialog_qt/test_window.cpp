@@ -786,6 +786,9 @@ void WindowTest::theTotalRowStaysInSightAndFollowsEdits()
     load.verticalScrollBar()->setValue(0);
     QVERIFY(footer.isVisible());
     QCOMPARE(footer.geometry().top(), load.geometry().bottom() + 1);
+    QCOMPARE(LoadGrid().GetRowHeight(total), CGridCtrl::kDefaultRowHeight);
+    QCOMPARE(footer.rowHeight(0), CGridCtrl::kDefaultRowHeight);
+    QVERIFY(footer.height() >= footer.rowHeight(0));
     QVERIFY(load.isRowHidden(total - 1));
     QVERIFY(!load.isRowHidden(total - 2));
     // Scrolled sideways, the footer's columns stay under the grid's.
