@@ -41,6 +41,12 @@ QVariant CLastRowModel::data(const QModelIndex& index, int role) const
     return m_source.index(m_source.rowCount() - 1, index.column()).data(role);
 }
 
+QVariant CLastRowModel::headerData(int section, Qt::Orientation orientation, int role) const
+{
+    return m_source.headerData(orientation == Qt::Vertical ? m_source.rowCount() - 1 : section,
+                               orientation, role);
+}
+
 void CLastRowModel::OnSourceDataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight)
 {
     const int last = m_source.rowCount() - 1;

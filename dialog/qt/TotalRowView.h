@@ -18,6 +18,9 @@ public:
     int rowCount(const QModelIndex& parent = {}) const override;
     int columnCount(const QModelIndex& parent = {}) const override;
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
+    /// The source's headers (for the row: the last row's).
+    QVariant headerData(int section, Qt::Orientation orientation,
+                        int role = Qt::DisplayRole) const override;
 
 private:
     void OnSourceDataChanged(const QModelIndex& topLeft, const QModelIndex& bottomRight);
