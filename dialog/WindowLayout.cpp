@@ -43,16 +43,14 @@ std::optional<int> ParseInt(std::wstring_view text, int minimum)
     return value;
 }
 
-std::optional<int> ReadInt(const CLoadCalRecentFiles& settings, std::wstring_view name,
-                           int minimum)
+std::optional<int> ReadInt(const CLoadCalRecentFiles& settings, std::wstring_view name, int minimum)
 {
     const std::optional<std::wstring> text = settings.GetSetting(KeyOf(name));
     return text ? ParseInt(*text, minimum) : std::nullopt;
 }
 
 /// Comma-separated widths, each at least 1; the whole list or nothing.
-std::vector<int> ReadWidths(const CLoadCalRecentFiles& settings, std::wstring_view name,
-                            int count)
+std::vector<int> ReadWidths(const CLoadCalRecentFiles& settings, std::wstring_view name, int count)
 {
     const std::optional<std::wstring> text = settings.GetSetting(KeyOf(name));
     if (!text) {

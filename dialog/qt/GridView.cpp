@@ -205,7 +205,8 @@ void CGridView::FitColumnWidths()
     const QFontMetrics cellMetrics(font());
     const int headerMargin =
         2 * style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, horizontalHeader());
-    const int cellMargin = 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 3);
+    const int cellMargin =
+        2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 3);
     const int rows = m_model.rowCount();
     for (int column = 0; column < m_model.columnCount(); ++column) {
         const QString title = m_model.headerData(column, Qt::Horizontal).toString();
@@ -242,7 +243,8 @@ void CGridView::keyPressEvent(QKeyEvent* event)
                 // AnyKeyPressed hands this key to the new editor. Should the
                 // view refuse it, the editor is opened anyway and given the
                 // key: a typed key is never dropped.
-                if (!edit(current, AnyKeyPressed, event) && edit(current, AllEditTriggers, nullptr)) {
+                if (!edit(current, AnyKeyPressed, event) &&
+                    edit(current, AllEditTriggers, nullptr)) {
                     if (QWidget* editor = indexWidget(current)) {
                         QCoreApplication::sendEvent(editor, event);
                     }

@@ -15,6 +15,7 @@
 
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
+#include "dialog/WindowLayout.h"
 #include "dialog/qt/AboutBox.h"
 #include "dialog/qt/ChoicePopup.h"
 #include "dialog/qt/GridView.h"
@@ -23,7 +24,6 @@
 #include "dialog/qt/QtText.h"
 #include "dialog/qt/TotalRowView.h"
 #include "dialog/qt/WindowTexts.h"
-#include "dialog/WindowLayout.h"
 
 namespace loadcal {
 namespace {
@@ -420,9 +420,8 @@ void CLoadCalWindow::SetTransformerHeight(int pixels)
 
 void CLoadCalWindow::RestoreLayout()
 {
-    const CWindowLayout saved =
-        CWindowLayout::Read(m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(),
-                            m_pTransformerModel->columnCount());
+    const CWindowLayout saved = CWindowLayout::Read(
+        m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(), m_pTransformerModel->columnCount());
     for (auto [view, widths] : {std::pair{m_pLoadView, &saved.loadColumns},
                                 std::pair{m_pTransformerView, &saved.transformerColumns}}) {
         view->FitColumnWidths();

@@ -12,8 +12,7 @@ namespace loadcal {
 CLastRowModel::CLastRowModel(QAbstractItemModel& source, QObject* parent)
     : QAbstractTableModel(parent), m_source(source)
 {
-    connect(&m_source, &QAbstractItemModel::dataChanged, this,
-            &CLastRowModel::OnSourceDataChanged);
+    connect(&m_source, &QAbstractItemModel::dataChanged, this, &CLastRowModel::OnSourceDataChanged);
     // Any change of rows or columns may move the last row: read it anew.
     connect(&m_source, &QAbstractItemModel::modelReset, this, &CLastRowModel::Reset);
     connect(&m_source, &QAbstractItemModel::layoutChanged, this, &CLastRowModel::Reset);
@@ -80,8 +79,9 @@ CTotalRowView::CTotalRowView(CGridView& grid, QWidget* parent)
     verticalHeader()->setMinimumSectionSize(1);
 
     QHeaderView* columns = grid.horizontalHeader();
-    connect(columns, &QHeaderView::sectionResized, this,
-            [this](int section, int, int size) { horizontalHeader()->resizeSection(section, size); });
+    connect(columns, &QHeaderView::sectionResized, this, [this](int section, int, int size) {
+        horizontalHeader()->resizeSection(section, size);
+    });
     connect(grid.horizontalScrollBar(), &QScrollBar::valueChanged, horizontalScrollBar(),
             &QScrollBar::setValue);
     // The grid's viewport changes width when its vertical scroll bar comes

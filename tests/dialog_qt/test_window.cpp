@@ -8,17 +8,18 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
-#include <QScrollBar>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QtTest>
 #include <memory>
 
 #include "dialog/LoadCalResources.h"
+#include "dialog/WindowLayout.h"
 #include "dialog/qt/AboutBox.h"
 #include "dialog/qt/ChoicePopup.h"
 #include "dialog/qt/GridView.h"
@@ -27,7 +28,6 @@
 #include "dialog/qt/QtSession.h"
 #include "dialog/qt/QtText.h"
 #include "dialog/qt/TotalRowView.h"
-#include "dialog/WindowLayout.h"
 #include "tests/dialog_qt/ScriptedRunner.h"
 
 using namespace loadcal;
@@ -829,9 +829,8 @@ void WindowTest::standardButtonsAndFileDialogsReadInChinese()
         title = files.windowTitle();
         auto* box = files.findChild<QDialogButtonBox*>();
         QVERIFY(box);
-        accept = box->button(QDialogButtonBox::Save)
-                     ? box->button(QDialogButtonBox::Save)->text()
-                     : box->button(QDialogButtonBox::Open)->text();
+        accept = box->button(QDialogButtonBox::Save) ? box->button(QDialogButtonBox::Save)->text()
+                                                     : box->button(QDialogButtonBox::Open)->text();
         files.reject();
     });
     Type(LoadView(), 1, 3, QStringLiteral("Pump"));
