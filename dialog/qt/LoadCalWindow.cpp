@@ -437,10 +437,8 @@ void CLoadCalWindow::RestoreLayout()
     for (int c = 0; c < m_pLoadModel->columnCount(); ++c) {
         loadWidth += m_pLoadView->horizontalHeader()->sectionSize(c);
     }
-    QSize wanted(std::max(width(), loadWidth), height());
-    if (saved.width && saved.height) {
-        wanted = QSize(*saved.width, *saved.height);
-    }
+    const QSize wanted(saved.width.value_or(std::max(width(), loadWidth)),
+                       saved.height.value_or(height()));
     const QScreen* display = screen();
     const QSize available = display ? display->availableSize() : wanted;
     resize(wanted.boundedTo(available).expandedTo(minimumSize()));
