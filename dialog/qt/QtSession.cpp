@@ -72,6 +72,10 @@ CQtSession::CQtSession()
             "no display to open the window on (set DISPLAY, or QT_QPA_PLATFORM=offscreen)");
     }
     m_pApplication = std::make_unique<QApplication>(m_argc, m_argv);
+    // Dates and sizes in the file dialogs read as the Chinese window does.
+    // The figures of the calculation never pass through QLocale (the model
+    // formats and parses them in the "C" numeric locale).
+    QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
     m_pTranslator = LoadChineseQtTranslations();
     if (m_pTranslator) {
         QCoreApplication::installTranslator(m_pTranslator.get());
