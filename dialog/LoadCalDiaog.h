@@ -170,7 +170,10 @@ public:
     /// Key-down messages before dispatch: Enter goes to the focused control
     /// (it ends an in-place edit and never closes the dialog); Escape asks the
     /// save question and, unless cancelled, runs OnCancel, which asks again
-    /// while the document is still modified.
+    /// while the document is still modified. Esc while a cell is being
+    /// edited does not come here: the window gives it to the in-place editor,
+    /// which cancels that edit only (a deliberate departure from the
+    /// original, whose dialog saw Esc before its editor did).
     KeyDisposition PreTranslateKeyDown(DialogKey key);
 
     // Grid notifications.
@@ -247,6 +250,9 @@ public:
     std::optional<int> GetEndResult() const { return m_nEndResult; }
     CMenuModel& GetMenuBar() { return m_menuBar; }
     const CLoadCalRecentFiles& GetRecentFiles() const { return m_recentFiles; }
+    /// The recent-files list with its settings tree, where the window also
+    /// keeps its layout.
+    CLoadCalRecentFiles& GetRecentFiles() { return m_recentFiles; }
     const CInterDpData* GetDataStore() const { return m_pIdpData.get(); }
     const CLoadArray& GetLoadClipboard() const { return m_arrClipLoad; }
     const CTransformerArray& GetTransformerClipboard() const { return m_arrClipTransformer; }

@@ -18,6 +18,7 @@ namespace loadcal {
 
 class CGridModel;
 class CGridView;
+class CTotalRowView;
 
 /// The window of the demand-factor calculation dialog: a modal QDialog with
 /// the controller's menu bar, its toolbar and its two grids (load grid above,
@@ -69,8 +70,17 @@ public:
     CGridView& View(GridId grid) const;
     QMenuBar& MenuBar() const { return *m_pMenuBar; }
     QToolBar& ToolBar() const { return *m_pToolBar; }
-    /// The size the window opened with, which is also its minimum size.
+    /// The size the window was created with (the dialog template's), which
+    /// is also its minimum size. The first start then opens wide enough for
+    /// every load column; later starts open as the window was left.
     QSize OpenedSize() const { return m_openedSize; }
+    /// The frozen total row under the load grid.
+    CTotalRowView& TotalRow() const { return *m_pTotalRow; }
+    /// The height of the transformer grid (the split between the grids).
+    int TransformerHeight() const { return m_transformerFrame.Height(); }
+    /// Moves the split: the transformer grid gets this height (pixels), kept
+    /// between the smallest useful heights of both grids.
+    void SetTransformerHeight(int pixels);
 
     /// Runs a controller operation at the event boundary: an exception it
     /// lets out is reported in a box instead of crossing the event loop.
@@ -80,6 +90,8 @@ public slots:
     /// The close box and every other way Qt cancels a dialog: the
     /// controller's Cancel, which asks the save question first.
     void reject() override;
+    /// The window closes: its layout is written to the settings file first.
+    void done(int result) override;
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -94,6 +106,10 @@ private:
     IModalRunner& Runner() const { return m_pRunner ? *m_pRunner : m_defaultRunner; }
     void ReportInternalError(const QString& what);
     void RunCommand(unsigned id);
+    /// The grid view with an open in-place editor, or null.
+    CGridView* EditingView() const;
+    /// Ends open in-place edits, so that a command sees what was typed.
+    void CommitOpenEdits();
     void RefreshCommandStates();
     void BuildMenuBar();
     void FillMenu(QMenu& menu, const CMenuModel& model, bool sendCommands);
@@ -110,6 +126,11 @@ private:
     void ApplyTrackingLimits();
     int MenuHeight() const;
     void LayOut();
+    /// Column widths, size, position and split from the settings file, each
+    /// value that is missing or damaged from its default.
+    void RestoreLayout();
+    /// The layout into the settings file.
+    void SaveLayout();
     std::optional<std::wstring> RunArchiveDialog(const CFileDialogOptions& options, bool save);
 
     CLoadCalDiaog& m_dialog;
@@ -122,6 +143,8 @@ private:
     CGridModel* m_pTransformerModel = nullptr;
     CGridView* m_pLoadView = nullptr;
     CGridView* m_pTransformerView = nullptr;
+    CTotalRowView* m_pTotalRow = nullptr;
+    QWidget* m_pSplitHandle = nullptr;
     CRect m_loadFrame;
     CRect m_transformerFrame;
     QSize m_openedSize;
