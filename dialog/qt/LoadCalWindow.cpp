@@ -8,8 +8,10 @@
 #include <QMenuBar>
 #include <QScreen>
 #include <QShortcut>
+#include <QTimer>
 #include <QToolBar>
 #include <algorithm>
+#include <chrono>
 
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
@@ -34,6 +36,9 @@ QMessageBox::Icon IconOf(unsigned style)
     if (style & MB_ICONQUESTION) {
         return QMessageBox::Question;
     }
+    if ((style & MB_ICONEXCLAMATION) == MB_ICONEXCLAMATION) {
+        return QMessageBox::Warning;
+    }
     if (style & MB_ICONINFORMATION) {
         return QMessageBox::Information;
     }
@@ -49,6 +54,8 @@ QMessageBox::StandardButtons ButtonsOf(unsigned style)
             return QMessageBox::Ok | QMessageBox::Cancel;
         case MB_YESNOCANCEL:
             return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+        case MB_YESNO:
+            return QMessageBox::Yes | QMessageBox::No;
         default:
             return QMessageBox::Ok;
     }
@@ -118,6 +125,11 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     ApplyTrackingLimits();
     Guarded([this] { m_dialog.OnInitDialog(); });
     LayOut();
+
+    auto* recoveryTimer = new QTimer(this);
+    recoveryTimer->setInterval(kRecoveryTick);
+    connect(recoveryTimer, &QTimer::timeout, this, &CLoadCalWindow::OnRecoveryTick);
+    recoveryTimer->start();
 }
 
 CLoadCalWindow::~CLoadCalWindow()
@@ -135,6 +147,7 @@ CGridView& CLoadCalWindow::View(GridId grid) const
 
 void CLoadCalWindow::Guarded(const std::function<void()>& action)
 {
+    ++m_nControllerCalls;
     try {
         action();
     } catch (const std::exception& e) {
@@ -142,6 +155,19 @@ void CLoadCalWindow::Guarded(const std::function<void()>& action)
     } catch (...) {
         ReportInternalError(QStringLiteral("unknown exception"));
     }
+    --m_nControllerCalls;
+}
+
+void CLoadCalWindow::OnRecoveryTick()
+{
+    // A tick that arrives inside a command (its boxes and the phase search
+    // run event loops of their own) waits for the next one: the copy is
+    // only taken of a document between two commands.
+    if (m_nControllerCalls > 0 || QApplication::activeModalWidget() != nullptr ||
+        QApplication::activePopupWidget() != nullptr) {
+        return;
+    }
+    Guarded([this] { m_dialog.OnRecoveryTimer(std::chrono::steady_clock::now()); });
 }
 
 void CLoadCalWindow::ReportInternalError(const QString& what)
