@@ -33,11 +33,12 @@ QRect ToQRect(const CRect& r)
 
 QMessageBox::Icon IconOf(unsigned style)
 {
-    if (style & MB_ICONQUESTION) {
-        return QMessageBox::Question;
-    }
+    // The exclamation mark shares a bit with the question mark: tested first.
     if ((style & MB_ICONEXCLAMATION) == MB_ICONEXCLAMATION) {
         return QMessageBox::Warning;
+    }
+    if (style & MB_ICONQUESTION) {
+        return QMessageBox::Question;
     }
     if (style & MB_ICONINFORMATION) {
         return QMessageBox::Information;

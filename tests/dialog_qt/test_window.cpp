@@ -603,7 +603,7 @@ void WindowTest::aDamagedArchiveIsRefusedAndTheDocumentStays()
     const QString bad = m_folder->filePath("bad.LDC");
     QFile file(bad);
     QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("\x89IDP\r\n\x1a\n but nothing after it");
+    file.write("\x89IDP\r\n\x1a\n");  // the magic, and nothing after it
     file.close();
     Type(LoadView(), 1, 3, QStringLiteral("Fan"));
 
