@@ -163,8 +163,10 @@ void CLoadCalWindow::OnRecoveryTick()
 {
     // A tick that arrives inside a command (its boxes and the phase search
     // run event loops of their own) waits for the next one: the copy is
-    // only taken of a document between two commands.
-    if (m_nControllerCalls > 0 || QApplication::activeModalWidget() != nullptr ||
+    // only taken of a document between two commands. The window itself runs
+    // modally; any other modal box or popup means a command is under way.
+    const QWidget* modal = QApplication::activeModalWidget();
+    if (m_nControllerCalls > 0 || (modal != nullptr && modal != this) ||
         QApplication::activePopupWidget() != nullptr) {
         return;
     }

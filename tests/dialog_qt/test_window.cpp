@@ -116,6 +116,7 @@ void WindowTest::init()
     m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
     m_runner = std::make_unique<ScriptedRunner>();
     m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
+    m_window->setWindowModality(Qt::ApplicationModal);  // as exec() shows it
     m_window->show();
     m_window->activateWindow();
     QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
@@ -627,6 +628,7 @@ void WindowTest::aDamagedArchiveIsRefusedAndTheDocumentStays()
 
 void WindowTest::theRecoveryTimerKeepsACopyOfUnsavedChanges()
 {
+    QCOMPARE(QApplication::activeModalWidget(), m_window.get());
     Type(LoadView(), 1, 3, QStringLiteral("Fan"));
     // The window's timer writes the copy once the document has rested.
     QTRY_VERIFY_WITH_TIMEOUT(m_dialog->GetRecoveryCopyPath().has_value(), 10000);
