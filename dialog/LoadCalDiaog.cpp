@@ -34,8 +34,8 @@ std::wstring CauseOf(const std::string& message, const std::wstring& path)
 CLoadCalDiaog::CLoadCalDiaog(std::wstring settingsPath)
     : m_pChoiceWindow(std::make_unique<CChoiceWindow>()),
       m_recentFiles(std::move(settingsPath)),
-      m_pRecovery(std::make_unique<CRecoveryFiles>(
-          ToFsPath(m_recentFiles.SettingsPath()).parent_path()))
+      m_pRecovery(
+          std::make_unique<CRecoveryFiles>(ToFsPath(m_recentFiles.SettingsPath()).parent_path()))
 {
     m_recentFiles.LoadList();
     for (std::wstring_view phase : kPhaseTexts) {
@@ -331,9 +331,9 @@ int CLoadCalDiaog::SaveDocument()
     }
     if (!error.empty()) {
         // The file keeps its previous content, the document its changes.
-        MessageBox(
-            texts::FormatText(texts::kSaveFailedFormat, m_strFilePath, CauseOf(error, m_strFilePath)),
-            texts::kSaveCaption, MB_OK | MB_ICONEXCLAMATION);
+        MessageBox(texts::FormatText(texts::kSaveFailedFormat, m_strFilePath,
+                                     CauseOf(error, m_strFilePath)),
+                   texts::kSaveCaption, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
     m_bModified = 0;

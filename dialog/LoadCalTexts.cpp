@@ -24,8 +24,7 @@ std::wstring FormatText(std::wstring_view format, std::wstring_view arg)
     return text;
 }
 
-std::wstring FormatText(std::wstring_view format, std::wstring_view first,
-                        std::wstring_view second)
+std::wstring FormatText(std::wstring_view format, std::wstring_view first, std::wstring_view second)
 {
     std::wstring text(format);
     ReplaceNext(text, ReplaceNext(text, 0, first), second);

@@ -64,8 +64,8 @@ std::wstring LocalTimeNow()
 
 void SetText(CInterDpData& tree, std::wstring_view path, const std::wstring& text)
 {
-    tree.SetSubValueW(std::wstring(path), static_cast<int16_t>(Utf16Length(text) + 1),
-                      text.c_str(), 0);
+    tree.SetSubValueW(std::wstring(path), static_cast<int16_t>(Utf16Length(text) + 1), text.c_str(),
+                      0);
 }
 
 std::wstring TextAt(const CInterDpData& tree, std::wstring_view path)
@@ -141,9 +141,8 @@ void CRecoveryFiles::Write(const CLoadArray& loads, const CTransformerArray& tra
         // this copy unclaimed.
         m_nLockFd = TryLock(m_lock);
         if (m_nLockFd < 0) {
-            throw DocumentError("cannot write \"" + m_copy.string() +
-                                "\": cannot lock \"" + m_lock.string() + "\": " +
-                                std::strerror(errno));
+            throw DocumentError("cannot write \"" + m_copy.string() + "\": cannot lock \"" +
+                                m_lock.string() + "\": " + std::strerror(errno));
         }
     }
     CInterDpData tree;
@@ -179,8 +178,7 @@ std::vector<std::unique_ptr<CLeftRecoveryCopy>> CRecoveryFiles::ClaimLeftCopies(
     for (std::filesystem::directory_iterator it(m_folder, ec), end; !ec && it != end;
          it.increment(ec)) {
         const std::filesystem::path& copy = it->path();
-        if (copy != m_copy && IsCopyName(copy.filename().string()) &&
-            it->is_regular_file(ec)) {
+        if (copy != m_copy && IsCopyName(copy.filename().string()) && it->is_regular_file(ec)) {
             found.push_back({copy, it->last_write_time(ec)});
         }
     }

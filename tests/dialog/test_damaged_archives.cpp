@@ -28,8 +28,18 @@ const Damage kDamages[] = {
     {"truncated", [](std::string b) { return b.substr(0, b.size() * 2 / 3); }, "truncated"},
     {"cut inside the header", [](std::string b) { return b.substr(0, 10); }, "truncated"},
     {"empty", [](std::string) { return std::string(); }, ""},
-    {"wrong magic", [](std::string b) { b[1] = 'X'; return b; }, "magic"},
-    {"a bit flipped", [](std::string b) { b[b.size() / 2] ^= 0x10; return b; }, ""},
+    {"wrong magic",
+     [](std::string b) {
+         b[1] = 'X';
+         return b;
+     },
+     "magic"},
+    {"a bit flipped",
+     [](std::string b) {
+         b[b.size() / 2] ^= 0x10;
+         return b;
+     },
+     ""},
     {"garbage",
      [](std::string b) {
          std::mt19937 rng(7);

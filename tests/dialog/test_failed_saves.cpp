@@ -114,14 +114,38 @@ TEST(FailedSave, SaveAsThatFailsChangesNeitherPathNorTitleNorRecentList)
 TEST(FailedSave, TheSaveQuestionsYesThatFailsStopsEveryCommandThatAsked)
 {
     const std::pair<const char*, std::function<void(CLoadCalDiaog&)>> commands[] = {
-        {"new", [](CLoadCalDiaog& d) { d.OnCommand(res::ID_FILE_NEW); }},
-        {"open", [](CLoadCalDiaog& d) { d.OnCommand(res::ID_FILE_OPEN); }},
-        {"recent file", [](CLoadCalDiaog& d) { d.OnCommand(4000); }},
-        {"exit", [](CLoadCalDiaog& d) { d.OnCommand(res::ID_FILE_EXIT); }},
-        {"draw", [](CLoadCalDiaog& d) { d.OnCommand(res::ID_OUTPUT_DRAWING); }},
-        {"excel", [](CLoadCalDiaog& d) { d.OnCommand(res::ID_OUTPUT_EXCEL); }},
-        {"close box", [](CLoadCalDiaog& d) { d.OnCancel(); }},
-        {"escape", [](CLoadCalDiaog& d) { d.PreTranslateKeyDown(DialogKey::Escape); }},
+        {"new",
+         [](CLoadCalDiaog& d) {
+             d.OnCommand(res::ID_FILE_NEW);
+         }},
+        {"open",
+         [](CLoadCalDiaog& d) {
+             d.OnCommand(res::ID_FILE_OPEN);
+         }},
+        {"recent file",
+         [](CLoadCalDiaog& d) {
+             d.OnCommand(4000);
+         }},
+        {"exit",
+         [](CLoadCalDiaog& d) {
+             d.OnCommand(res::ID_FILE_EXIT);
+         }},
+        {"draw",
+         [](CLoadCalDiaog& d) {
+             d.OnCommand(res::ID_OUTPUT_DRAWING);
+         }},
+        {"excel",
+         [](CLoadCalDiaog& d) {
+             d.OnCommand(res::ID_OUTPUT_EXCEL);
+         }},
+        {"close box",
+         [](CLoadCalDiaog& d) {
+             d.OnCancel();
+         }},
+        {"escape",
+         [](CLoadCalDiaog& d) {
+             d.PreTranslateKeyDown(DialogKey::Escape);
+         }},
     };
     for (const auto& [name, command] : commands) {
         SCOPED_TRACE(name);

@@ -158,7 +158,10 @@ TEST(Recovery, AnUnansweredQuestionKeepsTheCopyForTheNextStart)
 TEST(Recovery, SaveNewOpenAndEveryNormalEndRemoveTheCopy)
 {
     const std::pair<const char*, std::function<void(DialogFixture&)>> ways[] = {
-        {"save as", [](DialogFixture& f) { f.SaveAsIn("s.LDC"); }},
+        {"save as",
+         [](DialogFixture& f) {
+             f.SaveAsIn("s.LDC");
+         }},
         {"new (no)",
          [](DialogFixture& f) {
              f.ui.boxAnswers = {IDNO};

@@ -565,7 +565,6 @@ void WindowTest::anOutputFileIsProposedFromTheArchiveName()
     QCOMPARE(m_runner->boxes[1].buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
 }
 
-
 void WindowTest::aFailedSaveIsShownAndTheDocumentStaysModified()
 {
     Type(LoadView(), 1, 3, QStringLiteral("Fan"));
@@ -581,8 +580,9 @@ void WindowTest::aFailedSaveIsShownAndTheDocumentStaysModified()
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     const test::ShownBox box = m_runner->boxes[0];
     QCOMPARE(box.title, QStringLiteral("文件保存"));
-    QCOMPARE(box.text, QStringLiteral("保存文件 \"") + path +
-                           QStringLiteral("\" 失败：File too large\n文档没有保存，修改仍在窗口中。"));
+    QCOMPARE(box.text,
+             QStringLiteral("保存文件 \"") + path +
+                 QStringLiteral("\" 失败：File too large\n文档没有保存，修改仍在窗口中。"));
     QCOMPARE(box.icon, QMessageBox::Warning);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QVERIFY(!QFileInfo::exists(path));
