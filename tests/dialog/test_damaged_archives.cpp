@@ -79,61 +79,15 @@ void ExpectRefusal(const AskedBox& box, const std::wstring& path, const Damage& 
 
 }  // namespace
 
-TEST(DamagedArchive, OpeningFromTheMenuIsRefusedAndTheModifiedDocumentStays)
-{
-    for (const Damage& damage : kDamages) {
-        SCOPED_TRACE(damage.name);
-        DialogFixture f;
-        const std::wstring bad = DamagedArchive(f, "bad.LDC", damage);
-        f.dlg->OnFileNew();
-        f.AddCircuit(L"KEEP", L"", L"7");
-        f.SaveAsIn("good.LDC");
-        f.AddCircuit(L"UNSAVED");
-        const std::wstring title = f.dlg->GetTitle();
-        const std::wstring good = f.folder.File("good.LDC");
-
-        f.ui.boxAnswers = {IDNO};
-        f.ui.openAnswers.push_back(bad);
-        f.dlg->OnCommand(res::ID_FILE_OPEN);
-
-        ASSERT_EQ(f.ui.boxes.size(), 2u);
-        ExpectRefusal(f.ui.boxes[1], bad, damage);
-        EXPECT_EQ(f.dlg->GetFilePath(), good);
-        EXPECT_EQ(f.dlg->GetTitle(), title);
-        EXPECT_TRUE(f.dlg->IsModified());
-        ASSERT_EQ(f.dlg->GetLoads().GetSize(), 2);
-        EXPECT_EQ(f.dlg->GetLoads()[1].m_strEquipName, L"UNSAVED");
-        EXPECT_EQ(f.dlg->GetGrid(GridId::Load).GetRowCount(), 2 + 4);
-        EXPECT_EQ(f.dlg->GetRecentFiles().GetAt(0), good);
-        EXPECT_EQ(f.dlg->GetRecentFiles().GetAt(1), bad);
-    }
-}
-
-TEST(DamagedArchive, OpeningFromTheRecentListIsRefusedAndTheEntryStays)
-{
-    DialogFixture f;
-    const std::wstring bad = DamagedArchive(f, "bad.LDC", kDamages[0]);
-    f.dlg->OnFileNew();
-    f.AddCircuit(L"X");
-    f.SaveAsIn("x.LDC");
-    ASSERT_EQ(f.dlg->GetRecentFiles().GetAt(1), bad);
-
-    f.dlg->OnCommand(4001);
-    ASSERT_EQ(f.ui.boxes.size(), 1u);
-    ExpectRefusal(f.ui.boxes[0], bad, kDamages[0]);
-    EXPECT_EQ(f.dlg->GetFilePath(), f.folder.File("x.LDC"));
-    EXPECT_EQ(f.dlg->GetLoads().GetSize(), 1);
-    EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 2);
-    EXPECT_EQ(f.dlg->GetRecentFiles().GetAt(1), bad);
-}
-
-TEST(DamagedArchive, AtStartTheWindowOpensUntitledAfterTheMessage)
+TEST(DamagedArchive, AtStartAndFromTheMenuItIsRefusedAndTheDocumentStaysAsItWas)
 {
     for (const Damage& damage : kDamages) {
         SCOPED_TRACE(damage.name);
         DialogFixture f;
         const std::wstring bad = DamagedArchive(f, "bad.LDC", damage);
         const std::string damaged = ReadBytes(ToFsPath(bad));
+
+        // At start: the message, then an untitled document.
         f.Open();
         ASSERT_EQ(f.ui.boxes.size(), 1u);
         ExpectRefusal(f.ui.boxes[0], bad, damage);
@@ -143,19 +97,44 @@ TEST(DamagedArchive, AtStartTheWindowOpensUntitledAfterTheMessage)
         EXPECT_EQ(f.dlg->GetTransformers().GetSize(), 0);
         EXPECT_FALSE(f.dlg->IsModified());
         EXPECT_EQ(f.dlg->GetRecentFiles().GetAt(0), bad);
+
+        // From the menu over a modified document, which stays.
+        f.AddCircuit(L"UNSAVED");
+        f.ui.boxAnswers = {IDNO};
+        f.ui.openAnswers.push_back(bad);
+        f.dlg->OnCommand(res::ID_FILE_OPEN);
+        ASSERT_EQ(f.ui.boxes.size(), 3u);
+        ExpectRefusal(f.ui.boxes[2], bad, damage);
+        EXPECT_EQ(f.dlg->GetTitle(), L"需要系数法负荷计算『未命名』");
+        EXPECT_TRUE(f.dlg->IsModified());
+        ASSERT_EQ(f.dlg->GetLoads().GetSize(), 1);
+        EXPECT_EQ(f.dlg->GetGrid(GridId::Load).GetItemText(1, 3), L"UNSAVED");
+        EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 1);
         EXPECT_EQ(ReadBytes(ToFsPath(bad)), damaged);  // refused, not "repaired"
     }
 }
 
-TEST(DamagedArchive, AFolderNamedLikeAnArchiveIsRefused)
+TEST(DamagedArchive, TheRecentListAndAFolderNamedLikeAnArchiveAreRefusedAlike)
 {
     DialogFixture f;
+    const std::wstring bad = DamagedArchive(f, "bad.LDC", kDamages[0]);
+    f.dlg->OnFileNew();
+    f.AddCircuit(L"X");
+    f.SaveAsIn("x.LDC");
+    f.dlg->OnCommand(4001);
+    ASSERT_EQ(f.ui.boxes.size(), 1u);
+    ExpectRefusal(f.ui.boxes[0], bad, kDamages[0]);
+    EXPECT_EQ(f.dlg->GetFilePath(), f.folder.File("x.LDC"));
+    EXPECT_EQ(f.dlg->GetLoads().GetSize(), 1);
+    EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 2);
+    EXPECT_EQ(f.dlg->GetRecentFiles().GetAt(1), bad);
+
     const std::wstring folder = f.folder.File("dir.LDC");
     std::filesystem::create_directory(ToFsPath(folder));
     f.ui.openAnswers.push_back(folder);
     f.dlg->OnFileOpen();
-    ASSERT_EQ(f.ui.boxes.size(), 1u);
-    EXPECT_EQ(f.ui.boxes[0].text.rfind(L"无法打开负荷计算存档文件 \"" + folder + L"\"：", 0), 0u);
-    EXPECT_TRUE(f.dlg->GetFilePath().empty());
-    EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 0);
+    ASSERT_EQ(f.ui.boxes.size(), 2u);
+    EXPECT_EQ(f.ui.boxes[1].text.rfind(L"无法打开负荷计算存档文件 \"" + folder + L"\"：", 0), 0u);
+    EXPECT_EQ(f.dlg->GetFilePath(), f.folder.File("x.LDC"));
+    EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 2);
 }
