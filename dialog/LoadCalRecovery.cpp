@@ -81,11 +81,13 @@ void CLoadCalDiaog::OfferRecovery()
         if (answer != IDYES) {
             continue;  // closed without an answer: offered again next time
         }
-        // The restored document belongs to its file but is not saved in it.
+        // The restored document belongs to its file but is not saved in it:
+        // modified before it is loaded, so that nothing takes the loaded
+        // state for the saved one.
         m_pIdpData = std::move(tree);
         m_strFilePath = record.documentPath;
-        LoadDocument();
         m_bModified = 1;
+        LoadDocument();
         SetDocumentTitle();
         // This window's own copy first, so that a crash right now still
         // finds the changes; the copy left behind goes once it is written.
