@@ -70,10 +70,10 @@ focus() {
 
 copies() { compgen -G "$settings/recovery-*.LDC"; }
 
-# 1. An edit: click the entry row's equipment-name cell and type at once.
+# 1. An edit: click the entry row's first cell (circuit number) and type at once.
 start_window
 main=$(focus '^需要系数法负荷计算『未命名』$')
-xdotool mousemove --window "$main" 210 98 click 1
+xdotool mousemove --window "$main" 40 98 click 1
 xdotool type --delay 20 'PUMP-7'
 xdotool key Return
 until_ok 15 copies || fail "no recovery copy in $settings after the edit"
@@ -105,6 +105,6 @@ xdotool key Escape
 until_ok 20 bash -c "! kill -0 $app_pid" || fail "the window did not end on Escape"
 app_pid=""
 "$exe" convert "$work/saved.LDC" "$work/saved.json" || fail "convert failed"
-grep -q '"equipName": "PUMP-7"' "$work/saved.json" ||
+grep -q '"circuitNo": "PUMP-7"' "$work/saved.json" ||
     fail "the edit is not in the saved archive: $(cat "$work/saved.json")"
 echo "restored and saved: $(grep -c '"circuitNo"' "$work/saved.json") circuit(s)"
