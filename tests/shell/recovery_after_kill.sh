@@ -92,7 +92,7 @@ main=$(focus '^需要系数法负荷计算『未命名』$')
 
 # 4. Saved under a new name through the save dialog.
 xdotool key ctrl+s
-focus '^Save As$' >/dev/null
+focus '^(Save As|另存为)$' >/dev/null
 xdotool type --delay 10 "$work/saved.LDC"
 xdotool key Return
 until_ok 15 test -s "$work/saved.LDC" || fail "the restored document was not saved"
