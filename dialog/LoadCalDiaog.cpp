@@ -155,6 +155,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_OUTPUT_DRAWING:
         case res::ID_OUTPUT_EXCEL:
         case res::ID_ADJUST_PHASES:
+        case res::ID_CALCULATION_BOOK:
             return true;
         default:
             return false;
@@ -192,6 +193,9 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_OUTPUT_EXCEL:
             OnOutputExcel();
+            return true;
+        case res::ID_CALCULATION_BOOK:
+            OnCalculationBook();
             return true;
         case res::ID_ABOUT:
             OnAbout();
@@ -482,6 +486,31 @@ void CLoadCalDiaog::OnOutputExcel()
     }
     m_nOutputMode = 2;
     EndDialog(IDOK);
+}
+
+void CLoadCalDiaog::OnCalculationBook()
+{
+    if (!m_pBookWriter) {
+        return;
+    }
+    CFileDialogOptions options;
+    options.filter = texts::kBookFilter;
+    options.defaultExtension = texts::kBookExtension;
+    const std::wstring stem = m_strFilePath.empty() ? std::wstring(texts::kUntitled)
+                                                    : FromFsPath(ToFsPath(m_strFilePath).stem());
+    options.initialName = stem + L"." + std::wstring(texts::kBookExtension);
+    const std::optional<std::wstring> path = Ui().SaveFileDialog(options);
+    if (!path) {
+        return;
+    }
+    try {
+        if (!m_pBookWriter->WriteBook(m_arrLoad, m_arrTransformer, m_strFilePath, *path)) {
+            MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
+                       MB_OK);
+        }
+    } catch (const std::exception& e) {
+        MessageBox(FromUtf8(e.what()), texts::kApplicationName, MB_OK);
+    }
 }
 
 void CLoadCalDiaog::OnCancel()

@@ -10,6 +10,7 @@
 
 #include "balancing/Extremum.h"
 #include "balancing/PhaseBalanceHost.h"
+#include "dialog/CalculationBookWriter.h"
 #include "dialog/ChoiceWindow.h"
 #include "dialog/Geometry.h"
 #include "dialog/GridCtrl.h"
@@ -104,6 +105,8 @@ public:
 
     /// The window that shows the dialog (borrowed).
     void SetUi(ILoadCalUi* ui) { m_pUi = ui; }
+    /// Who writes the calculation book (borrowed; none: the command does nothing).
+    void SetBookWriter(ICalculationBookWriter* writer) { m_pBookWriter = writer; }
 
     // Window life and layout.
     /// WM_CREATE: the created size becomes the minimum tracking size.
@@ -137,6 +140,11 @@ public:
     void OnFileExit();
     void OnOutputDrawing();
     void OnOutputExcel();
+    /// 生成计算书: asks for the PDF file in a save dialog proposing the
+    /// archive's name with ".pdf", has the book of the records as they stand
+    /// written and shown; a failure is reported in a box. Unlike the two
+    /// output commands the dialog stays open and the document unchanged.
+    void OnCalculationBook();
     /// Cancel button, close box, and Escape once it got past its own question.
     void OnCancel();
     void OnAbout();
@@ -313,6 +321,7 @@ private:
     CLoadArray m_arrLoad;
     CTransformerArray m_arrTransformer;
     int m_nOutputMode = 0;
+    ICalculationBookWriter* m_pBookWriter = nullptr;
     CBtnDataBase m_btnDataBase;
     int m_nGenerations = 1000;
     std::unique_ptr<CExtremum> m_pExtremum;

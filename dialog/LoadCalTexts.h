@@ -33,6 +33,7 @@ inline constexpr std::wstring_view kMenuFileExit = L"退出(&X)";
 inline constexpr std::wstring_view kMenuFunctions = L"功能(&C)";
 inline constexpr std::wstring_view kMenuDraw = L"绘制到Acad(&D)";
 inline constexpr std::wstring_view kMenuExcel = L"输出到Excell(&E)";
+inline constexpr std::wstring_view kMenuCalculationBook = L"生成计算书(&B)";
 inline constexpr std::wstring_view kMenuHelp = L"帮助(&H)";
 inline constexpr std::wstring_view kMenuAbout = L"关于...";
 
@@ -50,6 +51,12 @@ inline constexpr std::wstring_view kTipSaveAs = L"另存文件";
 inline constexpr std::wstring_view kTipDraw = L"绘制到Acad";
 inline constexpr std::wstring_view kTipExcel = L"输出到Excell";
 inline constexpr std::wstring_view kTipAdjustPhases = L"调整相位";
+inline constexpr std::wstring_view kTipCalculationBook = L"生成计算书";
+
+// The calculation book's save dialog and its messages.
+inline constexpr std::wstring_view kBookFilter = L"PDF 计算书(*.pdf)|*.pdf||";
+inline constexpr std::wstring_view kBookExtension = L"pdf";
+inline constexpr std::wstring_view kBookNotShown = L"计算书已生成，但没有可以打开 PDF 文件的程序：";
 inline constexpr std::wstring_view kTipAbout = L"关于...";
 
 // Messages and their captions.

@@ -58,25 +58,7 @@ struct GroupAccumulator {
         }
     }
 
-    double Result() const
-    {
-        const double mean = (current[0] + current[1] + current[2]) / 3;
-        const double limit = kBalanceTolerance * mean;
-        const bool balanced = std::fabs(mean - current[0]) < limit &&
-                              std::fabs(mean - current[1]) < limit &&
-                              std::fabs(mean - current[2]) < limit;
-        if (balanced) {
-            return value[0] + value[1] + value[2] + threePhase;
-        }
-        double largest = value[0];
-        if (value[1] > largest) {
-            largest = value[1];
-        }
-        if (value[2] > largest) {
-            largest = value[2];
-        }
-        return 3 * largest + threePhase;
-    }
+    double Result() const { return CombinePhases(current, value, threePhase); }
 };
 
 std::wstring ApparentFrom(const std::wstring& active, const std::wstring& reactive)
@@ -146,6 +128,65 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
 }
 
 }  // namespace
+
+bool PhasesBalanced(const double (&current)[3])
+{
+    const double mean = (current[0] + current[1] + current[2]) / 3;
+    const double limit = kBalanceTolerance * mean;
+    return std::fabs(mean - current[0]) < limit && std::fabs(mean - current[1]) < limit &&
+           std::fabs(mean - current[2]) < limit;
+}
+
+double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase)
+{
+    if (PhasesBalanced(current)) {
+        return value[0] + value[1] + value[2] + threePhase;
+    }
+    double largest = value[0];
+    if (value[1] > largest) {
+        largest = value[1];
+    }
+    if (value[2] > largest) {
+        largest = value[2];
+    }
+    return 3 * largest + threePhase;
+}
+
+GroupPhases GroupPhasesOf(const CLoadArray& loads, const std::wstring& owner)
+{
+    GroupPhases g;
+    for (const auto& c : loads) {
+        if (!BelongsTo(c, owner)) {
+            continue;
+        }
+        const int phase = PhaseGroup(c.m_strPhase);
+        if (phase < 0) {
+            continue;
+        }
+        const double i = ParseNumber(c.m_strCalcI);
+        for (int f = 0; f < 3; ++f) {
+            const double x = ParseNumber(SummedText(c, static_cast<SumField>(f)));
+            if (phase < 3) {
+                g.value[f][phase] += x;
+            } else {
+                g.threePhase[f] += x;
+            }
+        }
+        if (phase < 3) {
+            g.current[phase] += i;
+            ++g.singlePhaseCount;
+        } else {
+            g.threePhaseCurrent += i;
+        }
+    }
+    return g;
+}
+
+double GroupPhases::Sum(SumField field) const
+{
+    const auto f = static_cast<size_t>(field);
+    return CombinePhases(current, value[f], threePhase[f]);
+}
 
 void RecalculateCircuit(CLoadCalData& c)
 {

@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "document/AtomicFile.h"
@@ -18,8 +19,11 @@ namespace loadcal {
 /// with libxlsxwriter. Nothing runs while the calls are made: WorkbooksAdd
 /// creates the workbook in memory (written to a temporary file beside the
 /// target), WorksheetsGetItem(1) its first worksheet "Sheet1", every cell
-/// gets the value (a string, exactly the text given; an empty text leaves the
-/// cell empty) and the alignment it was given, and Release writes the file
+/// gets the value and the alignment it was given. A value is turned into a
+/// number as the spreadsheet turns typed text into one: a text that reads
+/// wholly as a plain number (ReadTypedNumber: "200", "0.85", "-3", "1E+06")
+/// becomes that number; any other text ("L1,N", "-NAN", "12kW") stays a
+/// string, exactly as given; an empty text leaves the cell empty. and Release writes the file
 /// and moves it over the target. Rows are streamed to the temporary file as
 /// they are finished (the library's constant-memory mode, which keeps memory
 /// flat and skips the shared-string table), so cells must be obtained row by
@@ -76,6 +80,7 @@ private:
         unsigned char horizontal = 0;
         unsigned char vertical = 0;
         std::string value;
+        std::optional<double> number;  ///< the value when it reads as a typed number
     };
 
     [[noreturn]] void Fail(int error, const std::string& what) const;

@@ -19,7 +19,7 @@ packages=(
     fonts-wqy-zenhei qt6-translations-l10n xdg-utils
 )
 if [ "$mode" = test ]; then
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf locales
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf poppler-utils locales
                xvfb xdotool)
 fi
 if [ "$mode" = fuzz ]; then

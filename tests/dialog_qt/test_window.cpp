@@ -23,6 +23,7 @@
 #include "dialog/qt/LoadCalWindow.h"
 #include "dialog/qt/QtOutput.h"
 #include "dialog/qt/QtText.h"
+#include "document/AtomicFile.h"
 #include "tests/dialog_qt/ScriptedRunner.h"
 #include "tests/support/FaultInjection.h"
 
@@ -85,6 +86,7 @@ private slots:
     void anExceptionOfARowCommandIsReportedAndTheDocumentStays();
     void phaseBalancingShowsItsProgressInTheTitle();
     void anOutputFileIsProposedFromTheArchiveName();
+    void theCalculationBookButtonWritesThePdfAndTheWindowStaysOpen();
     void aFailedSaveIsShownAndTheDocumentStaysModified();
     void aDamagedArchiveIsRefusedAndTheDocumentStays();
     void theRecoveryTimerKeepsACopyOfUnsavedChanges();
@@ -325,8 +327,9 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
 
     QMenu& functions = TopMenu(1);
     emit functions.aboutToShow();
-    QCOMPARE(LinesOf(functions),
-             (QList<MenuLine>{{"绘制到Acad(&D)", 32772}, {"输出到Excell(&E)", 32773}}));
+    QCOMPARE(LinesOf(functions), (QList<MenuLine>{{"绘制到Acad(&D)", 32772},
+                                                  {"输出到Excell(&E)", 32773},
+                                                  {"生成计算书(&B)", 32795}}));
 
     QMenu& help = TopMenu(2);
     emit help.aboutToShow();
@@ -352,12 +355,12 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
 void WindowTest::theToolbarHasItsButtonsAndToolTips()
 {
     const QList<QAction*> actions = m_window->ToolBar().actions();
-    const unsigned ids[] = {32768, 32769, 32770, 6342, 0, 32772, 32773, 32784, 0, 32785};
+    const unsigned ids[] = {32768, 32769, 32770, 6342, 0, 32772, 32773, 32784, 32795, 0, 32785};
     const char* const tips[] = {
-        "新建负荷计算数据文件", "打开文件",     "保存文件", "另存文件", nullptr,
-        "绘制到Acad",           "输出到Excell", "调整相位", nullptr,    "关于..."};
-    QCOMPARE(actions.size(), 10);
-    for (int i = 0; i < 10; ++i) {
+        "新建负荷计算数据文件", "打开文件", "保存文件",   "另存文件", nullptr,  "绘制到Acad",
+        "输出到Excell",         "调整相位", "生成计算书", nullptr,    "关于..."};
+    QCOMPARE(actions.size(), 11);
+    for (int i = 0; i < 11; ++i) {
         const QAction* action = actions[i];
         if (ids[i] == 0) {
             QVERIFY2(action->isSeparator(), qPrintable(QString::number(i)));
@@ -374,7 +377,7 @@ void WindowTest::theToolbarHasItsButtonsAndToolTips()
     }
 
     // A click on the about button runs its command.
-    QWidget* about = m_window->ToolBar().widgetForAction(actions[9]);
+    QWidget* about = m_window->ToolBar().widgetForAction(actions[10]);
     QVERIFY(about);
     QTest::mouseClick(about, Qt::LeftButton);
     QCOMPARE(m_runner->dialogs, 1);
@@ -519,6 +522,45 @@ void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     QVERIFY(m_runner->boxes[0].text.startsWith(QStringLiteral("变压器T1\nL1,N项电流为: ")));
     QCOMPARE(m_runner->boxes[0].title, QStringLiteral("loadcal"));
+}
+
+void WindowTest::theCalculationBookButtonWritesThePdfAndTheWindowStaysOpen()
+{
+    /// Keeps the files handed to the viewer.
+    struct Viewer final : IFileOpener {
+        std::vector<std::filesystem::path> opened;
+        bool Open(const std::filesystem::path& file) override
+        {
+            opened.push_back(file);
+            return true;
+        }
+    } viewer;
+    CQtCalculationBookWriter writer(true, &viewer);
+    m_dialog->SetBookWriter(&writer);
+    Type(TransformerView(), 1, 1, QStringLiteral("T1"));
+    Type(LoadView(), 1, 3, QStringLiteral("Chiller"));
+    const QString path = m_folder->filePath("计算书.pdf");
+    QString proposed;
+    QStringList filters;
+    m_runner->answers.push_back(ChooseFile(path, [&](QDialog& dialog) {
+        auto& files = dynamic_cast<QFileDialog&>(dialog);
+        proposed = QFileInfo(files.selectedFiles().value(0)).fileName();
+        filters = files.nameFilters();
+    }));
+    const QList<QAction*> actions = m_window->ToolBar().actions();
+    QCOMPARE(actions[8]->data().toUInt(), res::ID_CALCULATION_BOOK);
+    QTest::mouseClick(m_window->ToolBar().widgetForAction(actions[8]), Qt::LeftButton);
+
+    QCOMPARE(proposed, QStringLiteral("未命名.pdf"));
+    QCOMPARE(filters, QStringList{"PDF 计算书(*.pdf *.PDF)"});
+    QFile book(path);
+    QVERIFY(book.open(QIODevice::ReadOnly));
+    QVERIFY(book.read(5) == "%PDF-");
+    QCOMPARE(viewer.opened, std::vector<std::filesystem::path>{ToFsPath(ToWString(path))});
+    QVERIFY(m_runner->boxes.empty());
+    QVERIFY(m_window->isVisible());
+    QVERIFY(!m_dialog->GetEndResult().has_value());
+    QCOMPARE(m_dialog->GetOutputMode(), 0);
 }
 
 void WindowTest::anOutputFileIsProposedFromTheArchiveName()

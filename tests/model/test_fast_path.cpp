@@ -3,6 +3,7 @@
 #include <random>
 
 #include "model/Calculation.h"
+#include "model/Numeric.h"
 #include "tests/support/RandomDocument.h"
 #include "tests/support/ReferenceCalculation.h"
 
@@ -36,5 +37,49 @@ TEST(FastPath, WholeDocumentMatchesTheStraightforwardTranscription)
             }
         }
         ASSERT_EQ(TotalReactive(loads), reference::Total(loads, SumField::Reactive));
+    }
+}
+
+TEST(FastPath, PhasePartsOfAGroupGiveItsSumAndItsCurrents)
+{
+    std::mt19937 rng(23);
+    for (int round = 0; round < 30; ++round) {
+        testsupport::RandomDocumentOptions opt;
+        opt.circuits = 1 + static_cast<int>(rng() % 200);
+        opt.transformers = 1 + static_cast<int>(rng() % 5);
+        opt.quirkShare = (round % 3) * 0.2;
+        CLoadArray loads;
+        CTransformerArray transformers;
+        testsupport::MakeRandomDocument(rng, opt, loads, transformers);
+        RecalculateDocument(loads, transformers);
+        for (const auto& owner : {L"T1", L"t2", L"T1,T2", L"", L"T3"}) {
+            const GroupPhases parts = GroupPhasesOf(loads, owner);
+            for (auto f : {SumField::Active, SumField::Reactive, SumField::Installed}) {
+                ASSERT_EQ(FormatG(parts.Sum(f)), reference::GroupSum(loads, owner, f));
+            }
+            // The currents straight from the circuits that belong to the owner.
+            double current[3] = {0, 0, 0};
+            double threePhase = 0;
+            int single = 0;
+            for (const CLoadCalData& c : loads) {
+                if (!BelongsTo(c, owner)) {
+                    continue;
+                }
+                for (int k = 0; k < 3; ++k) {
+                    if (c.m_strPhase == kPhaseTexts[static_cast<size_t>(k)]) {
+                        current[k] += ParseNumber(c.m_strCalcI);
+                        ++single;
+                    }
+                }
+                if (c.m_strPhase == kPhaseThree) {
+                    threePhase += ParseNumber(c.m_strCalcI);
+                }
+            }
+            for (int k = 0; k < 3; ++k) {
+                ASSERT_DOUBLE_EQ(parts.current[k], current[k]);
+            }
+            ASSERT_DOUBLE_EQ(parts.threePhaseCurrent, threePhase);
+            ASSERT_EQ(parts.singlePhaseCount, single);
+        }
     }
 }
