@@ -5,19 +5,37 @@
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
+#include <utility>
 
 #include "balancing/PhaseBalancing.h"
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
 #include "document/Archive.h"
 #include "document/AtomicFile.h"
+#include "document/DocumentError.h"
 #include "document/InterDpData.h"
+#include "document/RecoveryFiles.h"
 #include "model/Text.h"
 
 namespace loadcal {
+namespace {
+
+/// The cause in a document-layer message ("cannot write \"PATH\": CAUSE"):
+/// what follows the quoted path, or the whole message when it names no path.
+std::wstring CauseOf(const std::string& message, const std::wstring& path)
+{
+    const std::string quoted = "\"" + ToUtf8(path) + "\": ";
+    const size_t pos = message.find(quoted);
+    return FromUtf8(pos == std::string::npos ? message : message.substr(pos + quoted.size()));
+}
+
+}  // namespace
 
 CLoadCalDiaog::CLoadCalDiaog(std::wstring settingsPath)
-    : m_pChoiceWindow(std::make_unique<CChoiceWindow>()), m_recentFiles(std::move(settingsPath))
+    : m_pChoiceWindow(std::make_unique<CChoiceWindow>()),
+      m_recentFiles(std::move(settingsPath)),
+      m_pRecovery(
+          std::make_unique<CRecoveryFiles>(ToFsPath(m_recentFiles.SettingsPath()).parent_path()))
 {
     m_recentFiles.LoadList();
     for (std::wstring_view phase : kPhaseTexts) {
@@ -48,6 +66,8 @@ int CLoadCalDiaog::MessageBox(std::wstring_view text, std::wstring_view caption,
 
 void CLoadCalDiaog::EndDialog(int result)
 {
+    // A normal end: what was not saved was meant to go.
+    RemoveRecoveryCopy();
     m_nEndResult = result;
     Ui().EndDialog(result);
 }
@@ -86,12 +106,14 @@ int CLoadCalDiaog::OnInitDialog()
     m_arrLoad.RemoveAll();
     m_arrTransformer.RemoveAll();
 
-    if (m_recentFiles.GetSize() > 0 && FileExists(m_recentFiles.GetAt(0))) {
-        OpenExistingFile(std::wstring(m_recentFiles.GetAt(0)));
-    } else {
+    // A most recent file that is damaged is refused as Open refuses it; the
+    // dialog then starts untitled.
+    if (m_recentFiles.GetSize() == 0 || !FileExists(m_recentFiles.GetAt(0)) ||
+        !OpenExistingFile(std::wstring(m_recentFiles.GetAt(0)))) {
         LoadDocument();
         SetDocumentTitle();
     }
+    OfferRecovery();
 
     Ui().CenterWindow();
     return 1;
@@ -284,16 +306,25 @@ void CLoadCalDiaog::AddRecentFile(const std::wstring& path)
     m_recentFiles.SaveList();
 }
 
-void CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
+bool CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
 {
+    // Read into a tree of its own: a file that does not read back whole is
+    // never half-opened, and its recent entry stays where it was.
+    auto tree = std::make_unique<CInterDpData>();
+    if (tree->ReadDataFromIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
+        MessageBox(
+            texts::FormatText(texts::kOpenFailedFormat, path, CauseOf(tree->LastError(), path)),
+            texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+        return false;
+    }
     m_strFilePath = path;
-    m_pIdpData = std::make_unique<CInterDpData>();
-    // An unreadable file gives an empty or partial tree; nothing is reported.
-    m_pIdpData->ReadDataFromIdpFile(m_strFilePath);
+    m_pIdpData = std::move(tree);
     m_bModified = 0;
+    RemoveRecoveryCopy();
     AddRecentFile(path);
     LoadDocument();
     SetDocumentTitle();
+    return true;
 }
 
 int CLoadCalDiaog::SaveDocument()
@@ -305,11 +336,26 @@ int CLoadCalDiaog::SaveDocument()
         m_pIdpData = std::make_unique<CInterDpData>();
     }
     m_pIdpData->ClearDataFromMemory();
-    StoreRecords(*m_pIdpData, m_arrLoad, m_arrTransformer);
-    // A failed write is not reported: the save counts as done.
-    m_pIdpData->WriteDataToIdpFile(m_strFilePath);
+    std::string error;
+    try {
+        StoreRecords(*m_pIdpData, m_arrLoad, m_arrTransformer);
+        if (m_pIdpData->WriteDataToIdpFile(m_strFilePath) != static_cast<int16_t>(IdpStatus::Ok)) {
+            error = m_pIdpData->LastError();
+        }
+    } catch (const DocumentError& e) {
+        // A document the archive cannot hold is refused before anything is written.
+        error = e.what();
+    }
+    if (!error.empty()) {
+        // The file keeps its previous content, the document its changes.
+        MessageBox(texts::FormatText(texts::kSaveFailedFormat, m_strFilePath,
+                                     CauseOf(error, m_strFilePath)),
+                   texts::kSaveCaption, MB_OK | MB_ICONEXCLAMATION);
+        return 0;
+    }
     m_bModified = 0;
     m_history.MarkSaved();
+    RemoveRecoveryCopy();
     return 1;
 }
 
@@ -326,9 +372,10 @@ int CLoadCalDiaog::PromptSaveDocument()
     if (answer != IDYES) {
         return IDCANCEL;
     }
+    // A save that fails has been reported; the command that asked must not
+    // go on as if the document were safe.
     if (!m_strFilePath.empty()) {
-        SaveDocument();
-        return IDYES;
+        return SaveDocument() != 0 ? IDYES : IDCANCEL;
     }
     std::optional<std::wstring> path = Ui().SaveFileDialog(FileDialogSpec());
     if (!path) {
@@ -336,7 +383,10 @@ int CLoadCalDiaog::PromptSaveDocument()
     }
     // Title and recent list are deliberately left as they are here.
     m_strFilePath = *path;
-    SaveDocument();
+    if (SaveDocument() == 0) {
+        m_strFilePath.clear();
+        return IDCANCEL;
+    }
     return IDYES;
 }
 
@@ -348,6 +398,7 @@ void CLoadCalDiaog::OnFileNew()
     m_pIdpData.reset();
     m_bModified = 0;
     m_strFilePath.clear();
+    RemoveRecoveryCopy();
     LoadDocument();
     SetDocumentTitle();
 }
@@ -373,6 +424,7 @@ void CLoadCalDiaog::OnFileOpen()
     m_strFilePath = *path;
     m_pIdpData.reset();
     m_bModified = 0;
+    RemoveRecoveryCopy();
     AddRecentFile(*path);
     LoadDocument();
     SetDocumentTitle();
@@ -384,8 +436,11 @@ void CLoadCalDiaog::OnFileSave()
         OnFileSaveAs();
         return;
     }
+    const int wasModified = m_bModified;
     m_bModified = 0;
-    SaveDocument();
+    if (SaveDocument() == 0) {
+        m_bModified = wasModified;
+    }
 }
 
 void CLoadCalDiaog::OnFileSaveAs()
@@ -394,8 +449,13 @@ void CLoadCalDiaog::OnFileSaveAs()
     if (!path) {
         return;
     }
-    m_strFilePath = *path;
-    SaveDocument();
+    // A Save As that fails changes nothing: the document keeps its file,
+    // title and recent list (and its modified flag).
+    std::wstring previous = std::exchange(m_strFilePath, *path);
+    if (SaveDocument() == 0) {
+        m_strFilePath = std::move(previous);
+        return;
+    }
     AddRecentFile(*path);
     SetDocumentTitle();
 }

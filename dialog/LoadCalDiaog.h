@@ -1,6 +1,8 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <string>
@@ -23,6 +25,7 @@
 namespace loadcal {
 
 class CInterDpData;
+class CRecoveryFiles;
 
 /// The two grids of the dialog.
 enum class GridId {
@@ -40,11 +43,34 @@ enum class KeyDisposition {
     Handled,          ///< done; drop it
 };
 
+/// The document's modified flag, 0 or 1 as the dialog's rules read and set
+/// it, which also counts how often it was set: every change of the records
+/// sets it, so the count tells the recovery copy that the document changed
+/// since the copy was last written.
+class CModifiedFlag {
+public:
+    CModifiedFlag& operator=(int value)
+    {
+        m_nValue = value;
+        if (value != 0) {
+            ++m_nChanges;
+        }
+        return *this;
+    }
+    operator int() const { return m_nValue; }
+    uint64_t Changes() const { return m_nChanges; }
+
+private:
+    int m_nValue = 0;
+    uint64_t m_nChanges = 0;
+};
+
 /// The demand-factor calculation dialog without its window: it owns the open
 /// document (the two record arrays, the data tree of its archive, path and
 /// modified flag), both grids, the menu bar, the row clipboards, the
-/// recent-files list and the phase-balancing search object, and holds every
-/// rule of editing, row operations and the document lifecycle. It talks to the
+/// recent-files list, the recovery copy of unsaved changes and the
+/// phase-balancing search object, and holds every rule of editing, row
+/// operations and the document lifecycle. It talks to the
 /// user only through ILoadCalUi, which the window implements (borrowed; set
 /// before OnInitDialog). The window forwards every user action to the
 /// operations below and shows the grids through their listeners.
@@ -75,7 +101,14 @@ public:
     static constexpr COLORREF kFixedColour = RGB(255, 255, 224);
     static constexpr int kHeaderColumnWidth = 10;  ///< pixels, column 0 of both grids
 
-    /// Loads the recent-files list from the settings file at settingsPath.
+    /// The recovery copy of a modified document is written once the document
+    /// has not changed for kRecoveryQuiet, or has had unwritten changes for
+    /// kRecoveryMaxDelay, whichever comes first.
+    static constexpr std::chrono::seconds kRecoveryQuiet{2};
+    static constexpr std::chrono::seconds kRecoveryMaxDelay{10};
+
+    /// Loads the recent-files list from the settings file at settingsPath;
+    /// recovery copies are kept in the same folder.
     explicit CLoadCalDiaog(std::wstring settingsPath = CLoadCalRecentFiles::DefaultSettingsPath());
     ~CLoadCalDiaog() override;
     CLoadCalDiaog(const CLoadCalDiaog&) = delete;
@@ -195,14 +228,31 @@ public:
 
     // Document.
     /// Asks whether to save a modified document: IDYES, IDNO or IDCANCEL;
-    /// callers go on unless IDCANCEL.
+    /// callers go on unless IDCANCEL. A save that fails (reported by
+    /// SaveDocument) gives IDCANCEL, so the caller does not go on; an
+    /// untitled document then stays untitled.
     int PromptSaveDocument();
-    /// Records to tree to file; 0 when there is no path, else 1.
+    /// Records to tree to file: 1 when the file was written (the document is
+    /// then unmodified and its recovery copy removed), 0 when there is no
+    /// path or the write failed. A failure is shown in a box naming the file
+    /// and the cause; the document keeps its modified flag and the file its
+    /// previous content.
     int SaveDocument();
     /// Tree to records and grids (an absent tree gives the empty document); 1.
     int LoadDocument();
     /// Puts a non-empty path at the head of the recent list and saves the list.
     void AddRecentFile(const std::wstring& path);
+
+    // Crash recovery.
+    /// The window's recovery timer, about once a second and never while a
+    /// command of the dialog runs. A modified document's recovery copy is
+    /// written when due (kRecoveryQuiet, kRecoveryMaxDelay; now is the
+    /// tick's time); an unmodified document's copy is removed. A copy that
+    /// cannot be written is not reported (the next change tries again): the
+    /// save itself reports its failures.
+    void OnRecoveryTimer(std::chrono::steady_clock::time_point now);
+    /// Where this dialog's recovery copy is, when it has one.
+    std::optional<std::wstring> GetRecoveryCopyPath() const;
 
     // Operations on records and grids.
     /// Recalculates circuit i, shows its four results and refreshes the totals.
@@ -272,8 +322,17 @@ private:
     void EndDialog(int result);
     CFileDialogOptions FileDialogSpec() const;
     void SetDocumentTitle();
-    void OpenExistingFile(const std::wstring& path);
+    /// Reads an archive and makes it the document; a file that cannot be read
+    /// whole is refused with a box naming it and what is wrong, and the open
+    /// document stays as it was (false).
+    bool OpenExistingFile(const std::wstring& path);
     static bool FileExists(const std::wstring& path);
+    /// Offers, one after another, the recovery copies of windows that did
+    /// not end normally; Yes restores one as a modified document (and stops),
+    /// No removes that copy.
+    void OfferRecovery();
+    void WriteRecoveryCopy();
+    void RemoveRecoveryCopy();
 
     /// Both grids with their titles: 14 and 17 columns, one fixed row and column.
     void CreateGrids();
@@ -339,7 +398,7 @@ private:
     CGridCtrl m_gridTransformer;
     std::unique_ptr<CInterDpData> m_pIdpData;
     std::wstring m_strFilePath;
-    int m_bModified = 0;
+    CModifiedFlag m_bModified;
     CLoadArray m_arrLoad;
     CTransformerArray m_arrTransformer;
     int m_nOutputMode = 0;
@@ -373,6 +432,12 @@ private:
     std::wstring m_strTitle;
     CMenuModel m_menuBar;
     std::optional<int> m_nEndResult;
+
+    std::unique_ptr<CRecoveryFiles> m_pRecovery;
+    uint64_t m_nRecoverySeen = 0;       ///< change count the timer last saw
+    uint64_t m_nRecoveryAttempted = 0;  ///< change count of the last copy tried
+    std::chrono::steady_clock::time_point m_lastChangeSeen;
+    std::chrono::steady_clock::time_point m_firstUnwrittenSeen;
 };
 
 }  // namespace loadcal

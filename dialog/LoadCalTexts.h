@@ -73,6 +73,20 @@ inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有�
 /// second is filled twice with the leading part that reads (FormatText).
 inline constexpr std::wstring_view kNotANumberTip = L"不是数字，按 0 计算";
 inline constexpr std::wstring_view kNumberPrefixTipFormat = L"只有开头的“%s”是数字，按 %s 计算";
+/// A save that failed: the path and the system's reason (FormatText with two
+/// arguments); the document stays modified, the file as it was.
+inline constexpr std::wstring_view kSaveFailedFormat =
+    L"保存文件 \"%s\" 失败：%s\n文档没有保存，修改仍在窗口中。";
+/// An archive refused on opening (damaged, truncated, not an archive,
+/// unreadable): the path and what is wrong with it.
+inline constexpr std::wstring_view kOpenFailedFormat =
+    L"无法打开负荷计算存档文件 \"%s\"：%s\n当前文档保持不变。";
+/// Offered at start for a recovery copy left by a window that did not end
+/// normally: the file it belonged to (or kUntitled) and when it was written.
+inline constexpr std::wstring_view kRecoveryQuestionFormat =
+    L"上次没有正常退出，留下了未保存的修改：\n文件：%s\n时间：%"
+    L"s\n是否恢复？（选择“否”将删除这份恢复副本）";
+inline constexpr std::wstring_view kRecoveryCaption = L"恢复文档";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";
 inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";
@@ -95,5 +109,9 @@ inline constexpr int kDialogFontPoints = 9;
 
 /// Replaces the first "%s" of format by arg.
 std::wstring FormatText(std::wstring_view format, std::wstring_view arg);
+/// Replaces the first "%s" by first and the next by second (a "%s" inside
+/// first stays as it is).
+std::wstring FormatText(std::wstring_view format, std::wstring_view first,
+                        std::wstring_view second);
 
 }  // namespace loadcal::texts

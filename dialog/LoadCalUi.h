@@ -16,6 +16,8 @@ inline constexpr int IDNO = 7;
 inline constexpr unsigned MB_OK = 0x0000;
 inline constexpr unsigned MB_OKCANCEL = 0x0001;
 inline constexpr unsigned MB_YESNOCANCEL = 0x0003;
+inline constexpr unsigned MB_YESNO = 0x0004;
+inline constexpr unsigned MB_ICONEXCLAMATION = 0x0030;
 inline constexpr unsigned MB_ICONQUESTION = 0x0020;
 inline constexpr unsigned MB_ICONINFORMATION = 0x0040;
 
@@ -47,8 +49,9 @@ class ILoadCalUi {
 public:
     virtual ~ILoadCalUi() = default;
 
-    /// A modal message box. style combines MB_OK, MB_OKCANCEL or
-    /// MB_YESNOCANCEL with MB_ICONQUESTION, MB_ICONINFORMATION or no icon.
+    /// A modal message box. style combines MB_OK, MB_OKCANCEL, MB_YESNO or
+    /// MB_YESNOCANCEL with MB_ICONQUESTION, MB_ICONINFORMATION,
+    /// MB_ICONEXCLAMATION or no icon.
     /// Returns IDOK, IDCANCEL, IDYES or IDNO; closing the box counts as
     /// IDCANCEL (IDOK for a box with MB_OK only).
     virtual int MessageBox(const std::wstring& text, const std::wstring& caption,

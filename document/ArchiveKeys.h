@@ -78,4 +78,10 @@ inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
 inline constexpr std::wstring_view kRecentFilesWriteGroup = L"\\负荷计算\\最近文件";
 inline constexpr std::wstring_view kRecentFilesReadGroup = L"负荷计算\\最近文件";
 
+/// Recovery copy: an archive with one more group (恢复信息) saying which file the
+/// document belonged to (empty for an untitled one) and when the copy was
+/// written (local time, "YYYY-MM-DD hh:mm:ss").
+inline constexpr std::wstring_view kRecoveryDocumentKey = L"恢复信息\\所属文件";
+inline constexpr std::wstring_view kRecoveryTimeKey = L"恢复信息\\保存时间";
+
 }  // namespace loadcal::archive

@@ -11,8 +11,10 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
+#include <QTimer>
 #include <QToolBar>
 #include <algorithm>
+#include <chrono>
 
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
@@ -36,6 +38,10 @@ QRect ToQRect(const CRect& r)
 
 QMessageBox::Icon IconOf(unsigned style)
 {
+    // The exclamation mark shares a bit with the question mark: tested first.
+    if ((style & MB_ICONEXCLAMATION) == MB_ICONEXCLAMATION) {
+        return QMessageBox::Warning;
+    }
     if (style & MB_ICONQUESTION) {
         return QMessageBox::Question;
     }
@@ -54,6 +60,8 @@ QMessageBox::StandardButtons ButtonsOf(unsigned style)
             return QMessageBox::Ok | QMessageBox::Cancel;
         case MB_YESNOCANCEL:
             return QMessageBox::Yes | QMessageBox::No | QMessageBox::Cancel;
+        case MB_YESNO:
+            return QMessageBox::Yes | QMessageBox::No;
         default:
             return QMessageBox::Ok;
     }
@@ -159,6 +167,11 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     Guarded([this] { m_dialog.OnInitDialog(); });
     RestoreLayout();
     LayOut();
+
+    auto* recoveryTimer = new QTimer(this);
+    recoveryTimer->setInterval(kRecoveryTick);
+    connect(recoveryTimer, &QTimer::timeout, this, &CLoadCalWindow::OnRecoveryTick);
+    recoveryTimer->start();
 }
 
 CLoadCalWindow::~CLoadCalWindow()
@@ -176,6 +189,7 @@ CGridView& CLoadCalWindow::View(GridId grid) const
 
 void CLoadCalWindow::Guarded(const std::function<void()>& action)
 {
+    ++m_nControllerCalls;
     try {
         action();
     } catch (const std::exception& e) {
@@ -183,6 +197,21 @@ void CLoadCalWindow::Guarded(const std::function<void()>& action)
     } catch (...) {
         ReportInternalError(QStringLiteral("unknown exception"));
     }
+    --m_nControllerCalls;
+}
+
+void CLoadCalWindow::OnRecoveryTick()
+{
+    // A tick that arrives inside a command (its boxes and the phase search
+    // run event loops of their own) waits for the next one: the copy is
+    // only taken of a document between two commands. The window itself runs
+    // modally; any other modal box or popup means a command is under way.
+    const QWidget* modal = QApplication::activeModalWidget();
+    if (m_nControllerCalls > 0 || (modal != nullptr && modal != this) ||
+        QApplication::activePopupWidget() != nullptr) {
+        return;
+    }
+    Guarded([this] { m_dialog.OnRecoveryTimer(std::chrono::steady_clock::now()); });
 }
 
 void CLoadCalWindow::ReportInternalError(const QString& what)

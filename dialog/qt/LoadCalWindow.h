@@ -30,7 +30,9 @@ class CTotalRowView;
 /// from and gives to the system clipboard.
 /// The document lives in the controller only. Every call into the controller
 /// runs at the event boundary under Guarded: an exception is shown in a box
-/// and the window stays open with the document.
+/// and the window stays open with the document. A timer asks the controller
+/// about once a second, between commands, to keep the recovery copy of
+/// unsaved changes (CLoadCalDiaog::OnRecoveryTimer).
 ///
 /// Borrows the controller (which must outlive the window) and the runner of
 /// modal boxes (null: the interactive one); owns its widgets and the two
@@ -103,6 +105,10 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    /// Interval of the recovery timer.
+    static constexpr int kRecoveryTick = 1000;  // ms
+
+    void OnRecoveryTick();
     IModalRunner& Runner() const { return m_pRunner ? *m_pRunner : m_defaultRunner; }
     void ReportInternalError(const QString& what);
     void RunCommand(unsigned id);
@@ -148,6 +154,7 @@ private:
     CRect m_loadFrame;
     CRect m_transformerFrame;
     QSize m_openedSize;
+    int m_nControllerCalls = 0;  ///< Guarded calls under way (nested event loops)
 };
 
 /// Runs the calculation dialog in its window, modally, and returns how the

@@ -15,6 +15,7 @@ bool WindowFixture::OpenWindow()
     m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
     m_runner = std::make_unique<ScriptedRunner>();
     m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
+    m_window->setWindowModality(Qt::ApplicationModal);  // as exec() shows it
     m_window->show();
     m_window->activateWindow();
     return QTest::qWaitForWindowActive(m_window.get());

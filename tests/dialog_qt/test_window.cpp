@@ -31,6 +31,7 @@
 #include "document/AtomicFile.h"
 #include "tests/dialog_qt/ScriptedRunner.h"
 #include "tests/dialog_qt/WindowFixture.h"
+#include "tests/support/FaultInjection.h"
 
 using namespace loadcal;
 using loadcal::test::ChooseFile;
@@ -98,6 +99,9 @@ private slots:
     void theLayoutIsKeptInTheSettingsFile();
     void theTotalRowStaysInSightAndFollowsEdits();
     void standardButtonsAndFileDialogsReadInChinese();
+    void aFailedSaveIsShownAndTheDocumentStaysModified();
+    void aDamagedArchiveIsRefusedAndTheDocumentStays();
+    void theRecoveryTimerKeepsACopyOfUnsavedChanges();
 
 private:
     /// Types text into a grid cell through the view and ends the edit with Enter.
@@ -855,6 +859,82 @@ void WindowTest::standardButtonsAndFileDialogsReadInChinese()
                                    QStringLiteral("取消")}));
     QCOMPARE(accept, QStringLiteral("保存(&S)"));
     QCOMPARE(title, QStringLiteral("另存为"));
+void WindowTest::aFailedSaveIsShownAndTheDocumentStaysModified()
+{
+    Type(LoadView(), 1, 3, QStringLiteral("Fan"));
+    const QString path = m_folder->filePath("a.LDC");
+    m_runner->answers.push_back(ChooseFile(path));
+    m_runner->answers.push_back(Click(QMessageBox::Ok));
+    {
+        // No archive fits: the write fails as on a full disk.
+        testsupport::FileSizeLimit full(64);
+        QTest::keyClick(m_window.get(), Qt::Key_S, Qt::ControlModifier);
+    }
+    QCOMPARE(m_runner->dialogs, 2);
+    QCOMPARE(m_runner->boxes.size(), size_t(1));
+    const test::ShownBox box = m_runner->boxes[0];
+    QCOMPARE(box.title, QStringLiteral("文件保存"));
+    QCOMPARE(box.text,
+             QStringLiteral("保存文件 \"") + path +
+                 QStringLiteral("\" 失败：File too large\n文档没有保存，修改仍在窗口中。"));
+    QCOMPARE(box.icon, QMessageBox::Warning);
+    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QVERIFY(!QFileInfo::exists(path));
+    QVERIFY(m_dialog->IsModified());
+    QVERIFY(m_dialog->GetFilePath().empty());
+    QCOMPARE(m_window->windowTitle(), QStringLiteral("需要系数法负荷计算『未命名』"));
+    QCOMPARE(LoadView().GridModel().IndexOfCell(1, 3).data().toString(), QStringLiteral("Fan"));
+
+    // The close box still asks.
+    m_runner->answers.push_back(Click(QMessageBox::Cancel));
+    m_window->close();
+    QCOMPARE(m_runner->boxes.size(), size_t(2));
+    QCOMPARE(m_runner->boxes[1].text, QStringLiteral("当前文档已经改变,是否保存？"));
+    QVERIFY(m_window->isVisible());
+}
+
+void WindowTest::aDamagedArchiveIsRefusedAndTheDocumentStays()
+{
+    const QString bad = m_folder->filePath("bad.LDC");
+    QFile file(bad);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write("\x89IDP\r\n\x1a\n");  // the magic, and nothing after it
+    file.close();
+    Type(LoadView(), 1, 3, QStringLiteral("Fan"));
+
+    m_runner->answers.push_back(Click(QMessageBox::No));
+    m_runner->answers.push_back(ChooseFile(bad));
+    m_runner->answers.push_back(Click(QMessageBox::Ok));
+    QTest::keyClick(m_window.get(), Qt::Key_O, Qt::ControlModifier);
+    QCOMPARE(m_runner->boxes.size(), size_t(2));
+    const test::ShownBox box = m_runner->boxes[1];
+    QVERIFY2(box.text.startsWith(QStringLiteral("无法打开负荷计算存档文件 \"") + bad +
+                                 QStringLiteral("\"：")),
+             qPrintable(box.text));
+    QVERIFY2(box.text.contains(QStringLiteral("truncated")), qPrintable(box.text));
+    QCOMPARE(box.icon, QMessageBox::Warning);
+    QVERIFY(m_dialog->IsModified());
+    QVERIFY(m_dialog->GetFilePath().empty());
+    QCOMPARE(m_window->windowTitle(), QStringLiteral("需要系数法负荷计算『未命名』"));
+    QCOMPARE(LoadView().GridModel().IndexOfCell(1, 3).data().toString(), QStringLiteral("Fan"));
+    QVERIFY(m_dialog->GetRecentFiles().GetSize() == 0);
+}
+
+void WindowTest::theRecoveryTimerKeepsACopyOfUnsavedChanges()
+{
+    QCOMPARE(QApplication::activeModalWidget(), m_window.get());
+    Type(LoadView(), 1, 3, QStringLiteral("Fan"));
+    // The window's timer writes the copy once the document has rested.
+    QTRY_VERIFY_WITH_TIMEOUT(m_dialog->GetRecoveryCopyPath().has_value(), 10000);
+    const QString copy = ToQString(*m_dialog->GetRecoveryCopyPath());
+    QCOMPARE(QFileInfo(copy).absolutePath(), QFileInfo(m_folder->path()).absoluteFilePath());
+    QVERIFY(QFileInfo::exists(copy));
+
+    // Leaving without saving removes it.
+    m_runner->answers.push_back(Click(QMessageBox::No));
+    m_window->close();
+    QVERIFY(!m_window->isVisible());
+    QVERIFY(!QFileInfo::exists(copy));
 }
 
 QTEST_MAIN(WindowTest)
