@@ -84,8 +84,8 @@ inline constexpr std::wstring_view kOpenFailedFormat =
 /// Offered at start for a recovery copy left by a window that did not end
 /// normally: the file it belonged to (or kUntitled) and when it was written.
 inline constexpr std::wstring_view kRecoveryQuestionFormat =
-    L"上次没有正常退出，留下了未保存的修改：\n文件：%s\n时间：%"
-    L"s\n是否恢复？（选择“否”将删除这份恢复副本）";
+    L"上次没有正常退出，留下了未保存的修改：\n文件：%s\n时间：%s\n"
+    L"是否恢复？（选择“否”将删除这份恢复副本）";
 inline constexpr std::wstring_view kRecoveryCaption = L"恢复文档";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";

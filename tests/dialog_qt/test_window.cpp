@@ -859,6 +859,8 @@ void WindowTest::standardButtonsAndFileDialogsReadInChinese()
                                    QStringLiteral("取消")}));
     QCOMPARE(accept, QStringLiteral("保存(&S)"));
     QCOMPARE(title, QStringLiteral("另存为"));
+}
+
 void WindowTest::aFailedSaveIsShownAndTheDocumentStaysModified()
 {
     Type(LoadView(), 1, 3, QStringLiteral("Fan"));
