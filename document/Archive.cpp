@@ -28,7 +28,8 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
         const Record& row = rows[i];
         for (size_t f = 0; f < N; ++f) {
             const std::wstring& text = row.FieldAt(static_cast<int>(f));
-            store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text), text.c_str(), 0);
+            store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text),
+                              std::wstring_view(text), 0);
         }
     }
 }

@@ -380,7 +380,6 @@ std::string CIdpCodec::Encode(const CInterDpNode& root)
 
 bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
 {
-    const size_t at = in.Pos();
     if (!in.Text(rec.name, "a node name")) {
         return false;
     }
@@ -391,10 +390,6 @@ bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
     rec.flags = static_cast<int32_t>(in.U32());
     if (!in.Text(rec.value, "a node value")) {
         return false;
-    }
-    if (rec.value.find(L'\0') != std::wstring::npos) {
-        return in.Fail(IdpStatus::Malformed,
-                       "damaged at byte " + std::to_string(at) + ": a value holds a NUL character");
     }
     if (!in.Need(4, "a child count")) {
         return false;
@@ -540,6 +535,15 @@ int16_t CInterDpData::ClearDataFromMemory()
 int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, const wchar_t* value,
                                    int32_t flags)
 {
+    if (value == nullptr) {
+        return SetSubValueW(path, 0, std::wstring_view(), flags);
+    }
+    return SetSubValueW(path, count, std::wstring_view(value), flags);
+}
+
+int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, std::wstring_view value,
+                                   int32_t flags)
+{
     std::vector<std::wstring_view> names;
     CPathCursor cursor(path);
     while (cursor.Valid() && !cursor.AtEnd()) {
@@ -556,13 +560,8 @@ int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, cons
         CInterDpNode* child = node->Child(name);
         node = child != nullptr ? child : &node->AddChild(std::wstring(name));
     }
-    if (value == nullptr) {
-        node->m_value.clear();
-        node->m_nValueCount = 0;
-    } else {
-        node->m_value = AsStored(std::wstring(value));
-        node->m_nValueCount = count;
-    }
+    node->m_value = AsStored(std::wstring(value));
+    node->m_nValueCount = count;
     node->m_nFlags = flags;
     return Code(IdpStatus::Ok);
 }
@@ -586,12 +585,50 @@ IdpStatus CInterDpData::Deserialize(const std::string& bytes)
     return status;
 }
 
+namespace {
+
+/// The path of the first node (pre-order) with more children than a reader
+/// can count, or "" when there is none.
+std::wstring CrowdedNode(const CInterDpNode& root)
+{
+    struct Frame {
+        const CInterDpNode* node;
+        std::wstring path;
+    };
+    std::vector<Frame> pending{{&root, L""}};
+    while (!pending.empty()) {
+        Frame frame = std::move(pending.back());
+        pending.pop_back();
+        if (frame.node->ChildrenSize() > kIdpMaxChildren) {
+            return frame.path.empty() ? std::wstring(1, kSeparator) : frame.path;
+        }
+        for (size_t i = frame.node->ChildrenSize(); i-- > 0;) {
+            const CInterDpNode& child = frame.node->ChildAt(i);
+            if (child.ChildrenSize() > 0) {
+                pending.push_back({&child, frame.path.empty()
+                                               ? child.Name()
+                                               : frame.path + kSeparator + child.Name()});
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
 int16_t CInterDpData::WriteDataToIdpFile(const std::wstring& path) const
 {
     m_lastError.clear();
     if (path.empty()) {
         m_lastError = "cannot write a data file: no file name given";
         return Code(IdpStatus::IoError);
+    }
+    if (const std::wstring crowded = CrowdedNode(*m_root); !crowded.empty()) {
+        const CInterDpNode* node = m_root->GetSubValueFromPathW(0, crowded);
+        m_lastError = "cannot write " + Quoted(path) + ": \"" + ToUtf8(crowded) + "\" holds " +
+                      std::to_string(node->ChildrenSize()) + " entries, more than the " +
+                      std::to_string(kIdpMaxChildren) + " a file can hold; nothing was written";
+        return Code(IdpStatus::TooManyChildren);
     }
     try {
         WriteFileAtomically(ToFsPath(path), Serialize());
@@ -611,49 +648,21 @@ namespace {
 /// The whole content of a regular file, or a status and a reason.
 IdpStatus ReadWholeFile(const std::filesystem::path& file, std::string& bytes, std::string& why)
 {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        const int err = errno;
-        why = err == ENOENT || err == ENOTDIR ? "no such file" : std::strerror(err);
-        return err == ENOENT || err == ENOTDIR ? IdpStatus::FileNotFound : IdpStatus::IoError;
+    const int error = ReadFileBytes(
+        file, kHeaderSize + uint64_t{std::numeric_limits<uint32_t>::max()} + kChecksumSize, bytes);
+    switch (error) {
+        case 0:
+            return IdpStatus::Ok;
+        case ENOENT:
+            why = FileErrorText(error);
+            return IdpStatus::FileNotFound;
+        case EFBIG:
+            why = "too large to be a data file";
+            return IdpStatus::Malformed;
+        default:
+            why = FileErrorText(error);
+            return IdpStatus::IoError;
     }
-    struct stat info {};
-    IdpStatus status = IdpStatus::Ok;
-    if (::fstat(fd, &info) != 0) {
-        why = std::strerror(errno);
-        status = IdpStatus::IoError;
-    } else if (S_ISDIR(info.st_mode)) {
-        why = "it is a folder";
-        status = IdpStatus::IoError;
-    } else if (!S_ISREG(info.st_mode)) {
-        why = "not a regular file";
-        status = IdpStatus::IoError;
-    } else if (static_cast<uint64_t>(info.st_size) >
-               kHeaderSize + uint64_t{std::numeric_limits<uint32_t>::max()} + kChecksumSize) {
-        why = "too large to be a data file (" + std::to_string(info.st_size) + " bytes)";
-        status = IdpStatus::Malformed;
-    } else {
-        bytes.resize(static_cast<size_t>(info.st_size));
-        size_t done = 0;
-        while (done < bytes.size()) {
-            const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
-            if (n < 0 && errno == EINTR) {
-                continue;
-            }
-            if (n < 0) {
-                why = std::strerror(errno);
-                status = IdpStatus::IoError;
-                break;
-            }
-            if (n == 0) {
-                break;  // the file shrank while being read: decode what is there
-            }
-            done += static_cast<size_t>(n);
-        }
-        bytes.resize(done);
-    }
-    ::close(fd);
-    return status;
 }
 
 }  // namespace

@@ -33,8 +33,10 @@ public:
     /// The count given with the value when it was set (UTF-16 units + 1 for a
     /// text); below 1 when the node carries no value.
     int16_t ValueCount() const { return m_nValueCount; }
-    /// The value as a NUL-terminated wide text ("" when there is none).
+    /// The value as a NUL-terminated wide text ("" when there is none); a
+    /// value holding a NUL reads only up to it here: ValueText() has it whole.
     const wchar_t* Value() const { return m_value.c_str(); }
+    /// The whole value, NUL characters included.
     const std::wstring& ValueText() const { return m_value; }
     /// The 32-bit integer given as the last argument when the value was set.
     int32_t Flags() const { return m_nFlags; }
@@ -86,7 +88,12 @@ enum class IdpStatus : int16_t {
     BadChecksum = 6,   ///< content damaged (the tree read so far is kept)
     Malformed = 7,     ///< an impossible count, length or name (the tree read so far is kept)
     BadPath = 8,       ///< an empty path or path component, or a path deeper than kIdpMaxDepth
+    TooManyChildren = 9,  ///< a node has more children than a reader can count (nothing written)
 };
+
+/// The most children a node may have in a file that is read back whole:
+/// readers take the child count as a signed 16-bit number.
+inline constexpr size_t kIdpMaxChildren = 32767;
 
 /// A hierarchical data file: a tree of named nodes carrying text values,
 /// addressed by backslash-separated paths ("负荷信息\0\回路编号"). A leading
@@ -117,14 +124,22 @@ public:
     /// deeper than kIdpMaxDepth.
     int16_t SetSubValueW(const std::wstring& path, int16_t count, const wchar_t* value,
                          int32_t flags);
+    /// The same for a text of known length, which may hold NUL characters:
+    /// the whole text is kept, whatever the count says.
+    int16_t SetSubValueW(const std::wstring& path, int16_t count, std::wstring_view value,
+                         int32_t flags);
 
     /// The node at path below the root, or null when it does not exist or the
     /// path is not valid. The first argument is reserved (always 0).
     const CInterDpNode* GetSubValueFromPathW(int16_t reserved, const std::wstring& path) const;
 
-    /// Writes the whole tree to the file, replacing it atomically: a failed
-    /// write leaves the previous file as it was and no temporary file behind
-    /// (IoError, LastError() says why).
+    /// Writes the whole tree to the file, replacing it atomically (CAtomicFile:
+    /// symbolic links followed, permission bits and owner kept). Returns Ok;
+    /// IoError when the file cannot be written (LastError(): the file and the
+    /// system's reason), the previous file then as it was and nothing else
+    /// left in its folder; TooManyChildren, writing nothing, when a node has
+    /// more than kIdpMaxChildren children, which no reader could count (an
+    /// archive table of more than 32,767 rows).
     int16_t WriteDataToIdpFile(const std::wstring& path) const;
 
     /// Replaces the tree by the file's content. A damaged file never crashes
