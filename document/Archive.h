@@ -25,6 +25,11 @@ void StoreRecords(CInterDpData& store, const CLoadArray& loads,
 /// Nothing is recalculated.
 void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers);
 
+/// The bytes of the archive file of the arrays, exactly those that
+/// StoreRecords followed by CInterDpData::Serialize give, without building
+/// the tree (tables of at most kIdpMaxChildren rows).
+std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& transformers);
+
 /// Writes the arrays as an archive file (replacing it atomically). Throws
 /// DocumentError naming the file and the cause when it cannot be written, or
 /// when a table has more than 32,767 rows (kIdpMaxChildren: a reader would

@@ -262,6 +262,9 @@ CAtomicFile::CAtomicFile(std::filesystem::path target) : m_target(std::move(targ
     if (error != 0) {
         Fail(error);
     }
+    if (m_final.empty()) {
+        Fail(ENOENT);
+    }
     if (!m_final.has_filename()) {
         Fail(EISDIR);
     }

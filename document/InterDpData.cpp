@@ -155,7 +155,7 @@ CInterDpNode* CInterDpNode::Child(std::wstring_view name) const
 {
     if (m_pIndex) {
         const auto it = m_pIndex->find(name);
-        return it == m_pIndex->end() ? nullptr : it->second;
+        return it == m_pIndex->end() ? nullptr : *it;
     }
     for (const auto& child : m_children) {
         if (child->m_name == name) {
@@ -172,11 +172,11 @@ CInterDpNode& CInterDpNode::AddChild(std::wstring name)
     CInterDpNode& added = *node;
     m_children.push_back(std::move(node));
     if (m_pIndex) {
-        m_pIndex->emplace(added.m_name, &added);
+        m_pIndex->insert(&added);
     } else if (m_children.size() > kIndexThreshold) {
         m_pIndex = std::make_unique<NameIndex>();
         for (const auto& child : m_children) {
-            m_pIndex->emplace(child->m_name, child.get());
+            m_pIndex->insert(child.get());
         }
     }
     return added;
@@ -287,11 +287,19 @@ private:
             if (!Need(2 * static_cast<size_t>(units), what)) {
                 return false;
             }
-            std::u16string u16(units, u'\0');
-            for (auto& unit : u16) {
-                unit = static_cast<char16_t>(U16());
+            // Units outside the surrogates are characters as they are; a
+            // text with surrogates goes through the pairing rules.
+            out.resize(units);
+            bool paired = false;
+            for (auto& c : out) {
+                const uint16_t unit = U16();
+                paired = paired || (unit >= 0xD800 && unit <= 0xDFFF);
+                c = static_cast<wchar_t>(unit);
             }
-            out = FromUtf16(u16);
+            if (paired) {
+                const std::u16string u16(out.begin(), out.end());
+                out = FromUtf16(u16);
+            }
             return true;
         }
 
@@ -309,30 +317,11 @@ private:
 
 namespace {
 
-void PutU16(std::string& out, uint16_t v)
-{
-    out.push_back(static_cast<char>(v & 0xFFU));
-    out.push_back(static_cast<char>(v >> 8));
-}
-
 void PutU32(std::string& out, uint32_t v)
 {
-    for (int shift = 0; shift < 32; shift += 8) {
-        out.push_back(static_cast<char>((v >> shift) & 0xFFU));
-    }
-}
-
-void PutText(std::string& out, const std::wstring& text)
-{
-    const std::u16string units = ToUtf16(text);
-    if (units.size() > std::numeric_limits<uint32_t>::max()) {
-        throw DocumentError("a text of " + std::to_string(units.size()) +
-                            " UTF-16 units is too long for a data file");
-    }
-    PutU32(out, static_cast<uint32_t>(units.size()));
-    for (char16_t unit : units) {
-        PutU16(out, static_cast<uint16_t>(unit));
-    }
+    const char bytes[4] = {static_cast<char>(v & 0xFFU), static_cast<char>((v >> 8) & 0xFFU),
+                           static_cast<char>((v >> 16) & 0xFFU), static_cast<char>(v >> 24)};
+    out.append(bytes, 4);
 }
 
 void PatchU32(std::string& out, size_t at, uint32_t v)
@@ -342,40 +331,86 @@ void PatchU32(std::string& out, size_t at, uint32_t v)
     }
 }
 
+/// A length-prefixed UTF-16LE text, encoded as ToUtf16 does, without an
+/// intermediate string.
+void PutText(std::string& out, std::wstring_view text)
+{
+    const size_t units = Utf16Length(text);
+    if (units > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("a text of " + std::to_string(units) +
+                            " UTF-16 units is too long for a data file");
+    }
+    PutU32(out, static_cast<uint32_t>(units));
+    const size_t at = out.size();
+    out.resize(at + 2 * units);
+    char* p = out.data() + at;
+    const auto put = [&p](uint32_t unit) {
+        *p++ = static_cast<char>(unit & 0xFFU);
+        *p++ = static_cast<char>(unit >> 8);
+    };
+    for (const wchar_t wc : text) {
+        const auto c = static_cast<uint32_t>(wc);
+        if (c < 0x10000) {
+            put(c);
+        } else if (c <= 0x10FFFF) {
+            put(0xD800 + ((c - 0x10000) >> 10));
+            put(0xDC00 + ((c - 0x10000) & 0x3FF));
+        } else {
+            put(0xFFFD);
+        }
+    }
+}
+
 }  // namespace
+
+CIdpWriter::CIdpWriter() : m_out(kMagic.begin(), kMagic.end())
+{
+    PutU32(m_out, kVersion);
+    PutU32(m_out, 0);  // payload length, patched by Finish
+}
+
+void CIdpWriter::Node(std::wstring_view name, int16_t count, int32_t flags, std::wstring_view value,
+                      size_t children)
+{
+    if (children > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("a node has too many children for a data file");
+    }
+    PutText(m_out, name);
+    const auto c = static_cast<uint16_t>(count);
+    m_out.push_back(static_cast<char>(c & 0xFFU));
+    m_out.push_back(static_cast<char>(c >> 8));
+    PutU32(m_out, static_cast<uint32_t>(flags));
+    PutText(m_out, value);
+    PutU32(m_out, static_cast<uint32_t>(children));
+}
+
+std::string CIdpWriter::Finish()
+{
+    const size_t payload = m_out.size() - kHeaderSize;
+    if (payload > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("the tree takes " + std::to_string(payload) +
+                            " bytes, more than a data file can hold");
+    }
+    PatchU32(m_out, 12, static_cast<uint32_t>(payload));
+    PutU32(m_out, Crc32(reinterpret_cast<const unsigned char*>(m_out.data()), m_out.size()));
+    return std::move(m_out);
+}
 
 std::string CIdpCodec::Encode(const CInterDpNode& root)
 {
-    std::string out(kMagic.begin(), kMagic.end());
-    PutU32(out, kVersion);
-    PutU32(out, 0);  // payload length, patched below
-
+    CIdpWriter out;
     // Pre-order: a node, then each of its children's subtrees in insertion order.
     std::vector<const CInterDpNode*> pending{&root};
     while (!pending.empty()) {
         const CInterDpNode* node = pending.back();
         pending.pop_back();
-        PutText(out, node->m_name);
-        PutU16(out, static_cast<uint16_t>(node->m_nValueCount));
-        PutU32(out, static_cast<uint32_t>(node->m_nFlags));
-        PutText(out, node->m_value);
-        if (node->m_children.size() > std::numeric_limits<uint32_t>::max()) {
-            throw DocumentError("a node has too many children for a data file");
-        }
-        PutU32(out, static_cast<uint32_t>(node->m_children.size()));
+        out.Node(node->m_name, node->m_nValueCount, node->m_nFlags, node->m_value,
+                 node->m_children.size());
         for (auto it = node->m_children.rbegin(); it != node->m_children.rend(); ++it) {
             pending.push_back(it->get());
         }
     }
-
-    const size_t payload = out.size() - kHeaderSize;
-    if (payload > std::numeric_limits<uint32_t>::max()) {
-        throw DocumentError("the tree takes " + std::to_string(payload) +
-                            " bytes, more than a data file can hold");
-    }
-    PatchU32(out, 12, static_cast<uint32_t>(payload));
-    PutU32(out, Crc32(reinterpret_cast<const unsigned char*>(out.data()), out.size()));
-    return out;
+    return out.Finish();
 }
 
 bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
@@ -585,6 +620,14 @@ IdpStatus CInterDpData::Deserialize(const std::string& bytes)
     return status;
 }
 
+std::string TooManyChildrenError(const std::wstring& file, const std::wstring& node,
+                                 size_t children)
+{
+    return "cannot write " + Quoted(file) + ": \"" + ToUtf8(node) + "\" holds " +
+           std::to_string(children) + " entries, more than the " +
+           std::to_string(kIdpMaxChildren) + " a file can hold; nothing was written";
+}
+
 namespace {
 
 /// The path of the first node (pre-order) with more children than a reader
@@ -625,9 +668,7 @@ int16_t CInterDpData::WriteDataToIdpFile(const std::wstring& path) const
     }
     if (const std::wstring crowded = CrowdedNode(*m_root); !crowded.empty()) {
         const CInterDpNode* node = m_root->GetSubValueFromPathW(0, crowded);
-        m_lastError = "cannot write " + Quoted(path) + ": \"" + ToUtf8(crowded) + "\" holds " +
-                      std::to_string(node->ChildrenSize()) + " entries, more than the " +
-                      std::to_string(kIdpMaxChildren) + " a file can hold; nothing was written";
+        m_lastError = TooManyChildrenError(path, crowded, node->ChildrenSize());
         return Code(IdpStatus::TooManyChildren);
     }
     try {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace loadcal {
@@ -63,15 +63,27 @@ private:
     int16_t m_nValueCount = 0;
     int32_t m_nFlags = 0;
     std::vector<std::unique_ptr<CInterDpNode>> m_children;
-    /// Hashes names and the views that look them up alike.
+    /// Hashes and compares children by name, and names looked up by view,
+    /// so that the index holds no copy of any name.
     struct NameHash {
         using is_transparent = void;
         size_t operator()(std::wstring_view name) const
         {
             return std::hash<std::wstring_view>{}(name);
         }
+        size_t operator()(const CInterDpNode* node) const { return (*this)(node->m_name); }
     };
-    using NameIndex = std::unordered_map<std::wstring, CInterDpNode*, NameHash, std::equal_to<>>;
+    struct NameEqual {
+        using is_transparent = void;
+        static std::wstring_view Of(std::wstring_view name) { return name; }
+        static std::wstring_view Of(const CInterDpNode* node) { return node->m_name; }
+        template <class A, class B>
+        bool operator()(const A& a, const B& b) const
+        {
+            return Of(a) == Of(b);
+        }
+    };
+    using NameIndex = std::unordered_set<CInterDpNode*, NameHash, NameEqual>;
 
     /// Name lookup for nodes with many children (archive tables), built lazily.
     std::unique_ptr<NameIndex> m_pIndex;
@@ -94,6 +106,29 @@ enum class IdpStatus : int16_t {
 /// The most children a node may have in a file that is read back whole:
 /// readers take the child count as a signed 16-bit number.
 inline constexpr size_t kIdpMaxChildren = 32767;
+
+/// The one line that refuses to write a file because of a node with too many
+/// children: it names the file, the node's path and the count.
+std::string TooManyChildrenError(const std::wstring& file, const std::wstring& node,
+                                 size_t children);
+
+/// Writes the bytes of a data file record by record, in pre-order (a node,
+/// then each child's whole subtree), for a caller that produces a tree's
+/// content without building it; CInterDpData::Serialize goes through it too.
+/// Owns the bytes until Finish hands them over. The caller keeps the rules of
+/// a valid file (IdpFormat.md); child counts must match what follows.
+class CIdpWriter {
+public:
+    CIdpWriter();
+    /// One node record; children: the number of records of its children that follow.
+    void Node(std::wstring_view name, int16_t count, int32_t flags, std::wstring_view value,
+              size_t children);
+    /// The finished file: payload length and checksum filled in.
+    std::string Finish();
+
+private:
+    std::string m_out;
+};
 
 /// A hierarchical data file: a tree of named nodes carrying text values,
 /// addressed by backslash-separated paths ("负荷信息\0\回路编号"). A leading
