@@ -1,6 +1,7 @@
 #include "document/Archive.h"
 
 #include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "document/ArchiveKeys.h"
@@ -38,10 +39,35 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
 
 /// The text at key below a row node, or null when there is no such node
 /// (or no row node: every key of a missing row is missing).
-const std::wstring* Lookup(const CInterDpNode* row, std::wstring_view key)
+std::optional<std::wstring_view> Lookup(const CInterDpNode* row, std::wstring_view key)
 {
-    const CInterDpNode* node = row == nullptr ? nullptr : row->GetSubValueFromPathW(0, std::wstring(key));
-    return node == nullptr ? nullptr : &node->ValueText();
+    const CInterDpNode* node =
+        row == nullptr ? nullptr : row->GetSubValueFromPathW(0, std::wstring(key));
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    return node->ValueText();
+}
+
+/// The bytes of an empty root record.
+constexpr size_t kRootSize = 18;
+
+/// The bytes WriteTable gives for a table (none for an empty one).
+template <class Record, size_t N>
+size_t TableSize(std::wstring_view group, const CArray<Record>& rows,
+                 const std::array<std::wstring_view, N>& keys)
+{
+    if (rows.IsEmpty()) {
+        return 0;
+    }
+    size_t size = CIdpWriter::RecordSize(group, {});
+    for (int i = 0; i < rows.GetSize(); ++i) {
+        size += CIdpWriter::RecordSize(std::to_wstring(i), {});
+        for (size_t f = 0; f < N; ++f) {
+            size += CIdpWriter::RecordSize(keys[f], rows[i].FieldAt(static_cast<int>(f)));
+        }
+    }
+    return size;
 }
 
 /// The records of one table in the archive's encoding, as StoreTable puts
@@ -89,8 +115,8 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
             CLoadCalData record;
             for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
-                const std::wstring* text = Lookup(rowNode, archive::kLoadKeys[field]);
-                if (text != nullptr) {
+                const auto text = Lookup(rowNode, archive::kLoadKeys[field]);
+                if (text) {
                     record.FieldAt(f) = *text;
                 } else if (f == CLoadCalData::kCircuitNo) {
                     record.FieldAt(f) = row;
@@ -107,14 +133,14 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
         const int rows = table->ChildCount();
         for (int i = 0; i < rows; ++i) {
             const CInterDpNode* rowNode = table->GetSubValueFromPathW(0, std::to_wstring(i));
-            if (Lookup(rowNode, archive::kTransformerKeys[CTransformerCalData::kName]) == nullptr) {
+            if (Lookup(rowNode, archive::kTransformerKeys[CTransformerCalData::kName]) == std::nullopt) {
                 continue;
             }
             CTransformerCalData record;
             for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
-                const std::wstring* text = Lookup(rowNode, archive::kTransformerKeys[field]);
-                if (text != nullptr) {
+                const auto text = Lookup(rowNode, archive::kTransformerKeys[field]);
+                if (text) {
                     record.FieldAt(f) = *text;
                 } else {
                     record.FieldAt(f) = archive::kTransformerReadDefaults[field];
@@ -127,7 +153,9 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
 
 std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& transformers)
 {
-    CIdpWriter out;
+    CIdpWriter out(TableSize(archive::kLoadGroup, loads, archive::kLoadKeys) +
+                   TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys) +
+                   kRootSize);
     out.Node({}, 0, 0, {}, (loads.IsEmpty() ? 0U : 1U) + (transformers.IsEmpty() ? 0U : 1U));
     if (!loads.IsEmpty()) {
         WriteTable(out, archive::kLoadGroup, loads, archive::kLoadKeys);

@@ -13,6 +13,7 @@
 #include <random>
 
 #include "document/DocumentError.h"
+#include "document/LargeMemory.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -221,6 +222,8 @@ int ReadFileBytes(const std::filesystem::path& file, uint64_t limit, std::string
     } else if (static_cast<uint64_t>(info.st_size) > limit) {
         error = EFBIG;
     } else {
+        bytes.reserve(static_cast<size_t>(info.st_size));
+        AdviseHugePages(bytes.data(), bytes.capacity());
         bytes.resize(static_cast<size_t>(info.st_size));
         size_t done = 0;
         while (done < bytes.size()) {

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
@@ -11,9 +12,14 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <memory_resource>
+#include <new>
+#include <stdexcept>
+#include <unordered_map>
 
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
+#include "document/LargeMemory.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -112,74 +118,167 @@ std::string Quoted(const std::wstring& path)
     return out;
 }
 
+/// CRC-32 (IEEE 802.3) as zlib computes it, which is also the file's checksum.
 uint32_t Crc32(const unsigned char* data, size_t size)
 {
-    static const std::array<uint32_t, 256> table = [] {
-        std::array<uint32_t, 256> t{};
-        for (uint32_t i = 0; i < 256; ++i) {
-            uint32_t c = i;
-            for (int k = 0; k < 8; ++k) {
-                c = (c & 1U) != 0 ? 0xEDB88320U ^ (c >> 1) : c >> 1;
-            }
-            t[i] = c;
-        }
-        return t;
-    }();
-    uint32_t crc = 0xFFFFFFFFU;
-    for (size_t i = 0; i < size; ++i) {
-        crc = table[(crc ^ data[i]) & 0xFFU] ^ (crc >> 8);
-    }
-    return crc ^ 0xFFFFFFFFU;
+    return static_cast<uint32_t>(crc32_z(0L, data, size));
 }
 
 }  // namespace
 
 // ---------------------------------------------------------------------------
-// CInterDpNode
+// The arena and the nodes
 
-CInterDpNode::~CInterDpNode()
-{
-    // Children are released from a work list, never by recursion.
-    std::vector<std::unique_ptr<CInterDpNode>> pending = std::move(m_children);
-    while (!pending.empty()) {
-        std::unique_ptr<CInterDpNode> node = std::move(pending.back());
-        pending.pop_back();
-        for (auto& child : node->m_children) {
-            pending.push_back(std::move(child));
-        }
-        node->m_children.clear();
+/// Owns every node, text, child list and name index of one tree: memory is
+/// taken in growing blocks and given back only as a whole, with the tree.
+/// Nodes need no destructor (they own nothing outside the arena).
+class CIdpArena {
+public:
+    template <class T>
+    T* Allocate(size_t n)
+    {
+        m_used += n * sizeof(T);
+        return static_cast<T*>(m_memory.allocate(n * sizeof(T), alignof(T)));
     }
+
+    CInterDpNode* NewNode() { return new (Allocate<CInterDpNode>(1)) CInterDpNode(); }
+
+    /// A NUL-terminated copy of text; an empty text takes no memory.
+    const wchar_t* Text(std::wstring_view text)
+    {
+        if (text.empty()) {
+            return L"";
+        }
+        wchar_t* copy = Allocate<wchar_t>(text.size() + 1);
+        std::copy(text.begin(), text.end(), copy);
+        copy[text.size()] = L'\0';
+        return copy;
+    }
+
+    /// A name, shared with earlier equal names where the small cache knows
+    /// them (the keys of an archive's rows repeat tens of thousands of times).
+    const wchar_t* Name(std::wstring_view name)
+    {
+        if (name.size() > kCachedNameLength) {
+            return Text(name);
+        }
+        if (const auto found = m_names.find(name); found != m_names.end()) {
+            return found->second;
+        }
+        const wchar_t* copy = Text(name);
+        if (m_names.size() < kCachedNames) {
+            m_names.emplace(std::wstring_view(copy, name.size()), copy);
+        }
+        return copy;
+    }
+
+    /// Bytes handed out so far.
+    size_t Used() const { return m_used; }
+
+private:
+    static constexpr size_t kCachedNameLength = 16;
+    static constexpr size_t kCachedNames = 1024;
+
+    std::pmr::monotonic_buffer_resource m_memory{64 * 1024, &CLargeMemoryResource::Instance()};
+    std::unordered_map<std::wstring_view, const wchar_t*> m_names;
+    size_t m_used = 0;
+};
+
+/// An open-addressing table of a node's children by name (linear probing,
+/// at most three quarters full), in the arena.
+struct CInterDpNode::NameIndex {
+    CInterDpNode** slots = nullptr;
+    size_t mask = 0;
+    size_t used = 0;
+
+    static size_t Hash(std::wstring_view name) { return std::hash<std::wstring_view>{}(name); }
+
+    CInterDpNode* Find(std::wstring_view name) const
+    {
+        for (size_t i = Hash(name) & mask;; i = (i + 1) & mask) {
+            if (slots[i] == nullptr || slots[i]->Name() == name) {
+                return slots[i];
+            }
+        }
+    }
+
+    void Insert(CInterDpNode* node)
+    {
+        size_t i = Hash(node->Name()) & mask;
+        while (slots[i] != nullptr) {
+            i = (i + 1) & mask;
+        }
+        slots[i] = node;
+        ++used;
+    }
+
+    /// A table with room for at least n names.
+    static NameIndex* Make(CIdpArena& arena, size_t n)
+    {
+        size_t capacity = 32;
+        while (capacity * 3 / 4 < n) {
+            capacity *= 2;
+        }
+        auto* index = new (arena.Allocate<NameIndex>(1)) NameIndex();
+        index->slots = arena.Allocate<CInterDpNode*>(capacity);
+        std::fill_n(index->slots, capacity, nullptr);
+        index->mask = capacity - 1;
+        return index;
+    }
+};
+
+const CInterDpNode& CInterDpNode::ChildAt(size_t i) const
+{
+    if (i >= m_childCount) {
+        throw std::out_of_range("no child " + std::to_string(i) + " of " +
+                                std::to_string(m_childCount));
+    }
+    return *m_children[i];
 }
 
 CInterDpNode* CInterDpNode::Child(std::wstring_view name) const
 {
-    if (m_pIndex) {
-        const auto it = m_pIndex->find(name);
-        return it == m_pIndex->end() ? nullptr : *it;
+    if (m_pIndex != nullptr) {
+        return m_pIndex->Find(name);
     }
-    for (const auto& child : m_children) {
-        if (child->m_name == name) {
-            return child.get();
+    for (uint32_t i = 0; i < m_childCount; ++i) {
+        if (m_children[i]->Name() == name) {
+            return m_children[i];
         }
     }
     return nullptr;
 }
 
-CInterDpNode& CInterDpNode::AddChild(std::wstring name)
+void CInterDpNode::Reserve(CIdpArena& arena, size_t children)
 {
-    auto node = std::make_unique<CInterDpNode>();
-    node->m_name = std::move(name);
-    CInterDpNode& added = *node;
-    m_children.push_back(std::move(node));
-    if (m_pIndex) {
-        m_pIndex->insert(&added);
-    } else if (m_children.size() > kIndexThreshold) {
-        m_pIndex = std::make_unique<NameIndex>();
-        for (const auto& child : m_children) {
-            m_pIndex->insert(child.get());
+    if (children <= m_childCapacity) {
+        return;
+    }
+    auto** grown = arena.Allocate<CInterDpNode*>(children);
+    std::copy_n(m_children, m_childCount, grown);
+    m_children = grown;
+    m_childCapacity = static_cast<uint32_t>(children);
+    if (children > kIndexThreshold && (m_pIndex == nullptr || m_pIndex->mask * 3 / 4 < children)) {
+        m_pIndex = NameIndex::Make(arena, children);
+        for (uint32_t i = 0; i < m_childCount; ++i) {
+            m_pIndex->Insert(m_children[i]);
         }
     }
-    return added;
+}
+
+CInterDpNode& CInterDpNode::AddChild(CIdpArena& arena, std::wstring_view name)
+{
+    if (m_childCount == m_childCapacity) {
+        Reserve(arena, std::max<size_t>(4, size_t{m_childCapacity} * 2));
+    }
+    CInterDpNode* node = arena.NewNode();
+    node->m_name = arena.Name(name);
+    node->m_nameLength = static_cast<uint32_t>(name.size());
+    m_children[m_childCount++] = node;
+    if (m_pIndex != nullptr) {
+        m_pIndex->Insert(node);
+    }
+    return *node;
 }
 
 const CInterDpNode* CInterDpNode::GetSubValueFromPathW(int16_t, const std::wstring& path) const
@@ -208,7 +307,8 @@ const CInterDpNode* CInterDpNode::GetSubValueFromPathW(int16_t, const std::wstri
 class CIdpCodec {
 public:
     static std::string Encode(const CInterDpNode& root);
-    static IdpStatus Decode(const std::string& bytes, CInterDpNode& root, std::string& error);
+    static IdpStatus Decode(const std::string& bytes, CIdpArena& arena, CInterDpNode& root,
+                            std::string& error);
 
 private:
     /// A node record as read, before it is attached to its parent.
@@ -363,10 +463,17 @@ void PutText(std::string& out, std::wstring_view text)
 
 }  // namespace
 
-CIdpWriter::CIdpWriter() : m_out(kMagic.begin(), kMagic.end())
+CIdpWriter::CIdpWriter(size_t expectedSize) : m_out(kMagic.begin(), kMagic.end())
 {
+    m_out.reserve(expectedSize + kHeaderSize + kChecksumSize);
+    AdviseHugePages(m_out.data(), m_out.capacity());
     PutU32(m_out, kVersion);
     PutU32(m_out, 0);  // payload length, patched by Finish
+}
+
+size_t CIdpWriter::RecordSize(std::wstring_view name, std::wstring_view value)
+{
+    return kMinNodeSize + 2 * (Utf16Length(name) + Utf16Length(value));
 }
 
 void CIdpWriter::Node(std::wstring_view name, int16_t count, int32_t flags, std::wstring_view value,
@@ -404,10 +511,10 @@ std::string CIdpCodec::Encode(const CInterDpNode& root)
     while (!pending.empty()) {
         const CInterDpNode* node = pending.back();
         pending.pop_back();
-        out.Node(node->m_name, node->m_nValueCount, node->m_nFlags, node->m_value,
-                 node->m_children.size());
-        for (auto it = node->m_children.rbegin(); it != node->m_children.rend(); ++it) {
-            pending.push_back(it->get());
+        out.Node(node->Name(), node->m_nValueCount, node->m_nFlags, node->ValueText(),
+                 node->m_childCount);
+        for (uint32_t i = node->m_childCount; i-- > 0;) {
+            pending.push_back(node->m_children[i]);
         }
     }
     return out.Finish();
@@ -433,7 +540,8 @@ bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
     return true;
 }
 
-IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::string& error)
+IdpStatus CIdpCodec::Decode(const std::string& bytes, CIdpArena& arena, CInterDpNode& root,
+                            std::string& error)
 {
     error.clear();
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
@@ -477,7 +585,16 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
     };
     std::vector<Frame> stack;
     uint64_t pendingNodes = rec.childCount;
+    // The tree may take three times the file's size and 64 MB: a file of our own
+    // writing takes less than that, while a file of nothing but the smallest
+    // nodes would take more (each node is more than three times its record).
+    const size_t memoryBudget = 3 * bytes.size() + (size_t{64} << 20);
+    // Child lists are sized once from the counts, as far as the bytes left could hold them.
+    const auto reserve = [&](CInterDpNode& node, uint32_t children) {
+        node.Reserve(arena, std::min<size_t>(children, (in.End() - in.Pos()) / kMinNodeSize));
+    };
     if (rec.childCount > 0) {
+        reserve(root, rec.childCount);
         stack.push_back({&root, rec.childCount});
     }
     const auto fail = [&](IdpStatus status, size_t at, const std::string& what) {
@@ -518,11 +635,18 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
             return fail(IdpStatus::Malformed, at,
                         "nodes nested deeper than " + std::to_string(kIdpMaxDepth) + " levels");
         }
-        CInterDpNode& node = parent->AddChild(std::move(rec.name));
+        if (arena.Used() > memoryBudget) {
+            return fail(IdpStatus::Malformed, at,
+                        "its nodes would take more than " + std::to_string(memoryBudget >> 20) +
+                            " MB of memory (three times the file's size and 64 MB)");
+        }
+        CInterDpNode& node = parent->AddChild(arena, rec.name);
         node.m_nValueCount = rec.valueCount;
         node.m_nFlags = rec.flags;
-        node.m_value = std::move(rec.value);
+        node.m_value = arena.Text(rec.value);
+        node.m_valueLength = static_cast<uint32_t>(rec.value.size());
         if (rec.childCount > 0) {
+            reserve(node, rec.childCount);
             pendingNodes += rec.childCount;
             stack.push_back({&node, rec.childCount});
         }
@@ -557,13 +681,17 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
 // ---------------------------------------------------------------------------
 // CInterDpData
 
-CInterDpData::CInterDpData() : m_root(std::make_unique<CInterDpNode>()) {}
+CInterDpData::CInterDpData()
+{
+    ClearDataFromMemory();
+}
 
 CInterDpData::~CInterDpData() = default;
 
 int16_t CInterDpData::ClearDataFromMemory()
 {
-    m_root = std::make_unique<CInterDpNode>();
+    m_arena = std::make_unique<CIdpArena>();
+    m_root = m_arena->NewNode();
     return Code(IdpStatus::Ok);
 }
 
@@ -590,12 +718,14 @@ int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, std:
     if (!cursor.Valid()) {
         return Code(IdpStatus::BadPath);
     }
-    CInterDpNode* node = m_root.get();
+    CInterDpNode* node = m_root;
     for (const std::wstring_view name : names) {
         CInterDpNode* child = node->Child(name);
-        node = child != nullptr ? child : &node->AddChild(std::wstring(name));
+        node = child != nullptr ? child : &node->AddChild(*m_arena, name);
     }
-    node->m_value = AsStored(std::wstring(value));
+    const std::wstring stored = AsStored(std::wstring(value));
+    node->m_value = m_arena->Text(stored);
+    node->m_valueLength = static_cast<uint32_t>(stored.size());
     node->m_nValueCount = count;
     node->m_nFlags = flags;
     return Code(IdpStatus::Ok);
@@ -614,9 +744,11 @@ std::string CInterDpData::Serialize() const
 
 IdpStatus CInterDpData::Deserialize(const std::string& bytes)
 {
-    auto root = std::make_unique<CInterDpNode>();
-    const IdpStatus status = CIdpCodec::Decode(bytes, *root, m_lastError);
-    m_root = std::move(root);
+    auto arena = std::make_unique<CIdpArena>();
+    CInterDpNode* root = arena->NewNode();
+    const IdpStatus status = CIdpCodec::Decode(bytes, *arena, *root, m_lastError);
+    m_arena = std::move(arena);
+    m_root = root;
     return status;
 }
 
@@ -648,9 +780,12 @@ std::wstring CrowdedNode(const CInterDpNode& root)
         for (size_t i = frame.node->ChildrenSize(); i-- > 0;) {
             const CInterDpNode& child = frame.node->ChildAt(i);
             if (child.ChildrenSize() > 0) {
-                pending.push_back({&child, frame.path.empty()
-                                               ? child.Name()
-                                               : frame.path + kSeparator + child.Name()});
+                std::wstring path = frame.path;
+            if (!path.empty()) {
+                path += kSeparator;
+            }
+            path += child.Name();
+            pending.push_back({&child, std::move(path)});
             }
         }
     }

@@ -1,11 +1,9 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 namespace loadcal {
@@ -15,8 +13,11 @@ namespace loadcal {
 /// Malformed. Every traversal of a tree is therefore bounded.
 inline constexpr int kIdpMaxDepth = 256;
 
+class CIdpArena;
+
 /// One node of a CInterDpData tree: a name, an optional text value and child
-/// nodes in insertion order. The node owns its children.
+/// nodes in insertion order. Nodes, their texts and child lists live in the
+/// tree's arena (CIdpArena), which the tree owns and releases as a whole.
 ///
 /// Names are non-empty, contain no backslash and are compared exactly (case
 /// matters). Paths separate components by a single backslash; an empty path
@@ -25,27 +26,26 @@ inline constexpr int kIdpMaxDepth = 256;
 class CInterDpNode {
 public:
     CInterDpNode() = default;
-    ~CInterDpNode();
     CInterDpNode(const CInterDpNode&) = delete;
     CInterDpNode& operator=(const CInterDpNode&) = delete;
 
-    const std::wstring& Name() const { return m_name; }
+    std::wstring_view Name() const { return {m_name, m_nameLength}; }
     /// The count given with the value when it was set (UTF-16 units + 1 for a
     /// text); below 1 when the node carries no value.
     int16_t ValueCount() const { return m_nValueCount; }
     /// The value as a NUL-terminated wide text ("" when there is none); a
     /// value holding a NUL reads only up to it here: ValueText() has it whole.
-    const wchar_t* Value() const { return m_value.c_str(); }
+    const wchar_t* Value() const { return m_value; }
     /// The whole value, NUL characters included.
-    const std::wstring& ValueText() const { return m_value; }
+    std::wstring_view ValueText() const { return {m_value, m_valueLength}; }
     /// The 32-bit integer given as the last argument when the value was set.
     int32_t Flags() const { return m_nFlags; }
     /// The number of children as the signed 16-bit count readers see (more
     /// than 32767 children read as a negative count).
-    int16_t ChildCount() const { return static_cast<int16_t>(m_children.size()); }
-    size_t ChildrenSize() const { return m_children.size(); }
+    int16_t ChildCount() const { return static_cast<int16_t>(m_childCount); }
+    size_t ChildrenSize() const { return m_childCount; }
     /// Child i in insertion order; throws std::out_of_range outside 0 <= i < ChildrenSize().
-    const CInterDpNode& ChildAt(size_t i) const { return *m_children.at(i); }
+    const CInterDpNode& ChildAt(size_t i) const;
 
     /// The node at a backslash-separated path below this one, or null. A
     /// leading backslash is accepted and ignored: a node is the root of its
@@ -55,38 +55,22 @@ public:
 private:
     friend class CInterDpData;
     friend class CIdpCodec;
+    struct NameIndex;
     CInterDpNode* Child(std::wstring_view name) const;
-    CInterDpNode& AddChild(std::wstring name);
+    CInterDpNode& AddChild(CIdpArena& arena, std::wstring_view name);
+    void Reserve(CIdpArena& arena, size_t children);
 
-    std::wstring m_name;
-    std::wstring m_value;
-    int16_t m_nValueCount = 0;
+    const wchar_t* m_name = L"";
+    const wchar_t* m_value = L"";
+    uint32_t m_nameLength = 0;
+    uint32_t m_valueLength = 0;
     int32_t m_nFlags = 0;
-    std::vector<std::unique_ptr<CInterDpNode>> m_children;
-    /// Hashes and compares children by name, and names looked up by view,
-    /// so that the index holds no copy of any name.
-    struct NameHash {
-        using is_transparent = void;
-        size_t operator()(std::wstring_view name) const
-        {
-            return std::hash<std::wstring_view>{}(name);
-        }
-        size_t operator()(const CInterDpNode* node) const { return (*this)(node->m_name); }
-    };
-    struct NameEqual {
-        using is_transparent = void;
-        static std::wstring_view Of(std::wstring_view name) { return name; }
-        static std::wstring_view Of(const CInterDpNode* node) { return node->m_name; }
-        template <class A, class B>
-        bool operator()(const A& a, const B& b) const
-        {
-            return Of(a) == Of(b);
-        }
-    };
-    using NameIndex = std::unordered_set<CInterDpNode*, NameHash, NameEqual>;
-
+    int16_t m_nValueCount = 0;
+    uint32_t m_childCount = 0;
+    uint32_t m_childCapacity = 0;
+    CInterDpNode** m_children = nullptr;
     /// Name lookup for nodes with many children (archive tables), built lazily.
-    std::unique_ptr<NameIndex> m_pIndex;
+    NameIndex* m_pIndex = nullptr;
 };
 
 /// Result of a store operation: 0 for success, a positive code otherwise.
@@ -119,7 +103,10 @@ std::string TooManyChildrenError(const std::wstring& file, const std::wstring& n
 /// a valid file (IdpFormat.md); child counts must match what follows.
 class CIdpWriter {
 public:
-    CIdpWriter();
+    /// expectedSize: the payload's size when the caller knows it (saves regrowing).
+    explicit CIdpWriter(size_t expectedSize = 0);
+    /// The bytes of one node record with these texts.
+    static size_t RecordSize(std::wstring_view name, std::wstring_view value);
     /// One node record; children: the number of records of its children that follow.
     void Node(std::wstring_view name, int16_t count, int32_t flags, std::wstring_view value,
               size_t children);
@@ -196,7 +183,8 @@ public:
     const CInterDpNode& Root() const { return *m_root; }
 
 private:
-    std::unique_ptr<CInterDpNode> m_root;
+    std::unique_ptr<CIdpArena> m_arena;
+    CInterDpNode* m_root = nullptr;
     mutable std::string m_lastError;
 };
 

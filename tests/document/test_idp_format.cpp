@@ -27,8 +27,8 @@ void Flatten(const CInterDpNode& node, const std::wstring& path, Flat& out)
 {
     for (size_t i = 0; i < node.ChildrenSize(); ++i) {
         const CInterDpNode& child = node.ChildAt(i);
-        const std::wstring p = path + L"\\" + child.Name();
-        out[p] = {child.ValueText(), child.ValueCount(), child.Flags()};
+        const std::wstring p = path + L"\\" + std::wstring(child.Name());
+        out[p] = {std::wstring(child.ValueText()), child.ValueCount(), child.Flags()};
         Flatten(child, p, out);
     }
 }
