@@ -32,7 +32,7 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
         for (size_t f = 0; f < N; ++f) {
             const std::wstring& text = row.FieldAt(static_cast<int>(f));
             store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text),
-                              std::wstring_view(text), 0);
+                               std::wstring_view(text), 0);
         }
     }
 }
@@ -133,7 +133,8 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
         const int rows = table->ChildCount();
         for (int i = 0; i < rows; ++i) {
             const CInterDpNode* rowNode = table->GetSubValueFromPathW(0, std::to_wstring(i));
-            if (Lookup(rowNode, archive::kTransformerKeys[CTransformerCalData::kName]) == std::nullopt) {
+            if (Lookup(rowNode, archive::kTransformerKeys[CTransformerCalData::kName]) ==
+                std::nullopt) {
                 continue;
             }
             CTransformerCalData record;

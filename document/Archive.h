@@ -11,8 +11,8 @@ namespace loadcal {
 /// tree is emptied, then every field of every load circuit is set at
 /// 负荷信息\<i>\<key> and every field of every transformer at
 /// 变压器信息\<i>\<key> (keys in ArchiveKeys.h), each as its whole text (NUL
-/// characters included) with the count Utf16Length(text) + 1 and flags 0. An empty array leaves no node for
-/// its table. Statuses of the store are not examined.
+/// characters included) with the count Utf16Length(text) + 1 and flags 0. An empty array leaves no
+/// node for its table. Statuses of the store are not examined.
 void StoreRecords(CInterDpData& store, const CLoadArray& loads,
                   const CTransformerArray& transformers);
 

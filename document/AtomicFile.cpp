@@ -404,8 +404,7 @@ bool CAtomicFile::Place(bool replace)
                     ::unlinkat(m_dirFd, commit.c_str(), 0);
                 }
                 error = link(commit);
-                if (error == 0 &&
-                    ::renameat(m_dirFd, commit.c_str(), m_dirFd, name.c_str()) != 0) {
+                if (error == 0 && ::renameat(m_dirFd, commit.c_str(), m_dirFd, name.c_str()) != 0) {
                     error = errno;
                     ::unlinkat(m_dirFd, commit.c_str(), 0);
                 }

@@ -756,8 +756,8 @@ std::string TooManyChildrenError(const std::wstring& file, const std::wstring& n
                                  size_t children)
 {
     return "cannot write " + Quoted(file) + ": \"" + ToUtf8(node) + "\" holds " +
-           std::to_string(children) + " entries, more than the " +
-           std::to_string(kIdpMaxChildren) + " a file can hold; nothing was written";
+           std::to_string(children) + " entries, more than the " + std::to_string(kIdpMaxChildren) +
+           " a file can hold; nothing was written";
 }
 
 namespace {
@@ -781,11 +781,11 @@ std::wstring CrowdedNode(const CInterDpNode& root)
             const CInterDpNode& child = frame.node->ChildAt(i);
             if (child.ChildrenSize() > 0) {
                 std::wstring path = frame.path;
-            if (!path.empty()) {
-                path += kSeparator;
-            }
-            path += child.Name();
-            pending.push_back({&child, std::move(path)});
+                if (!path.empty()) {
+                    path += kSeparator;
+                }
+                path += child.Name();
+                pending.push_back({&child, std::move(path)});
             }
         }
     }

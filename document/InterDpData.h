@@ -76,14 +76,14 @@ private:
 /// Result of a store operation: 0 for success, a positive code otherwise.
 enum class IdpStatus : int16_t {
     Ok = 0,
-    FileNotFound = 1,  ///< the file does not exist
-    IoError = 2,       ///< the file could not be opened, read or written
-    BadMagic = 3,      ///< not a loadcal data file
-    BadVersion = 4,    ///< a newer or unknown format version
-    Truncated = 5,     ///< the file ends before its content does (the tree read so far is kept)
-    BadChecksum = 6,   ///< content damaged (the tree read so far is kept)
-    Malformed = 7,     ///< an impossible count, length or name (the tree read so far is kept)
-    BadPath = 8,       ///< an empty path or path component, or a path deeper than kIdpMaxDepth
+    FileNotFound = 1,     ///< the file does not exist
+    IoError = 2,          ///< the file could not be opened, read or written
+    BadMagic = 3,         ///< not a loadcal data file
+    BadVersion = 4,       ///< a newer or unknown format version
+    Truncated = 5,        ///< the file ends before its content does (the tree read so far is kept)
+    BadChecksum = 6,      ///< content damaged (the tree read so far is kept)
+    Malformed = 7,        ///< an impossible count, length or name (the tree read so far is kept)
+    BadPath = 8,          ///< an empty path or path component, or a path deeper than kIdpMaxDepth
     TooManyChildren = 9,  ///< a node has more children than a reader can count (nothing written)
 };
 

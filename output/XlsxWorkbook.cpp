@@ -135,8 +135,8 @@ bool ReadAll(int fd, std::string& bytes)
     bytes.resize(static_cast<size_t>(info.st_size));
     size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t n = ::pread(fd, bytes.data() + done, bytes.size() - done,
-                                  static_cast<off_t>(done));
+        const ssize_t n =
+            ::pread(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
         if (n < 0 && errno == EINTR) {
             continue;
         }
@@ -403,8 +403,9 @@ void CXlsxWorkbook::Release()
         // cause; the system's reason says it.
         const std::string cause =
             closeErrno != 0 ? std::string(std::strerror(closeErrno)) : lxw_strerror(error);
-        throw OutputError(OutputError::Kind::Write, "cannot write " + Quoted(m_target) + ": " + cause,
-                          error, lxw_strerror(error));
+        throw OutputError(OutputError::Kind::Write,
+                          "cannot write " + Quoted(m_target) + ": " + cause, error,
+                          lxw_strerror(error));
     }
     std::string bytes;
     if (!ReadAll(m_memoryFd, bytes)) {

@@ -9,8 +9,8 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -100,10 +100,10 @@ TEST_F(CliFiles, TextsWithNulCharactersSurviveEveryWritingCommand)
         "transformers": [{"name": "T\u0000", "actualCompCapacity": "\u0000"}]})");
     const std::wstring name(L"a\0b", 3);
     const std::wstring owner(L"T\0", 2);
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"convert", "in.json", "out.LDC"},
-             {"calc", "in.json", "-o", "out.LDC"},
-             {"balance", "in.json", "-o", "out.LDC"}}) {
+    for (const auto& args :
+         std::vector<std::vector<std::string>>{{"convert", "in.json", "out.LDC"},
+                                               {"calc", "in.json", "-o", "out.LDC"},
+                                               {"balance", "in.json", "-o", "out.LDC"}}) {
         fs::remove(Path("out.LDC"));
         auto r = Run(args);
         ASSERT_EQ(r.status, 0) << args[0] << ": " << r.err;
@@ -136,11 +136,11 @@ TEST_F(CliFiles, DocumentsAnArchiveCannotHoldAreRefusedAndNothingIsWritten)
     Write("loads.json", manyLoads + "]}");
     Write("transformers.json", manyTransformers + "]}");
     Write("kept.LDC", "old");
-    for (const auto& args : std::vector<std::vector<std::string>>{
-             {"convert", "loads.json", "new.LDC"},
-             {"calc", "loads.json", "-o", "new.LDC"},
-             {"balance", "loads.json", "-o", "kept.LDC"},
-             {"convert", "transformers.json", "kept.LDC"}}) {
+    for (const auto& args :
+         std::vector<std::vector<std::string>>{{"convert", "loads.json", "new.LDC"},
+                                               {"calc", "loads.json", "-o", "new.LDC"},
+                                               {"balance", "loads.json", "-o", "kept.LDC"},
+                                               {"convert", "transformers.json", "kept.LDC"}}) {
         const auto r = Run(args);
         ExpectOneLine(r, args.back(), "holds 32768 entries, more than the 32767");
     }
@@ -209,8 +209,8 @@ TEST_F(CliFiles, AFolderWithoutWritePermissionAndAFolderGivenAsAFile)
         auto args = asNobody;
         args.push_back("--help");
         if (!fs::exists("/usr/bin/setpriv") ||
-            testsupport::RunProcess("/usr/bin/setpriv", args, {}, folder.Path().string())
-                    .status != 0) {
+            testsupport::RunProcess("/usr/bin/setpriv", args, {}, folder.Path().string()).status !=
+                0) {
             GTEST_SKIP() << "cannot run the program as nobody (setpriv missing, or the build "
                             "folder is not readable by nobody)";
         }

@@ -61,8 +61,10 @@ TEST(Archive, RandomDocumentRoundTripsTextForText)
     // The file writer that skips the tree writes the same bytes, for either table empty too,
     // and for texts the tree stores in their UTF-16 form.
     loads[3].m_strEquipName = std::wstring(L"\0\xD800\x110000", 3);
-    EXPECT_EQ(EncodeArchive(loads, transformers), (StoreRecords(store, loads, transformers), store.Serialize()));
-    EXPECT_EQ(EncodeArchive({}, transformers), (StoreRecords(store, {}, transformers), store.Serialize()));
+    EXPECT_EQ(EncodeArchive(loads, transformers),
+              (StoreRecords(store, loads, transformers), store.Serialize()));
+    EXPECT_EQ(EncodeArchive({}, transformers),
+              (StoreRecords(store, {}, transformers), store.Serialize()));
     EXPECT_EQ(EncodeArchive(loads, {}), (StoreRecords(store, loads, {}), store.Serialize()));
     EXPECT_EQ(EncodeArchive({}, {}), (StoreRecords(store, {}, {}), store.Serialize()));
 }

@@ -45,8 +45,8 @@ mode_t ModeOf(const fs::path& p)
 
 /// Runs a writer in a child that stops with its temporary file open and
 /// half written, kills it with sig, and returns the folder's entries after.
-std::vector<std::string> KillWhileWriting(const TempFolder& folder, const fs::path& target,
-                                          int sig, bool named)
+std::vector<std::string> KillWhileWriting(const TempFolder& folder, const fs::path& target, int sig,
+                                          bool named)
 {
     int ready[2];
     if (::pipe(ready) != 0) {

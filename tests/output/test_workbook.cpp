@@ -283,12 +283,12 @@ TEST(WorkbookFile, AFailedWriteGivesTheSystemsReasonAndALinkedFileKeepsItsIdenti
     const Document d = MakeDocument(3, 1);
     const auto real = folder / "real.xlsx";
     std::ofstream(real) << "previous";
-    std::filesystem::permissions(real, std::filesystem::perms::owner_read |
-                                           std::filesystem::perms::owner_write);
+    std::filesystem::permissions(
+        real, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
     std::filesystem::create_symlink("real.xlsx", folder / "link.xlsx");
     SetAtomicFileFaults({1, ENOSPC, false});
-    const auto error =
-        ErrorOf([&] { WriteWorkbook(folder / "link.xlsx", d.loads, d.transformers, DistinctTotals()); });
+    const auto error = ErrorOf(
+        [&] { WriteWorkbook(folder / "link.xlsx", d.loads, d.transformers, DistinctTotals()); });
     SetAtomicFileFaults({});
     ASSERT_TRUE(error);
     EXPECT_EQ(std::string(error->what()),
