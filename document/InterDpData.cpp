@@ -585,10 +585,12 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CIdpArena& arena, CInterDp
     };
     std::vector<Frame> stack;
     uint64_t pendingNodes = rec.childCount;
-    // The tree may take three times the file's size and 64 MB: a file of our own
-    // writing takes less than that, while a file of nothing but the smallest
-    // nodes would take more (each node is more than three times its record).
-    const size_t memoryBudget = 3 * bytes.size() + (size_t{64} << 20);
+    // The tree may take 2.75 times the file's size and 32 MB: with the file's
+    // bytes and the program itself that keeps a reading under four times the
+    // size and 64 MB. A file of our own writing stays below it, while a file
+    // of nothing but the smallest records would not (each of their nodes
+    // takes more than three times its record).
+    const size_t memoryBudget = bytes.size() * 11 / 4 + (size_t{32} << 20);
     // Child lists are sized once from the counts, as far as the bytes left could hold them.
     const auto reserve = [&](CInterDpNode& node, uint32_t children) {
         node.Reserve(arena, std::min<size_t>(children, (in.End() - in.Pos()) / kMinNodeSize));
@@ -638,7 +640,7 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CIdpArena& arena, CInterDp
         if (arena.Used() > memoryBudget) {
             return fail(IdpStatus::Malformed, at,
                         "its nodes would take more than " + std::to_string(memoryBudget >> 20) +
-                            " MB of memory (three times the file's size and 64 MB)");
+                            " MB of memory (2.75 times the file's size and 32 MB)");
         }
         CInterDpNode& node = parent->AddChild(arena, rec.name);
         node.m_nValueCount = rec.valueCount;
