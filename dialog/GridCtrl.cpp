@@ -350,6 +350,7 @@ bool CGridCtrl::SetItem(int row, int col, const std::wstring& text, unsigned sta
     cell->text = AcceptedText(*cell, text);
     cell->state = state;
     cell->format = format;
+    CheckCell(*cell, row, col);
     CellsChanged({row, col, row, col});
     return true;
 }
@@ -361,8 +362,31 @@ bool CGridCtrl::SetItemText(int row, int col, const std::wstring& text)
         return false;
     }
     cell->text = AcceptedText(*cell, text);
+    CheckCell(*cell, row, col);
     CellsChanged({row, col, row, col});
     return true;
+}
+
+void CGridCtrl::SetColumnCheck(int col, CCellCheck check, COLORREF markColour)
+{
+    if (col < 0) {
+        return;
+    }
+    if (static_cast<size_t>(col) >= m_checks.size()) {
+        m_checks.resize(static_cast<size_t>(col) + 1);
+    }
+    m_checks[static_cast<size_t>(col)] = {std::move(check), markColour};
+}
+
+void CGridCtrl::CheckCell(CGridCell& cell, int row, int col) const
+{
+    if (static_cast<size_t>(col) >= m_checks.size() || !m_checks[static_cast<size_t>(col)].check ||
+        row < m_nFixedRows) {
+        return;
+    }
+    const ColumnCheck& check = m_checks[static_cast<size_t>(col)];
+    cell.tip = check.check(cell.text);
+    cell.markColour = cell.tip.empty() ? CLR_DEFAULT : check.markColour;
 }
 
 std::wstring CGridCtrl::GetItemText(int row, int col) const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <set>
 #include <string>
 #include <vector>
@@ -97,7 +98,15 @@ struct CGridCell {
     std::vector<std::wstring> options;  ///< choices of a combo cell
     unsigned comboStyle = 0;            ///< CBS_DROPDOWN or CBS_DROPDOWNLIST
     const CBtnDataBase* btnData = nullptr;
+    /// Set by the column's check (SetColumnCheck) when it finds the text
+    /// wrong: why, for a tool tip, and the background that shows it.
+    std::wstring tip;
+    COLORREF markColour = CLR_DEFAULT;
 };
+
+/// A check of the texts of one column: the tool tip for a text it finds
+/// wrong, or empty.
+using CCellCheck = std::function<std::wstring(const std::wstring&)>;
 
 /// Change notifications of a grid, in the order a table view needs them: the
 /// "about to" call comes before the grid changes, the other after. Every
@@ -187,6 +196,9 @@ public:
     /// any other text by the first option (or empty when there is none).
     bool SetCellCombo(int row, int col, std::vector<std::wstring> options, unsigned style,
                       const CBtnDataBase* btnData);
+    /// Every text later written into a non-fixed cell of this column goes
+    /// through check; a cell it finds wrong gets its tip and markColour.
+    void SetColumnCheck(int col, CCellCheck check, COLORREF markColour);
     bool IsCellFixed(int row, int col) const;
     /// Editable: inside the grid, not fixed, not read-only, and the grid editable.
     bool IsCellEditable(int row, int col) const;
@@ -245,6 +257,7 @@ public:
 
 private:
     CGridCell* Cell(int row, int col);
+    void CheckCell(CGridCell& cell, int row, int col) const;
     void CellsChanged(const CCellRange& range);
     void FlushCells();
     void AboutToReset();
@@ -266,6 +279,11 @@ private:
     std::set<CCellID> m_selected;
     CCellID m_focus;
     std::vector<IGridListener*> m_listeners;
+    struct ColumnCheck {
+        CCellCheck check;
+        COLORREF markColour = CLR_DEFAULT;
+    };
+    std::vector<ColumnCheck> m_checks;  ///< by column
     int m_nBatchDepth = 0;
     CCellRange m_pending;
 };

@@ -12,6 +12,7 @@
 #include "document/Archive.h"
 #include "document/AtomicFile.h"
 #include "document/InterDpData.h"
+#include "model/Text.h"
 
 namespace loadcal {
 
@@ -110,6 +111,9 @@ CGridLayout CLoadCalDiaog::OnSize(const CRect& windowInClient, const CRect& load
 void CLoadCalDiaog::OnInitMenuPopup(CMenuModel& popup, bool bSystemMenu)
 {
     popup.EnableAllItems();
+    // Undo and redo are greyed when there is nothing to take back or do again.
+    popup.EnableItemWithId(res::ID_EDIT_UNDO, CanUndo());
+    popup.EnableItemWithId(res::ID_EDIT_REDO, CanRedo());
     if (!bSystemMenu && &popup == m_menuBar.GetSubMenu(0)) {
         m_recentFiles.UpdateMenu(popup, 5);
     }
@@ -132,7 +136,12 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_OUTPUT_DRAWING:
         case res::ID_OUTPUT_EXCEL:
         case res::ID_ADJUST_PHASES:
+        case res::ID_CALCULATION_BOOK:
             return true;
+        case res::ID_EDIT_UNDO:
+            return CanUndo();
+        case res::ID_EDIT_REDO:
+            return CanRedo();
         default:
             return false;
     }
@@ -170,11 +179,20 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
         case res::ID_OUTPUT_EXCEL:
             OnOutputExcel();
             return true;
+        case res::ID_CALCULATION_BOOK:
+            OnCalculationBook();
+            return true;
         case res::ID_ABOUT:
             OnAbout();
             return true;
         case res::ID_ADJUST_PHASES:
             OnAdjustPhases();
+            return true;
+        case res::ID_EDIT_UNDO:
+            OnEditUndo();
+            return true;
+        case res::ID_EDIT_REDO:
+            OnEditRedo();
             return true;
         case static_cast<unsigned>(IDCANCEL):
             OnCancel();
@@ -291,6 +309,7 @@ int CLoadCalDiaog::SaveDocument()
     // A failed write is not reported: the save counts as done.
     m_pIdpData->WriteDataToIdpFile(m_strFilePath);
     m_bModified = 0;
+    m_history.MarkSaved();
     return 1;
 }
 
@@ -423,6 +442,31 @@ void CLoadCalDiaog::OnOutputExcel()
     EndDialog(IDOK);
 }
 
+void CLoadCalDiaog::OnCalculationBook()
+{
+    if (!m_pBookWriter) {
+        return;
+    }
+    CFileDialogOptions options;
+    options.filter = texts::kBookFilter;
+    options.defaultExtension = texts::kBookExtension;
+    const std::wstring stem = m_strFilePath.empty() ? std::wstring(texts::kUntitled)
+                                                    : FromFsPath(ToFsPath(m_strFilePath).stem());
+    options.initialName = stem + L"." + std::wstring(texts::kBookExtension);
+    const std::optional<std::wstring> path = Ui().SaveFileDialog(options);
+    if (!path) {
+        return;
+    }
+    try {
+        if (!m_pBookWriter->WriteBook(m_arrLoad, m_arrTransformer, m_strFilePath, *path)) {
+            MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
+                       MB_OK);
+        }
+    } catch (const std::exception& e) {
+        MessageBox(FromUtf8(e.what()), texts::kApplicationName, MB_OK);
+    }
+}
+
 void CLoadCalDiaog::OnCancel()
 {
     if (PromptSaveDocument() == IDCANCEL) {
@@ -435,6 +479,7 @@ void CLoadCalDiaog::OnCancel()
 
 void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
 {
+    Loads().Modify(record, [&phase](CLoadCalData& c) { c.m_strPhase = phase; });
     m_gridLoad.SetItemText(record + 1, 4, phase);
     m_gridLoad.RedrawCell(record + 1, 4);
 }
@@ -451,7 +496,11 @@ void CLoadCalDiaog::OnAdjustPhases()
     }
     // A transformer with fewer than four single-phase circuits ends the
     // command early: no report, no recalculation (the command's own rule).
-    RunPhaseBalancing(m_arrLoad, m_arrPhase, *m_pExtremum, m_nGenerations, *this);
+    // The search works on a copy; each phase it sets comes back through
+    // SetPhaseCell, which records it. The whole run is one undo step.
+    CCommandScope command(*this);
+    CLoadArray working = m_arrLoad;
+    RunPhaseBalancing(working, m_arrPhase, *m_pExtremum, m_nGenerations, *this);
 }
 
 }  // namespace loadcal

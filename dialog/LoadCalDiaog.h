@@ -8,12 +8,15 @@
 
 #include "balancing/Extremum.h"
 #include "balancing/PhaseBalanceHost.h"
+#include "dialog/CalculationBookWriter.h"
 #include "dialog/ChoiceWindow.h"
+#include "dialog/EditHistory.h"
 #include "dialog/Geometry.h"
 #include "dialog/GridCtrl.h"
 #include "dialog/LoadCalUi.h"
 #include "dialog/MenuModel.h"
 #include "document/RecentFiles.h"
+#include "model/Calculation.h"
 #include "model/Columns.h"
 #include "model/Records.h"
 
@@ -49,11 +52,20 @@ enum class KeyDisposition {
 /// Row r of a grid shows array element r - 1. The load grid has n + 4 rows
 /// (titles, n circuits, entry row, grey separator, total row); the
 /// transformer grid m + 2 (titles, m transformers, entry row).
+///
+/// Every change of the records is made inside one command (the edit rules,
+/// the choice list, row paste and delete, phase balancing, a spreadsheet
+/// paste), which writes the records it touched into the undo history as one
+/// step. Undo and redo end a pending Cut (its rows stay where they are and
+/// its clipboard is emptied), since the rows it marked may have moved.
 class CLoadCalDiaog : public IPhaseBalanceHost {
 public:
     /// Cell formats of the grids.
     static constexpr unsigned kTitleFormat = DT_CENTER | DT_WORDBREAK;
     static constexpr unsigned kDataFormat = DT_CENTER | DT_VCENTER | DT_SINGLELINE;
+    /// Background and tool tip of a number cell whose text is not wholly a
+    /// number (see NumberCellTip).
+    static constexpr COLORREF kNotANumberColour = RGB(255, 190, 190);
     /// Background of computed and total cells, and of the separator row.
     static constexpr COLORREF kComputedColour = RGB(255, 255, 128);
     static constexpr COLORREF kSeparatorColour = RGB(180, 180, 180);
@@ -71,6 +83,8 @@ public:
 
     /// The window that shows the dialog (borrowed).
     void SetUi(ILoadCalUi* ui) { m_pUi = ui; }
+    /// Who writes the calculation book (borrowed; none: the command does nothing).
+    void SetBookWriter(ICalculationBookWriter* writer) { m_pBookWriter = writer; }
 
     // Window life and layout.
     /// WM_CREATE: the created size becomes the minimum tracking size.
@@ -104,6 +118,11 @@ public:
     void OnFileExit();
     void OnOutputDrawing();
     void OnOutputExcel();
+    /// 生成计算书: asks for the PDF file in a save dialog proposing the
+    /// archive's name with ".pdf", has the book of the records as they stand
+    /// written and shown; a failure is reported in a box. Unlike the two
+    /// output commands the dialog stays open and the document unchanged.
+    void OnCalculationBook();
     /// Cancel button, close box, and Escape once it got past its own question.
     void OnCancel();
     void OnAbout();
@@ -116,11 +135,45 @@ public:
     void OnCopyRows(GridId grid);
     void OnPasteRows(GridId grid);
     void OnDeleteRows(GridId grid);
+    /// Edit menu and Ctrl+Z / Ctrl+Y: takes back or does again the last step.
+    /// Nothing happens when there is none.
+    void OnEditUndo();
+    void OnEditRedo();
+    bool CanUndo() const { return m_history.CanUndo(); }
+    bool CanRedo() const { return m_history.CanRedo(); }
+    const CEditHistory& GetHistory() const { return m_history; }
+
+    // Keys on selected rows and the system clipboard.
+    /// Ctrl+X and Ctrl+C: the rows go to the grid's row clipboard (as 剪切 and
+    /// 复制 do) and, as tab-separated text, to the system clipboard.
+    void OnCutKey(GridId grid) { OnCutRows(grid); }
+    void OnCopyKey(GridId grid) { OnCopyRows(grid); }
+    /// Ctrl+V with the system clipboard's text: on the entry row, a text that
+    /// is not the one the last Cut or Copy of this grid put there is pasted
+    /// as a spreadsheet's rows (PasteText); otherwise it is 粘贴.
+    void OnPasteKey(GridId grid, const std::wstring& clipboardText);
+    /// Delete: 删除.
+    void OnDeleteKey(GridId grid) { OnDeleteRows(grid); }
+    /// A spreadsheet's tab-separated rows at the grid's focus cell, which
+    /// must be in the entry row: each non-empty line becomes a record, typed
+    /// cell by cell from the focus column rightwards; computed columns, the
+    /// owner column and cells beyond the last column are left out. On the
+    /// transformer grid a line whose name is already taken is skipped (the
+    /// duplicate-name message is shown once). One undo step.
+    void PasteText(GridId grid, const std::wstring& text);
+    /// The tab-separated text the last Cut or Copy of this grid produced.
+    const std::wstring& GetClipboardText(GridId grid) const
+    {
+        return m_strClipText[grid == GridId::Load ? 0 : 1];
+    }
 
     /// Key-down messages before dispatch: Enter goes to the focused control
     /// (it ends an in-place edit and never closes the dialog); Escape asks the
     /// save question and, unless cancelled, runs OnCancel, which asks again
-    /// while the document is still modified.
+    /// while the document is still modified. Esc while a cell is being
+    /// edited does not come here: the window gives it to the in-place editor,
+    /// which cancels that edit only (a deliberate departure from the
+    /// original, whose dialog saw Esc before its editor did).
     KeyDisposition PreTranslateKeyDown(DialogKey key);
 
     // Grid notifications.
@@ -197,6 +250,9 @@ public:
     std::optional<int> GetEndResult() const { return m_nEndResult; }
     CMenuModel& GetMenuBar() { return m_menuBar; }
     const CLoadCalRecentFiles& GetRecentFiles() const { return m_recentFiles; }
+    /// The recent-files list with its settings tree, where the window also
+    /// keeps its layout.
+    CLoadCalRecentFiles& GetRecentFiles() { return m_recentFiles; }
     const CInterDpData* GetDataStore() const { return m_pIdpData.get(); }
     const CLoadArray& GetLoadClipboard() const { return m_arrClipLoad; }
     const CTransformerArray& GetTransformerClipboard() const { return m_arrClipTransformer; }
@@ -223,6 +279,8 @@ private:
     void CreateGrids();
     template <size_t N>
     void CreateGrid(CGridCtrl& grid, const std::array<TableColumn, N>& columns);
+    void FillLoadGrid();
+    void FillTransformerGrid();
     void FillLoadRow(int row, const CLoadCalData& record);
     void FillLoadEntryRow(int row, const std::wstring& voltage, const std::wstring& demandFactor,
                           const std::wstring& powerFactor);
@@ -245,6 +303,37 @@ private:
     /// Cut (cut = true) or Copy of the selected rows into the grid's clipboard.
     void FillClipboard(GridId grid, bool cut);
     void RefreshTotals();
+    void ShowTotalCell(const SummaryTotals& totals, int column);
+    /// The number columns get their check (kNotANumberColour, NumberCellTip).
+    void SetUpNumberChecks();
+
+    /// One command: the changes made while the outermost scope is alive
+    /// become one undo step when it ends.
+    class CCommandScope {
+    public:
+        explicit CCommandScope(CLoadCalDiaog& dialog);
+        ~CCommandScope();
+        CCommandScope(const CCommandScope&) = delete;
+        CCommandScope& operator=(const CCommandScope&) = delete;
+
+    private:
+        CLoadCalDiaog& m_dialog;
+    };
+    /// The record arrays as the current command changes them (recorded while
+    /// a command runs).
+    CRecordedArray<CLoadCalData> Loads();
+    CRecordedArray<CTransformerCalData> Transformers();
+    /// The owner index of the circuits as they stand: kept between edits and
+    /// brought up to date with the circuits changed since (built again when
+    /// rows came or went or an owner text changed), so that an edit costs
+    /// the sums, not a pass that parses every circuit.
+    const COwnerIndex& OwnerIndex();
+    /// Undo (backwards) or redo of a step: records, grids, modified mark.
+    void ApplyStep(const CDocumentStep& step, bool backwards);
+    void EndPendingCut(GridId grid);
+    void PasteLoadLines(const std::vector<std::vector<std::wstring>>& lines, int col);
+    void PasteTransformerLines(const std::vector<std::vector<std::wstring>>& lines, int col);
+    std::wstring RowsAsText(GridId grid, const std::vector<int>& rows) const;
 
     CGridCtrl m_gridLoad;
     CGridCtrl m_gridTransformer;
@@ -254,6 +343,7 @@ private:
     CLoadArray m_arrLoad;
     CTransformerArray m_arrTransformer;
     int m_nOutputMode = 0;
+    ICalculationBookWriter* m_pBookWriter = nullptr;
     CBtnDataBase m_btnDataBase;
     int m_nGenerations = 1000;
     std::unique_ptr<CExtremum> m_pExtremum;
@@ -268,6 +358,16 @@ private:
     int m_bTransformerCut = 0;
     CArray<int> m_arrCutTransformerRows;
     CStringArray m_arrPhase;
+    CEditHistory m_history;
+    CDocumentStep m_step;  ///< what the running command changed so far
+    int m_nCommandDepth = 0;
+    /// While a spreadsheet paste types its cells, the transformers and totals
+    /// are recalculated once at its end instead of after every cell.
+    bool m_bDeferRecalculation = false;
+    bool m_bRecalculationPending = false;
+    std::wstring m_strClipText[2];               ///< load grid, transformer grid
+    std::unique_ptr<COwnerIndex> m_pOwnerIndex;  ///< null: to be built
+    std::vector<int> m_arrTouchedLoads;          ///< changed since the index was brought up to date
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;

@@ -188,7 +188,15 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
 int CLoadCalDiaog::LoadDocument()
 {
     LoadRecords(m_pIdpData.get(), m_arrLoad, m_arrTransformer);
+    m_pOwnerIndex.reset();
+    m_history.Clear(m_bModified == 0);
+    FillLoadGrid();
+    FillTransformerGrid();
+    return 1;
+}
 
+void CLoadCalDiaog::FillLoadGrid()
+{
     {
         CGridCtrl::Batch batch(m_gridLoad);
         const int n = m_arrLoad.GetSize();
@@ -205,14 +213,18 @@ int CLoadCalDiaog::LoadDocument()
             m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
         }
-        const SummaryTotals totals = ComputeTotals(m_arrLoad);
+        const SummaryTotals totals = OwnerIndex().Totals();
         for (int c = 1; c <= 13; ++c) {
-            const std::wstring text = c == 2 ? std::wstring(texts::kTotalLabel)
-                                             : TotalOfColumn(totals, c).value_or(L"");
+            const std::wstring text =
+                c == 2 ? std::wstring(texts::kTotalLabel) : TotalOfColumn(totals, c).value_or(L"");
             m_gridLoad.SetItem(n + 3, c, text, GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 3, c, kComputedColour);
         }
     }
+}
+
+void CLoadCalDiaog::FillTransformerGrid()
+{
     {
         CGridCtrl::Batch batch(m_gridTransformer);
         const int m = m_arrTransformer.GetSize();
@@ -224,13 +236,13 @@ int CLoadCalDiaog::LoadDocument()
         FillTransformerEntryRow(m + 1);
         m_gridTransformer.Invalidate();
     }
-    return 1;
 }
 
 void CLoadCalDiaog::CreateGrids()
 {
     CreateGrid(m_gridLoad, kLoadColumns);
     CreateGrid(m_gridTransformer, kTransformerColumns);
+    SetUpNumberChecks();
 }
 
 // ---- Recalculations shown in the grids ----
@@ -240,8 +252,8 @@ void CLoadCalDiaog::RecalculateRow(int i)
     if (i < 0 || i >= m_arrLoad.GetSize()) {
         return;
     }
-    CLoadCalData& circuit = m_arrLoad[i];
-    RecalculateCircuit(circuit);
+    Loads().Modify(i, [](CLoadCalData& c) { RecalculateCircuit(c); });
+    const CLoadCalData& circuit = m_arrLoad[i];
     const int row = i + 1;
     m_gridLoad.SetItemText(row, 9, circuit.m_strCalcP);
     m_gridLoad.SetItemText(row, 10, circuit.m_strCalcQ);
@@ -250,27 +262,39 @@ void CLoadCalDiaog::RecalculateRow(int i)
     for (int c = 9; c <= 12; ++c) {
         m_gridLoad.RedrawCell(row, c);
     }
+    if (m_bDeferRecalculation) {
+        m_bRecalculationPending = true;
+        return;
+    }
     RefreshTotals();
 }
 
 void CLoadCalDiaog::RefreshTotalCell(int column)
 {
-    const std::optional<std::wstring> total = TotalOfColumn(ComputeTotals(m_arrLoad), column);
+    ShowTotalCell(OwnerIndex().Totals(), column);
+    m_bModified = 1;
+}
+
+void CLoadCalDiaog::ShowTotalCell(const SummaryTotals& totals, int column)
+{
+    const std::optional<std::wstring> total = TotalOfColumn(totals, column);
     if (!total) {
         return;
     }
-    const std::wstring& text = *total;
     const int row = m_gridLoad.GetRowCount() - 1;
-    m_gridLoad.SetItem(row, column, text, GVIS_READONLY, kDataFormat);
+    m_gridLoad.SetItem(row, column, *total, GVIS_READONLY, kDataFormat);
     m_gridLoad.RedrawCell(row, column);
-    m_bModified = 1;
 }
 
 void CLoadCalDiaog::RefreshTotals()
 {
+    // Each cell shows the totals of the circuits as they stand; they are
+    // computed once for all six cells.
+    const SummaryTotals totals = OwnerIndex().Totals();
     for (int column : kTotalColumns) {
-        RefreshTotalCell(column);
+        ShowTotalCell(totals, column);
     }
+    m_bModified = 1;
 }
 
 void CLoadCalDiaog::ShowTransformerResults(int index)
@@ -288,14 +312,31 @@ void CLoadCalDiaog::ShowTransformerResults(int index)
 
 void CLoadCalDiaog::RecalculateTransformer(const std::wstring& name)
 {
-    ShowTransformerResults(loadcal::RecalculateTransformer(m_arrLoad, m_arrTransformer, name));
+    const int i = FindTransformer(m_arrTransformer, name);
+    if (i < 0) {
+        return;
+    }
+    Transformers().Modify(i, [&](CTransformerCalData&) {
+        loadcal::RecalculateTransformer(OwnerIndex(), m_arrTransformer, name);
+    });
+    ShowTransformerResults(i);
 }
 
 void CLoadCalDiaog::RecalculateAllTransformers()
 {
+    if (m_bDeferRecalculation) {
+        m_bRecalculationPending = true;
+        return;
+    }
     // Each transformer is recalculated by its own name, so of two names
     // equal but for case only the first is ever recalculated and shown.
-    loadcal::RecalculateAllTransformers(COwnerIndex(m_arrLoad), m_arrTransformer);
+    // The transformers are few: the step keeps those whose texts changed.
+    const CTransformerArray before = m_arrTransformer;
+    loadcal::RecalculateAllTransformers(OwnerIndex(), m_arrTransformer);
+    CRecordedArray<CTransformerCalData> recorded = Transformers();
+    for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
+        recorded.Note(i, before[i]);
+    }
     for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
         ShowTransformerResults(FindTransformer(m_arrTransformer, m_arrTransformer[i].m_strName));
     }
@@ -307,6 +348,7 @@ void CLoadCalDiaog::ReplaceTransformerInCircuits(const std::wstring& oldName,
     if (oldName.empty()) {
         return;
     }
+    CRecordedArray<CLoadCalData> loads = Loads();
     for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
         CStringArray pieces = OwnerPieces(m_arrLoad[i].m_strTransformer);
         std::vector<std::wstring> kept;
@@ -316,7 +358,10 @@ void CLoadCalDiaog::ReplaceTransformerInCircuits(const std::wstring& oldName,
                 kept.push_back(now);
             }
         }
-        m_arrLoad[i].m_strTransformer = Join(kept);
+        std::wstring joined = Join(kept);
+        if (joined != m_arrLoad[i].m_strTransformer) {
+            loads.Modify(i, [&joined](CLoadCalData& c) { c.m_strTransformer = std::move(joined); });
+        }
         // Written to column 14, which the load grid does not have: the owner
         // cell (column 13) keeps showing the old text until the grid is
         // rebuilt.
@@ -333,9 +378,9 @@ void CLoadCalDiaog::SetLoadField(int i, int k, const std::wstring& text)
         return;
     }
     if (i == m_arrLoad.GetSize()) {
-        m_arrLoad.Add(CLoadCalData());
+        Loads().Add(CLoadCalData());
     }
-    m_arrLoad[i].FieldAt(LoadFieldOfIndex(k)) = text;
+    Loads().Modify(i, [&](CLoadCalData& c) { c.FieldAt(LoadFieldOfIndex(k)) = text; });
 }
 
 void CLoadCalDiaog::SetTransformerField(int i, int k, const std::wstring& text)
@@ -344,9 +389,10 @@ void CLoadCalDiaog::SetTransformerField(int i, int k, const std::wstring& text)
         return;
     }
     if (i == m_arrTransformer.GetSize()) {
-        m_arrTransformer.Add(CTransformerCalData());
+        Transformers().Add(CTransformerCalData());
     }
-    m_arrTransformer[i].FieldAt(TransformerFieldOfIndex(k)) = text;
+    Transformers().Modify(
+        i, [&](CTransformerCalData& t) { t.FieldAt(TransformerFieldOfIndex(k)) = text; });
 }
 
 bool CLoadCalDiaog::IsLoadEmpty(int i) const
@@ -360,20 +406,6 @@ bool CLoadCalDiaog::IsTransformerEmpty(int i) const
 }
 
 // ---- End of an in-place edit ----
-
-void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring& text)
-{
-    CGridCtrl& g = GetGrid(grid);
-    if (!g.IsCellEditable(row, col)) {
-        return;
-    }
-    g.SetItemText(row, col, text);
-    if (grid == GridId::Load) {
-        OnEndEditLoad(row, col);
-    } else {
-        OnEndEditTransformer(row, col);
-    }
-}
 
 void CLoadCalDiaog::OnEndEditLoad(int r, int c)
 {
@@ -394,10 +426,12 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
     if (r == n + 1 && !text.empty()) {
         SetLoadField(r - 1, c - 1, text);
         // The entry row's proposals become the circuit's own values.
-        CLoadCalData& circuit = m_arrLoad[r - 1];
-        circuit.m_strVoltage = m_gridLoad.GetItemText(r, kLoadVoltageColumn);
-        circuit.m_strDemandFactor = m_gridLoad.GetItemText(r, kLoadDemandFactorColumn);
-        circuit.m_strPowerFactor = m_gridLoad.GetItemText(r, kLoadPowerFactorColumn);
+        Loads().Modify(r - 1, [&](CLoadCalData& added) {
+            added.m_strVoltage = m_gridLoad.GetItemText(r, kLoadVoltageColumn);
+            added.m_strDemandFactor = m_gridLoad.GetItemText(r, kLoadDemandFactorColumn);
+            added.m_strPowerFactor = m_gridLoad.GetItemText(r, kLoadPowerFactorColumn);
+        });
+        const CLoadCalData& circuit = m_arrLoad[r - 1];
         const int height = m_gridLoad.GetRowHeight(r);
         m_gridLoad.InsertRow(L"", r + 1);
         m_gridLoad.SetRowHeight(r + 1, height);
@@ -407,7 +441,7 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
     } else {
         SetLoadField(r - 1, c - 1, text);
         if (text.empty() && IsLoadEmpty(r - 1)) {
-            m_arrLoad.RemoveAt(r - 1);
+            Loads().RemoveAt(r - 1);
             if (r != n + 1) {
                 m_gridLoad.DeleteRow(r);
                 m_gridLoad.Invalidate();
@@ -459,7 +493,7 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
     if (text.empty()) {
         SetTransformerField(r - 1, c - 1, L"");
         if (IsTransformerEmpty(r - 1)) {
-            m_arrTransformer.RemoveAt(r - 1);
+            Transformers().RemoveAt(r - 1);
             if (r != m + 1) {
                 m_gridTransformer.DeleteRow(r);
                 m_gridTransformer.Invalidate();
@@ -543,12 +577,13 @@ void CLoadCalDiaog::ShowChoiceList(int row, int col)
 
 int CLoadCalDiaog::OnChoiceReport(const std::vector<std::wstring>& names)
 {
+    CCommandScope command(*this);
     const std::wstring text = Join(names);
     const CCellID cell = m_gridLoad.GetFocusCell();
     m_gridLoad.SetItemText(cell.row, cell.col, text);
     m_gridLoad.RedrawCell(cell.row, cell.col);
     // The focus row must be a circuit row; anything else is an invalid index.
-    m_arrLoad.ElementAt(cell.row - 1).m_strTransformer = text;
+    Loads().Modify(cell.row - 1, [&text](CLoadCalData& c) { c.m_strTransformer = text; });
     RecalculateAllTransformers();
     m_bModified = 1;
     return 1;

@@ -22,9 +22,13 @@ CMenuModel MainMenu()
         .AddCommand(W(CLoadCalRecentFiles::kPlaceholderText), ID_FILE_RECENT)
         .AddSeparator()
         .AddCommand(W(texts::kMenuFileExit), ID_FILE_EXIT);
+    bar.AddPopup(W(texts::kMenuEdit))
+        .AddCommand(W(texts::kMenuUndo), ID_EDIT_UNDO)
+        .AddCommand(W(texts::kMenuRedo), ID_EDIT_REDO);
     bar.AddPopup(W(texts::kMenuFunctions))
         .AddCommand(W(texts::kMenuDraw), ID_OUTPUT_DRAWING)
-        .AddCommand(W(texts::kMenuExcel), ID_OUTPUT_EXCEL);
+        .AddCommand(W(texts::kMenuExcel), ID_OUTPUT_EXCEL)
+        .AddCommand(W(texts::kMenuCalculationBook), ID_CALCULATION_BOOK);
     bar.AddPopup(W(texts::kMenuHelp)).AddCommand(W(texts::kMenuAbout), ID_ABOUT);
     return bar;
 }
@@ -60,6 +64,8 @@ std::optional<std::wstring> LoadString(unsigned id)
             return W(texts::kTipExcel);
         case ID_ADJUST_PHASES:
             return W(texts::kTipAdjustPhases);
+        case ID_CALCULATION_BOOK:
+            return W(texts::kTipCalculationBook);
         case ID_ABOUT:
             return W(texts::kTipAbout);
         default:

@@ -38,6 +38,9 @@ inline constexpr unsigned ID_OUTPUT_DRAWING = 32772;
 inline constexpr unsigned ID_OUTPUT_EXCEL = 32773;
 inline constexpr unsigned ID_ADJUST_PHASES = 32784;
 inline constexpr unsigned ID_ABOUT = 32785;
+inline constexpr unsigned ID_CALCULATION_BOOK = 32795;  ///< 生成计算书: the PDF calculation book
+inline constexpr unsigned ID_EDIT_UNDO = 0xE12B;  ///< the framework's own undo and redo ids
+inline constexpr unsigned ID_EDIT_REDO = 0xE12C;
 inline constexpr unsigned ID_LOAD_CUT = 32781;
 inline constexpr unsigned ID_LOAD_COPY = 32775;
 inline constexpr unsigned ID_LOAD_PASTE = 32776;
@@ -57,10 +60,10 @@ inline constexpr CRect kAboutTemplate{0, 0, 233, 49};
 /// Toolbar 204: button size in pixels and the buttons in order; 0 is a separator.
 inline constexpr int kToolbarButtonWidth = 16;
 inline constexpr int kToolbarButtonHeight = 15;
-inline constexpr std::array<unsigned, 10> kToolbarButtons = {
-    ID_FILE_NEW, ID_FILE_OPEN,      ID_FILE_SAVE,    ID_FILE_SAVE_AS,
-    0,           ID_OUTPUT_DRAWING, ID_OUTPUT_EXCEL, ID_ADJUST_PHASES,
-    0,           ID_ABOUT};
+inline constexpr std::array<unsigned, 11> kToolbarButtons = {
+    ID_FILE_NEW,       ID_FILE_OPEN,    ID_FILE_SAVE,     ID_FILE_SAVE_AS,     0,
+    ID_OUTPUT_DRAWING, ID_OUTPUT_EXCEL, ID_ADJUST_PHASES, ID_CALCULATION_BOOK, 0,
+    ID_ABOUT};
 
 /// The string table: the text of a command id (the tool tips), or nothing.
 std::optional<std::wstring> LoadString(unsigned id);

@@ -12,7 +12,7 @@ namespace {
 template <class Record>
 struct RowSide {
     CGridCtrl& grid;
-    CArray<Record>& records;
+    CRecordedArray<Record> records;
     CArray<Record>& clipboard;
     int& cutFlag;
     CArray<int>& cutRows;
@@ -95,10 +95,9 @@ void InsertClipboard(RowSide<Record> side, int r, Fill fill)
     }
     // The paste asymmetry: a paste on the second-to-last data row shows the
     // rows there but appends the records at the end of the array.
-    if (r == side.records.GetSize() - 1) {
-        side.records.Append(side.clipboard);
-    } else {
-        side.records.InsertAt(r - 1, side.clipboard);
+    const int at = r == side.records.GetSize() - 1 ? side.records.GetSize() : r - 1;
+    for (int i = 0; i < k; ++i) {
+        side.records.InsertAt(at + i, side.clipboard[i]);
     }
 }
 
@@ -197,16 +196,20 @@ void CLoadCalDiaog::FillClipboard(GridId grid, bool cut)
         return;
     }
     if (grid == GridId::Load) {
-        const RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
+        const RowSide<CLoadCalData> side{m_gridLoad, Loads(), m_arrClipLoad, m_bLoadCut,
                                          m_arrCutLoadRows};
         cut ? Cut(side, *rows) : Copy(side, *rows);
     } else {
-        const RowSide<CTransformerCalData> side{m_gridTransformer, m_arrTransformer,
+        const RowSide<CTransformerCalData> side{m_gridTransformer, Transformers(),
                                                 m_arrClipTransformer, m_bTransformerCut,
                                                 m_arrCutTransformerRows};
         cut ? Cut(side, *rows) : Copy(side, *rows);
     }
     MarkCutRows(grid);
+    // The rows also go out as a spreadsheet's text.
+    std::wstring& text = m_strClipText[grid == GridId::Load ? 0 : 1];
+    text = RowsAsText(grid, *rows);
+    Ui().SetClipboardText(text);
 }
 
 void CLoadCalDiaog::OnPasteRows(GridId grid)
@@ -219,6 +222,7 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
         return row >= 1 && row < (load ? g.GetRowCount() - 2 : g.GetRowCount());
     };
     int r = g.GetFocusCell().row;
+    CCommandScope command(*this);
     const int clipSize = load ? m_arrClipLoad.GetSize() : m_arrClipTransformer.GetSize();
     if (!inBounds(r) || clipSize < 1) {
         return;
@@ -227,7 +231,7 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
         MarkCutRows(grid);
     };
     if (load) {
-        const RowSide<CLoadCalData> side{m_gridLoad, m_arrLoad, m_arrClipLoad, m_bLoadCut,
+        const RowSide<CLoadCalData> side{m_gridLoad, Loads(), m_arrClipLoad, m_bLoadCut,
                                          m_arrCutLoadRows};
         if (!PasteRecords(side, r, inBounds, mark,
                           [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); })) {
@@ -236,7 +240,7 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
         RefreshTotals();
         RecalculateAllTransformers();
     } else {
-        const RowSide<CTransformerCalData> side{m_gridTransformer, m_arrTransformer,
+        const RowSide<CTransformerCalData> side{m_gridTransformer, Transformers(),
                                                 m_arrClipTransformer, m_bTransformerCut,
                                                 m_arrCutTransformerRows};
         if (!PasteRecords(side, r, inBounds, mark, [this](int row, const CTransformerCalData& rec) {
@@ -257,6 +261,7 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         return;
     }
     std::vector<int> rows = *selected;
+    CCommandScope command(*this);
     CArray<int>& cutRows = load ? m_arrCutLoadRows : m_arrCutTransformerRows;
     for (int row : rows) {
         const int j = IndexOf(cutRows, row);
@@ -280,9 +285,9 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         }
         g.DeleteRow(row);
         if (load) {
-            m_arrLoad.RemoveAt(row - 1);
+            Loads().RemoveAt(row - 1);
         } else {
-            m_arrTransformer.RemoveAt(row - 1);
+            Transformers().RemoveAt(row - 1);
         }
         for (size_t k = i; k < rows.size(); ++k) {
             --rows[k];

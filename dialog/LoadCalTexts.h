@@ -33,7 +33,11 @@ inline constexpr std::wstring_view kMenuFileExit = L"退出(&X)";
 inline constexpr std::wstring_view kMenuFunctions = L"功能(&C)";
 inline constexpr std::wstring_view kMenuDraw = L"绘制到Acad(&D)";
 inline constexpr std::wstring_view kMenuExcel = L"输出到Excell(&E)";
+inline constexpr std::wstring_view kMenuCalculationBook = L"生成计算书(&B)";
 inline constexpr std::wstring_view kMenuHelp = L"帮助(&H)";
+inline constexpr std::wstring_view kMenuEdit = L"编辑(&E)";
+inline constexpr std::wstring_view kMenuUndo = L"撤销(&U)\tCtrl+Z";
+inline constexpr std::wstring_view kMenuRedo = L"重做(&R)\tCtrl+Y";
 inline constexpr std::wstring_view kMenuAbout = L"关于...";
 
 // Context menus 210 and 211.
@@ -50,6 +54,12 @@ inline constexpr std::wstring_view kTipSaveAs = L"另存文件";
 inline constexpr std::wstring_view kTipDraw = L"绘制到Acad";
 inline constexpr std::wstring_view kTipExcel = L"输出到Excell";
 inline constexpr std::wstring_view kTipAdjustPhases = L"调整相位";
+inline constexpr std::wstring_view kTipCalculationBook = L"生成计算书";
+
+// The calculation book's save dialog and its messages.
+inline constexpr std::wstring_view kBookFilter = L"PDF 计算书(*.pdf)|*.pdf||";
+inline constexpr std::wstring_view kBookExtension = L"pdf";
+inline constexpr std::wstring_view kBookNotShown = L"计算书已生成，但没有可以打开 PDF 文件的程序：";
 inline constexpr std::wstring_view kTipAbout = L"关于...";
 
 // Messages and their captions.
@@ -59,6 +69,10 @@ inline constexpr std::wstring_view kSaveCaption = L"文件保存";
 inline constexpr std::wstring_view kCreateQuestionFormat =
     L"负荷计算存档文件 \"%s\"不存在,是否新建?";
 inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有找到！";
+/// Tool tips of a number cell that does not read wholly as a number; the
+/// second is filled twice with the leading part that reads (FormatText).
+inline constexpr std::wstring_view kNotANumberTip = L"不是数字，按 0 计算";
+inline constexpr std::wstring_view kNumberPrefixTipFormat = L"只有开头的“%s”是数字，按 %s 计算";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";
 inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";

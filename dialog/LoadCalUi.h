@@ -81,6 +81,9 @@ public:
 
     /// The about box (template 207), modal.
     virtual void ShowAboutBox() = 0;
+    /// Puts text on the system clipboard (rows cut or copied, as a
+    /// spreadsheet's tab-separated text).
+    virtual void SetClipboardText(const std::wstring& text) = 0;
 };
 
 }  // namespace loadcal

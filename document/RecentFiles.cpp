@@ -74,12 +74,31 @@ void CLoadCalRecentFiles::SaveList()
         SetText(*m_pSettings, std::wstring(kWriteGroup) + L"\\" + std::to_wstring(i + 1),
                 m_arrFiles[i]);
     }
-    // The settings folder is made on the first addition, so the list
-    // survives the session wherever the program was unpacked; a folder that
-    // cannot be made leaves the list in memory only, as any write failure does.
+    WriteSettings();
+}
+
+void CLoadCalRecentFiles::WriteSettings()
+{
+    // The settings folder is made on the first write, so the list survives
+    // the session wherever the program was unpacked; a folder that cannot be
+    // made leaves the settings in memory only, as any write failure does.
     std::error_code ec;
     std::filesystem::create_directories(ToFsPath(m_strSettingsPath).parent_path(), ec);
     m_pSettings->WriteDataToIdpFile(m_strSettingsPath);
+}
+
+std::optional<std::wstring> CLoadCalRecentFiles::GetSetting(const std::wstring& path) const
+{
+    const CInterDpNode* node = m_pSettings->GetSubValueFromPathW(0, path);
+    if (!node || node->ValueCount() < 1) {
+        return std::nullopt;
+    }
+    return std::wstring(node->ValueText());
+}
+
+void CLoadCalRecentFiles::SetSetting(const std::wstring& path, const std::wstring& text)
+{
+    SetText(*m_pSettings, path, text);
 }
 
 void CLoadCalRecentFiles::UpdateMenu(IRecentFilesMenu& popup, int first)

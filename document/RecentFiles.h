@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -67,6 +68,16 @@ public:
     /// entries with ids 4000 + i, or a greyed placeholder when empty. The
     /// resource's own placeholder at `first` is removed by the first call.
     void UpdateMenu(IRecentFilesMenu& popup, int first);
+
+    /// Other settings kept in the same file (paths of their own, e.g. the
+    /// window's layout): the text at a path, or nothing when the node is
+    /// missing or has no value.
+    std::optional<std::wstring> GetSetting(const std::wstring& path) const;
+    /// Sets the text at a path in the tree; WriteSettings writes it out.
+    void SetSetting(const std::wstring& path, const std::wstring& text);
+    /// Writes the whole tree (the list as last saved, and the other settings)
+    /// to the settings file, making its folder; failures go unnoticed.
+    void WriteSettings();
 
     int GetSize() const { return m_arrFiles.GetSize(); }
     /// Entry i; throws CInvalidArgException outside 0 .. size - 1.

@@ -58,25 +58,7 @@ struct GroupAccumulator {
         }
     }
 
-    double Result() const
-    {
-        const double mean = (current[0] + current[1] + current[2]) / 3;
-        const double limit = kBalanceTolerance * mean;
-        const bool balanced = std::fabs(mean - current[0]) < limit &&
-                              std::fabs(mean - current[1]) < limit &&
-                              std::fabs(mean - current[2]) < limit;
-        if (balanced) {
-            return value[0] + value[1] + value[2] + threePhase;
-        }
-        double largest = value[0];
-        if (value[1] > largest) {
-            largest = value[1];
-        }
-        if (value[2] > largest) {
-            largest = value[2];
-        }
-        return 3 * largest + threePhase;
-    }
+    double Result() const { return CombinePhases(current, value, threePhase); }
 };
 
 std::wstring ApparentFrom(const std::wstring& active, const std::wstring& reactive)
@@ -146,6 +128,65 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
 }
 
 }  // namespace
+
+bool PhasesBalanced(const double (&current)[3])
+{
+    const double mean = (current[0] + current[1] + current[2]) / 3;
+    const double limit = kBalanceTolerance * mean;
+    return std::fabs(mean - current[0]) < limit && std::fabs(mean - current[1]) < limit &&
+           std::fabs(mean - current[2]) < limit;
+}
+
+double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase)
+{
+    if (PhasesBalanced(current)) {
+        return value[0] + value[1] + value[2] + threePhase;
+    }
+    double largest = value[0];
+    if (value[1] > largest) {
+        largest = value[1];
+    }
+    if (value[2] > largest) {
+        largest = value[2];
+    }
+    return 3 * largest + threePhase;
+}
+
+GroupPhases GroupPhasesOf(const CLoadArray& loads, const std::wstring& owner)
+{
+    GroupPhases g;
+    for (const auto& c : loads) {
+        if (!BelongsTo(c, owner)) {
+            continue;
+        }
+        const int phase = PhaseGroup(c.m_strPhase);
+        if (phase < 0) {
+            continue;
+        }
+        const double i = ParseNumber(c.m_strCalcI);
+        for (int f = 0; f < 3; ++f) {
+            const double x = ParseNumber(SummedText(c, static_cast<SumField>(f)));
+            if (phase < 3) {
+                g.value[f][phase] += x;
+            } else {
+                g.threePhase[f] += x;
+            }
+        }
+        if (phase < 3) {
+            g.current[phase] += i;
+            ++g.singlePhaseCount;
+        } else {
+            g.threePhaseCurrent += i;
+        }
+    }
+    return g;
+}
+
+double GroupPhases::Sum(SumField field) const
+{
+    const auto f = static_cast<size_t>(field);
+    return CombinePhases(current, value[f], threePhase[f]);
+}
 
 void RecalculateCircuit(CLoadCalData& c)
 {
@@ -225,15 +266,17 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
 {
     // Circuits share few distinct owner texts: each is split and folded once,
     // into the list of groups (folded pieces) it names.
-    std::unordered_map<std::wstring, std::vector<int>> groupsOfOwner;
+    struct Owner {
+        int distinct;
+        std::vector<int> groups;
+    };
+    std::unordered_map<std::wstring, Owner> groupsOfOwner;
     std::vector<std::vector<int>> members;
     m_figures.reserve(static_cast<size_t>(loads.GetSize()));
+    m_ownerOf.reserve(static_cast<size_t>(loads.GetSize()));
     for (int idx = 0; idx < loads.GetSize(); ++idx) {
         const CLoadCalData& c = loads[idx];
-        m_figures.push_back({PhaseGroup(c.m_strPhase),
-                             ParseNumber(c.m_strCalcI),
-                             {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP),
-                              ParseNumber(c.m_strRatedPower)}});
+        m_figures.push_back(FiguresOf(c));
         auto found = groupsOfOwner.find(c.m_strTransformer);
         if (found == groupsOfOwner.end()) {
             std::vector<int> groups;
@@ -247,14 +290,35 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
                     groups.push_back(it->second);  // a circuit counts once per group
                 }
             }
-            found = groupsOfOwner.emplace(c.m_strTransformer, std::move(groups)).first;
+            const int distinct = static_cast<int>(m_distinctOwners.size());
+            found =
+                groupsOfOwner.emplace(c.m_strTransformer, Owner{distinct, std::move(groups)}).first;
             m_distinctOwners.push_back(c.m_strTransformer);
         }
-        for (int group : found->second) {
+        m_ownerOf.push_back(found->second.distinct);
+        for (int group : found->second.groups) {
             members[static_cast<size_t>(group)].push_back(idx);
         }
     }
     m_members = std::move(members);
+}
+
+COwnerIndex::Figures COwnerIndex::FiguresOf(const CLoadCalData& c)
+{
+    return {PhaseGroup(c.m_strPhase),
+            ParseNumber(c.m_strCalcI),
+            {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP), ParseNumber(c.m_strRatedPower)}};
+}
+
+bool COwnerIndex::Update(int idx, const CLoadCalData& circuit)
+{
+    if (idx < 0 || static_cast<size_t>(idx) >= m_figures.size() ||
+        m_distinctOwners[static_cast<size_t>(m_ownerOf[static_cast<size_t>(idx)])] !=
+            circuit.m_strTransformer) {
+        return false;
+    }
+    m_figures[static_cast<size_t>(idx)] = FiguresOf(circuit);
+    return true;
 }
 
 std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) const

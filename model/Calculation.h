@@ -51,6 +51,31 @@ inline std::wstring GroupInstalledSum(const CLoadArray& l, const std::wstring& o
     return GroupSum(l, o, SumField::Installed);
 }
 
+/// The 15 % rule: true when each of the three single-phase currents lies
+/// strictly within 15 % of their mean (never when all are 0).
+bool PhasesBalanced(const double (&current)[3]);
+
+/// A group's sum from its per-phase parts: the plain sum of the three
+/// single-phase figures and the three-phase one when the currents are
+/// balanced, otherwise three times the largest single-phase figure plus the
+/// three-phase one.
+double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase);
+
+/// The parts of the group sums of one owner, as GroupSum collects them:
+/// per single phase (L1, L2, L3) the currents (A) and the summed figures,
+/// and the three-phase circuits' figures and current.
+struct GroupPhases {
+    double current[3] = {0, 0, 0};
+    double value[3][3] = {};           ///< [SumField][phase]
+    double threePhase[3] = {0, 0, 0};  ///< [SumField]
+    double threePhaseCurrent = 0;
+    int singlePhaseCount = 0;
+    bool Balanced() const { return PhasesBalanced(current); }
+    /// The group sum of field, as GroupSum gives it before formatting.
+    double Sum(SumField field) const;
+};
+GroupPhases GroupPhasesOf(const CLoadArray& loads, const std::wstring& owner);
+
 /// Sum over the distinct owner texts (whole field, exact comparison, first
 /// occurrence first) of each text's group sum. A joined owner "T1,T2" is one
 /// distinct text whose own group is empty. Returns "%G" text.
@@ -96,6 +121,11 @@ class COwnerIndex {
 public:
     explicit COwnerIndex(const CLoadArray& loads);
 
+    /// Takes in a changed circuit idx of the same list: true when done;
+    /// false when its owner text changed (or idx is outside the list), which
+    /// the index cannot follow (build it again).
+    bool Update(int idx, const CLoadCalData& circuit);
+
     std::wstring GroupSum(const std::wstring& owner, SumField field) const;
     std::wstring Total(SumField field) const;
     std::wstring TotalApparent() const;
@@ -109,7 +139,10 @@ private:
         double current;   ///< Ijs, A
         double value[3];  ///< by SumField: Qjs, Pjs, Pe
     };
+    static Figures FiguresOf(const CLoadCalData& circuit);
+
     std::vector<Figures> m_figures;
+    std::vector<int> m_ownerOf;  ///< circuit -> its exact owner text in m_distinctOwners
     std::unordered_map<std::wstring, int> m_groupOfPiece;  ///< folded owner piece -> group
     std::vector<std::vector<int>> m_members;               ///< group -> circuits, list order
     std::vector<std::wstring> m_distinctOwners;            ///< exact texts, first occurrence first

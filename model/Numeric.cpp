@@ -46,6 +46,68 @@ double ParseNumber(const std::wstring& text)
     return wcstod_l(text.c_str(), nullptr, CNumericLocale());
 }
 
+std::optional<double> ReadTypedNumber(std::wstring_view text)
+{
+    size_t begin = 0;
+    size_t end = text.size();
+    while (begin < end && text[begin] == L' ') {
+        ++begin;
+    }
+    while (end > begin && text[end - 1] == L' ') {
+        --end;
+    }
+    std::string plain;
+    size_t i = begin;
+    const auto digits = [&] {
+        const size_t from = i;
+        while (i < end && text[i] >= L'0' && text[i] <= L'9') {
+            plain.push_back(static_cast<char>(text[i++]));
+        }
+        return i - from;
+    };
+    if (i < end && (text[i] == L'+' || text[i] == L'-')) {
+        if (text[i] == L'-') {
+            plain.push_back('-');
+        }
+        ++i;
+    }
+    size_t mantissa = digits();
+    if (i < end && text[i] == L'.') {
+        plain.push_back('.');
+        ++i;
+        mantissa += digits();
+    }
+    if (mantissa == 0) {
+        return std::nullopt;
+    }
+    if (i < end && (text[i] == L'e' || text[i] == L'E')) {
+        plain.push_back('e');
+        ++i;
+        if (i < end && (text[i] == L'+' || text[i] == L'-')) {
+            plain.push_back(static_cast<char>(text[i++]));
+        }
+        if (digits() == 0) {
+            return std::nullopt;
+        }
+    }
+    if (i != end) {
+        return std::nullopt;
+    }
+    double value = 0;
+    const auto res = std::from_chars(plain.data(), plain.data() + plain.size(), value);
+    if (res.ec != std::errc() || !std::isfinite(value)) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+size_t NumericPrefixLength(const std::wstring& text)
+{
+    wchar_t* end = nullptr;
+    wcstod_l(text.c_str(), &end, CNumericLocale());
+    return end ? static_cast<size_t>(end - text.c_str()) : 0;
+}
+
 double ParseNumberByLibrary(const std::wstring& text)
 {
     return wcstod_l(text.c_str(), nullptr, CNumericLocale());

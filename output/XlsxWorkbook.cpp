@@ -11,6 +11,7 @@
 #include <cstring>
 
 #include "document/DocumentError.h"
+#include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/OutputError.h"
 #include "output/OutputFile.h"
@@ -275,6 +276,7 @@ void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2)
     m_cell.horizontal = 0;
     m_cell.vertical = 0;
     m_cell.value.clear();
+    m_cell.number.reset();
 }
 
 void CXlsxWorkbook::SetValue(std::wstring_view value)
@@ -287,6 +289,7 @@ void CXlsxWorkbook::SetValue(std::wstring_view value)
              "text of " + std::to_string(value.size()) + " characters");
     }
     m_cell.hasValue = true;
+    m_cell.number = ReadTypedNumber(value);
     WriteCell();
 }
 
@@ -343,7 +346,10 @@ void CXlsxWorkbook::WriteCell()
 {
     lxw_format* format = Format(m_cell.horizontal, m_cell.vertical);
     lxw_error error = LXW_NO_ERROR;
-    if (m_cell.hasValue && !m_cell.value.empty()) {
+    if (m_cell.hasValue && m_cell.number) {
+        error =
+            worksheet_write_number(m_worksheet, m_cell.row, m_cell.column, *m_cell.number, format);
+    } else if (m_cell.hasValue && !m_cell.value.empty()) {
         error = worksheet_write_string(m_worksheet, m_cell.row, m_cell.column, m_cell.value.c_str(),
                                        format);
     } else if (format) {

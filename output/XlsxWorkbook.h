@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 
 #include "document/AtomicFile.h"
@@ -17,18 +18,21 @@ namespace loadcal {
 /// The spreadsheet automation calls carried out by writing an .xlsx workbook
 /// with libxlsxwriter. Nothing runs while the calls are made: WorkbooksAdd
 /// creates the workbook, WorksheetsGetItem(1) its first worksheet "Sheet1",
-/// every cell gets the value (a string, exactly the text given; an empty text
-/// leaves the cell empty) and the alignment it was given, and Release writes
-/// the file and puts it in place of the target. The library never touches
-/// the target's folder: it writes its zip into an in-memory file, which
-/// Release copies through the program's atomic file (CAtomicFile), so the
-/// cause of a failed write is the system's ("No space left on device"), and
-/// the library's own error lines are kept off the terminal. Rows are streamed
-/// as they are finished (the library's constant-memory mode, which keeps
-/// memory flat and skips the shared-string table), so cells must be obtained
-/// row by row from the top; within a row, in any order. Nothing else is set:
-/// no widths, fonts or number formats; "number stored as text" marks are
-/// switched off for the cells written.
+/// every cell gets the value and the alignment it was given. A value is
+/// turned into a number as the spreadsheet turns typed text into one: a text
+/// that reads wholly as a plain number (ReadTypedNumber: "200", "0.85", "-3",
+/// "1E+06") becomes that number; any other text ("L1,N", "-NAN", "12kW")
+/// stays a string, exactly as given; an empty text leaves the cell empty.
+/// Release writes the file and puts it in place of the target. The library
+/// never touches the target's folder: it writes its zip into an in-memory
+/// file, which Release copies through the program's atomic file
+/// (CAtomicFile), so the cause of a failed write is the system's ("No space
+/// left on device"), and the library's own error lines are kept off the
+/// terminal. Rows are streamed as they are finished (the library's
+/// constant-memory mode, which keeps memory flat and skips the shared-string
+/// table), so cells must be obtained row by row from the top; within a row,
+/// in any order. Nothing else is set: no widths, fonts or number formats;
+/// "number stored as text" marks are switched off for the cells written.
 ///
 /// Failures throw OutputError:
 /// - CallFailed with libxlsxwriter's error number and text: a cell beyond the
@@ -80,6 +84,7 @@ private:
         unsigned char horizontal = 0;
         unsigned char vertical = 0;
         std::string value;
+        std::optional<double> number;  ///< the value when it reads as a typed number
     };
 
     [[noreturn]] void Fail(int error, const std::string& what) const;

@@ -19,7 +19,8 @@ packages=(
     fonts-wqy-zenhei qt6-translations-l10n xdg-utils
 )
 if [ "$mode" = test ]; then
-    packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf locales)
+    packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf poppler-utils locales
+               xvfb xdotool imagemagick)
 fi
 if [ "$mode" = fuzz ]; then
     packages+=(clang libclang-rt-14-dev libgtest-dev libbenchmark-dev)

@@ -51,6 +51,9 @@ QVariant CGridModel::CellData(const CGridCell& cell, int role) const
         case Qt::EditRole:
             return ToQString(cell.text);
         case Qt::BackgroundRole:
+            if (cell.markColour != CLR_DEFAULT) {
+                return QBrush(ToQColor(cell.markColour));
+            }
             if (cell.bkColour != CLR_DEFAULT) {
                 return QBrush(ToQColor(cell.bkColour));
             }
@@ -62,6 +65,11 @@ QVariant CGridModel::CellData(const CGridCell& cell, int role) const
             return {};
         case Qt::TextAlignmentRole:
             return QVariant::fromValue(AlignmentOf(cell.format));
+        case Qt::ToolTipRole:
+            if (!cell.tip.empty()) {
+                return ToQString(cell.tip);
+            }
+            return {};
         case CellKindRole:
             return static_cast<int>(cell.kind);
         case ComboOptionsRole: {

@@ -1,8 +1,10 @@
 #include "dialog/qt/GridView.h"
 
 #include <QComboBox>
+#include <QCoreApplication>
 #include <QHeaderView>
 #include <QItemSelection>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QTimer>
 #include <algorithm>
@@ -77,8 +79,11 @@ CGridView::CGridView(CGridModel& model, QWidget* parent) : QTableView(parent), m
     setItemDelegate(new CGridDelegate(this));
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setSelectionBehavior(QAbstractItemView::SelectItems);
-    setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::SelectedClicked |
-                    QAbstractItemView::EditKeyPressed | QAbstractItemView::AnyKeyPressed);
+    // No SelectedClicked: a click on the selected cell would start an edit
+    // after the double-click interval, and keys typed before then went
+    // elsewhere. Typing, F2 and a double click start an edit at once.
+    setEditTriggers(QAbstractItemView::DoubleClicked | QAbstractItemView::EditKeyPressed |
+                    QAbstractItemView::AnyKeyPressed);
     setWordWrap(false);
     setContextMenuPolicy(Qt::CustomContextMenu);
     setHorizontalScrollMode(QAbstractItemView::ScrollPerPixel);
@@ -132,6 +137,126 @@ void CGridView::EditCell(const QModelIndex& index)
     }
 }
 
+void CGridView::CommitEdit()
+{
+    if (state() != EditingState) {
+        return;
+    }
+    QWidget* editor = indexWidget(currentIndex());
+    if (!editor) {
+        return;
+    }
+    // The delegate's own commit on Enter is queued; this one is not, so
+    // keys and commands that follow see the edit done.
+    commitData(editor);
+    closeEditor(editor, QAbstractItemDelegate::NoHint);
+}
+
+void CGridView::CommitEditAndMoveDown()
+{
+    const QModelIndex current = currentIndex();
+    if (!current.isValid()) {
+        return;
+    }
+    const int gridRow = m_model.GridRow(current.row());
+    const int gridCol = m_model.GridColumn(current.column());
+    const int rowsBefore = m_model.rowCount();
+    CommitEdit();
+    // An edit that deleted its row (every key cell cleared) brings the next
+    // row up to this one: stay.
+    const int target = m_model.rowCount() < rowsBefore ? gridRow : gridRow + 1;
+    const QModelIndex below = m_model.IndexOfCell(target, gridCol);
+    if (below.isValid()) {
+        setCurrentIndex(below);
+    }
+}
+
+namespace {
+
+/// The narrowest width (pixels) at which a title wraps into at most two
+/// lines, breaking where Qt's word wrap may break.
+int TitleWidth(const QFontMetrics& metrics, const QString& title)
+{
+    const int oneLine = metrics.horizontalAdvance(title);
+    const auto lines = [&](int width) {
+        const QRect r = metrics.boundingRect(QRect(0, 0, width, 100000),
+                                             Qt::AlignCenter | Qt::TextWordWrap, title);
+        return (r.height() + metrics.leading()) / std::max(1, metrics.lineSpacing());
+    };
+    int low = 1;
+    int high = std::max(1, oneLine);
+    while (low < high) {
+        const int mid = (low + high) / 2;
+        if (lines(mid) <= 2) {
+            high = mid;
+        } else {
+            low = mid + 1;
+        }
+    }
+    return high;
+}
+
+}  // namespace
+
+void CGridView::FitColumnWidths()
+{
+    CGridCtrl& g = m_model.Grid();
+    const QFontMetrics titleMetrics(horizontalHeader()->font());
+    const QFontMetrics cellMetrics(font());
+    const int headerMargin =
+        2 * style()->pixelMetric(QStyle::PM_HeaderMargin, nullptr, horizontalHeader());
+    const int cellMargin =
+        2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, this) + 3);
+    const int rows = m_model.rowCount();
+    for (int column = 0; column < m_model.columnCount(); ++column) {
+        const QString title = m_model.headerData(column, Qt::Horizontal).toString();
+        int width = TitleWidth(titleMetrics, title) + headerMargin;
+        const auto measure = [&](int row) {
+            const QString text = m_model.index(row, column).data().toString();
+            width = std::max(width, cellMetrics.horizontalAdvance(text) + cellMargin);
+        };
+        for (int row = 0; row < std::min(rows, kRowsMeasured); ++row) {
+            measure(row);
+        }
+        if (rows > kRowsMeasured) {
+            measure(rows - 1);
+        }
+        g.SetColumnWidth(m_model.GridColumn(column),
+                         std::clamp(width, kMinFittedWidth, kMaxFittedWidth));
+    }
+}
+
+void CGridView::keyPressEvent(QKeyEvent* event)
+{
+    if (state() != EditingState) {
+        if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+            CommitEditAndMoveDown();
+            event->accept();
+            return;
+        }
+        const Qt::KeyboardModifiers commands =
+            Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
+        const QString text = event->text();
+        if (!text.isEmpty() && text.front().isPrint() && !(event->modifiers() & commands)) {
+            const QModelIndex current = currentIndex();
+            if (current.isValid() && (current.flags() & Qt::ItemIsEditable)) {
+                // AnyKeyPressed hands this key to the new editor. Should the
+                // view refuse it, the editor is opened anyway and given the
+                // key: a typed key is never dropped.
+                if (!edit(current, AnyKeyPressed, event) &&
+                    edit(current, AllEditTriggers, nullptr)) {
+                    if (QWidget* editor = indexWidget(current)) {
+                        QCoreApplication::sendEvent(editor, event);
+                    }
+                }
+            }
+            event->accept();
+            return;
+        }
+    }
+    QTableView::keyPressEvent(event);
+}
+
 void CGridView::ApplySizes()
 {
     if (m_bApplyingSizes) {
@@ -182,7 +307,10 @@ void CGridView::ApplySizes()
 
 void CGridView::OnSectionResized(Qt::Orientation orientation, int section, int newSize)
 {
-    if (m_bApplyingSizes) {
+    // A section being hidden (the load grid's total row, shown frozen below
+    // the view) reports size 0, which no drag can give (the minimum is 1):
+    // the grid keeps its size.
+    if (m_bApplyingSizes || newSize == 0) {
         return;
     }
     CGridCtrl& g = m_model.Grid();

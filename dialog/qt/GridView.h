@@ -41,12 +41,37 @@ public:
     void EditCell(const QModelIndex& index);
     /// True while an in-place editor is open.
     bool IsEditing() const { return state() == EditingState; }
+    /// Ends an open in-place edit now: its text goes to the grid (the
+    /// controller's end-of-edit rule runs before this returns). Nothing
+    /// happens when no editor is open.
+    void CommitEdit();
+    /// Enter: ends an open edit as CommitEdit does, then makes the cell
+    /// below the current cell (same column) current, where there is one.
+    void CommitEditAndMoveDown();
+    /// Gives every data column of the grid a width that holds its title in
+    /// at most two lines and the texts of its cells (the first rows and the
+    /// last one), measured with the view's fonts, and at least
+    /// kMinFittedWidth (room for a figure) and at most kMaxFittedWidth.
+    void FitColumnWidths();
+    static constexpr int kMinFittedWidth = 64;   ///< pixels
+    static constexpr int kMaxFittedWidth = 240;  ///< pixels
+    static constexpr int kRowsMeasured = 200;
 
 signals:
     /// A left click on a data cell, in grid coordinates.
     void cellClicked(int gridRow, int gridCol);
     /// A context-menu request on a data cell, in grid coordinates.
     void cellRightClicked(int gridRow, int gridCol);
+
+protected:
+    /// A printable key on a cell that is not being edited opens the editor
+    /// of the current cell and hands the key to it, whatever the user did
+    /// just before (no deferred editing, no keyboard search); Enter moves
+    /// down; everything else is QTableView's.
+    void keyPressEvent(QKeyEvent* event) override;
+    /// No keyboard search: a typed key is the start of an edit, never a jump
+    /// to a row whose text starts with it.
+    void keyboardSearch(const QString&) override {}
 
 private:
     /// Grid column widths and row heights to the headers; the title row is

@@ -134,6 +134,24 @@ void Spreadsheet(QPainter& p)
     }
 }
 
+void CalculationBook(QPainter& p)
+{
+    // A bound book of text lines with a red review stamp.
+    p.setPen(QPen(kInk, 1.0));
+    p.setBrush(QColor(250, 250, 245));
+    p.drawRect(QRectF(3.5, 1.5, 10.0, 13.0));
+    p.setPen(Qt::NoPen);
+    p.setBrush(QColor(40, 80, 160));
+    p.drawRect(QRectF(2.0, 1.5, 2.0, 13.0));
+    p.setPen(QPen(QColor(110, 110, 110), 0.8));
+    for (qreal y : {4.0, 6.0, 8.0}) {
+        p.drawLine(QPointF(5.5, y), QPointF(12.0, y));
+    }
+    p.setPen(QPen(QColor(200, 30, 30), 1.0));
+    p.setBrush(Qt::NoBrush);
+    p.drawEllipse(QRectF(8.0, 9.5, 4.5, 4.5));
+}
+
 void Phases(QPainter& p)
 {
     // L1 yellow, L2 green, L3 red: three even bars under one level line.
@@ -194,6 +212,8 @@ std::function<void(QPainter&)> PainterOf(unsigned id)
             return DrawIntoDrawing;
         case res::ID_OUTPUT_EXCEL:
             return Spreadsheet;
+        case res::ID_CALCULATION_BOOK:
+            return CalculationBook;
         case res::ID_ADJUST_PHASES:
             return Phases;
         case res::ID_ABOUT:

@@ -1,11 +1,14 @@
 #include "dialog/qt/LoadCalWindow.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QCursor>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QKeyEvent>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
 #include <QToolBar>
@@ -13,12 +16,14 @@
 
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
+#include "dialog/WindowLayout.h"
 #include "dialog/qt/AboutBox.h"
 #include "dialog/qt/ChoicePopup.h"
 #include "dialog/qt/GridView.h"
 #include "dialog/qt/Icons.h"
 #include "dialog/qt/QtSession.h"
 #include "dialog/qt/QtText.h"
+#include "dialog/qt/TotalRowView.h"
 #include "dialog/qt/WindowTexts.h"
 
 namespace loadcal {
@@ -54,6 +59,32 @@ QMessageBox::StandardButtons ButtonsOf(unsigned style)
     }
 }
 
+/// The bar between the two grids: dragging it moves the split. Reports the
+/// pointer's height in its parent's coordinates.
+class CSplitHandle final : public QWidget {
+public:
+    CSplitHandle(QWidget* parent, std::function<void(int)> onDrag)
+        : QWidget(parent), m_onDrag(std::move(onDrag))
+    {
+        setCursor(Qt::SplitVCursor);
+    }
+
+protected:
+    void mousePressEvent(QMouseEvent* event) override { event->accept(); }
+    void mouseMoveEvent(QMouseEvent* event) override
+    {
+        if (event->buttons() & Qt::LeftButton) {
+            m_onDrag(mapToParent(event->position().toPoint()).y());
+        }
+    }
+
+private:
+    std::function<void(int)> m_onDrag;
+};
+
+/// Smallest heights the split leaves each grid (pixels).
+constexpr int kMinGridHeight = 60;
+
 }  // namespace
 
 CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWidget* parent)
@@ -87,6 +118,11 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     }
     m_pLoadView = new CGridView(*m_pLoadModel, m_pClient);
     m_pTransformerView = new CGridView(*m_pTransformerModel, m_pClient);
+    m_pTotalRow = new CTotalRowView(*m_pLoadView, m_pClient);
+    m_pSplitHandle = new CSplitHandle(m_pClient, [this](int y) {
+        // y is where the pointer is; the transformer grid begins below it.
+        SetTransformerHeight(height() - MenuHeight() - 5 - y);
+    });
     for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
         const GridId grid = view->GridModel().Id();
         connect(view, &CGridView::cellClicked, this,
@@ -101,11 +137,15 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
         {QKeySequence(Qt::CTRL | Qt::Key_N), res::ID_FILE_NEW},
         {QKeySequence(Qt::CTRL | Qt::Key_O), res::ID_FILE_OPEN},
         {QKeySequence(Qt::CTRL | Qt::Key_S), res::ID_FILE_SAVE},
+        {QKeySequence(Qt::CTRL | Qt::Key_Z), res::ID_EDIT_UNDO},
+        {QKeySequence(Qt::CTRL | Qt::Key_Y), res::ID_EDIT_REDO},
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), res::ID_EDIT_REDO},
     };
     for (const auto& [keys, id] : accelerators) {
         auto* shortcut = new QShortcut(keys, this);
         connect(shortcut, &QShortcut::activated, this, [this, id = id] { RunCommand(id); });
     }
+    BindRowKeys();
 
     m_dialog.SetUi(this);
     qApp->installEventFilter(this);
@@ -117,6 +157,7 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     Guarded([this] { m_dialog.OnCreate(width(), height()); });
     ApplyTrackingLimits();
     Guarded([this] { m_dialog.OnInitDialog(); });
+    RestoreLayout();
     LayOut();
 }
 
@@ -153,12 +194,16 @@ void CLoadCalWindow::ReportInternalError(const QString& what)
 
 void CLoadCalWindow::RunCommand(unsigned id)
 {
+    // A command (a shortcut, a menu item or a toolbar button, none of which
+    // takes the focus from an open editor) sees the cell being typed.
+    Guarded([this] { CommitOpenEdits(); });
     Guarded([this, id] { m_dialog.OnCommand(id); });
     RefreshCommandStates();
 }
 
 void CLoadCalWindow::reject()
 {
+    Guarded([this] { CommitOpenEdits(); });
     Guarded([this] { m_dialog.OnCancel(); });
 }
 
@@ -187,6 +232,7 @@ bool CLoadCalWindow::eventFilter(QObject* watched, QEvent* event)
     if (!widget || widget->window() != this || (focus ? widget != focus : widget != this)) {
         return QDialog::eventFilter(watched, event);
     }
+    CGridView* editing = EditingView();
     DialogKey key = DialogKey::Other;
     switch (static_cast<QKeyEvent*>(event)->key()) {
         case Qt::Key_Return:
@@ -194,6 +240,15 @@ bool CLoadCalWindow::eventFilter(QObject* watched, QEvent* event)
             key = DialogKey::Enter;
             break;
         case Qt::Key_Escape:
+            // Esc while a cell is being edited cancels that edit only and
+            // never reaches the dialog's Escape rule (the save question, then
+            // Cancel). A deliberate departure from the original, where the
+            // dialog saw Esc before the in-place editor did, so that even a
+            // half-typed cell led to the save question. The editor's
+            // delegate reverts the cell.
+            if (editing) {
+                return QDialog::eventFilter(watched, event);
+            }
             key = DialogKey::Escape;
             break;
         default:
@@ -201,7 +256,31 @@ bool CLoadCalWindow::eventFilter(QObject* watched, QEvent* event)
     }
     KeyDisposition disposition = KeyDisposition::Default;
     Guarded([&] { disposition = m_dialog.PreTranslateKeyDown(key); });
+    if (key == DialogKey::Enter && disposition == KeyDisposition::DispatchToFocus && editing) {
+        // Enter ends the edit as a spreadsheet does: the text is committed
+        // at once (not queued behind keys typed after it) and the cell
+        // below becomes current. Outside an edit the view moves down itself.
+        Guarded([editing] { editing->CommitEditAndMoveDown(); });
+        return true;
+    }
     return disposition == KeyDisposition::Handled;
+}
+
+CGridView* CLoadCalWindow::EditingView() const
+{
+    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+        if (view->IsEditing()) {
+            return view;
+        }
+    }
+    return nullptr;
+}
+
+void CLoadCalWindow::CommitOpenEdits()
+{
+    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+        view->CommitEdit();
+    }
 }
 
 // ---- Menus and toolbar ----
@@ -310,6 +389,52 @@ void CLoadCalWindow::OnCellRightClicked(GridId grid, int row, int col)
     RefreshCommandStates();
 }
 
+void CLoadCalWindow::BindRowKeys()
+{
+    // The keys of the row commands belong to a grid while no cell editor is
+    // open; an open line editor takes them itself (ShortcutOverride), so
+    // they cut, copy and paste its text instead.
+    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+        const GridId grid = view->GridModel().Id();
+        const std::pair<QKeySequence, void (CLoadCalWindow::*)(GridId)> keys[] = {
+            {QKeySequence(Qt::Key_Delete), &CLoadCalWindow::OnDeleteKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_X), &CLoadCalWindow::OnCutKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_C), &CLoadCalWindow::OnCopyKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_V), &CLoadCalWindow::OnPasteKey},
+        };
+        for (const auto& [sequence, handler] : keys) {
+            auto* shortcut =
+                new QShortcut(sequence, view, nullptr, nullptr, Qt::WidgetWithChildrenShortcut);
+            connect(shortcut, &QShortcut::activated, this, [this, view, grid, h = handler] {
+                if (!view->IsEditing()) {
+                    (this->*h)(grid);
+                }
+            });
+        }
+    }
+}
+
+void CLoadCalWindow::OnDeleteKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnDeleteKey(grid); });
+}
+
+void CLoadCalWindow::OnCutKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnCutKey(grid); });
+}
+
+void CLoadCalWindow::OnCopyKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnCopyKey(grid); });
+}
+
+void CLoadCalWindow::OnPasteKey(GridId grid)
+{
+    const std::wstring text = ToWString(QGuiApplication::clipboard()->text());
+    Guarded([&] { m_dialog.OnPasteKey(grid, text); });
+}
+
 // ---- Size and layout ----
 
 int CLoadCalWindow::MenuHeight() const
@@ -334,6 +459,79 @@ void CLoadCalWindow::resizeEvent(QResizeEvent* event)
     LayOut();
 }
 
+void CLoadCalWindow::SetTransformerHeight(int pixels)
+{
+    // The load grid ends 8 pixels above the transformer grid's top, which
+    // lies 5 pixels plus its height above the client area's bottom.
+    const int room = height() - MenuHeight() - 13 - m_loadFrame.top - kMinGridHeight;
+    pixels = std::clamp(pixels, kMinGridHeight, std::max(kMinGridHeight, room));
+    m_transformerFrame.top = m_transformerFrame.bottom - pixels;
+    LayOut();
+}
+
+void CLoadCalWindow::RestoreLayout()
+{
+    const CWindowLayout saved = CWindowLayout::Read(
+        m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(), m_pTransformerModel->columnCount());
+    for (auto [view, widths] : {std::pair{m_pLoadView, &saved.loadColumns},
+                                std::pair{m_pTransformerView, &saved.transformerColumns}}) {
+        view->FitColumnWidths();
+        CGridCtrl& grid = view->GridModel().Grid();
+        for (size_t i = 0; i < widths->size(); ++i) {
+            grid.SetColumnWidth(view->GridModel().GridColumn(static_cast<int>(i)), (*widths)[i]);
+        }
+    }
+
+    // The first start: wide enough for every load column.
+    int loadWidth = 2 * m_pLoadView->frameWidth() + m_pLoadView->verticalHeader()->width() +
+                    style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3 + m_loadFrame.left;
+    for (int c = 0; c < m_pLoadModel->columnCount(); ++c) {
+        loadWidth += m_pLoadView->horizontalHeader()->sectionSize(c);
+    }
+    const QSize wanted(saved.width.value_or(std::max(width(), loadWidth)),
+                       saved.height.value_or(height()));
+    const QScreen* display = screen();
+    const QSize available = display ? display->availableSize() : wanted;
+    resize(wanted.boundedTo(available).expandedTo(minimumSize()));
+
+    if (saved.transformerHeight) {
+        SetTransformerHeight(*saved.transformerHeight);
+    }
+
+    const QRect area = display ? display->availableGeometry() : QRect();
+    if (saved.left && saved.top && area.contains(QPoint(*saved.left, *saved.top))) {
+        move(*saved.left, *saved.top);
+    } else {
+        CenterWindow();
+    }
+}
+
+void CLoadCalWindow::SaveLayout()
+{
+    CWindowLayout layout;
+    const QPoint corner = pos();
+    layout.left = corner.x();
+    layout.top = corner.y();
+    layout.width = width();
+    layout.height = height();
+    layout.transformerHeight = TransformerHeight();
+    for (auto [view, widths] : {std::pair{m_pLoadView, &layout.loadColumns},
+                                std::pair{m_pTransformerView, &layout.transformerColumns}}) {
+        for (int c = 0; c < view->model()->columnCount(); ++c) {
+            widths->push_back(view->horizontalHeader()->sectionSize(c));
+        }
+    }
+    CLoadCalRecentFiles& settings = m_dialog.GetRecentFiles();
+    layout.Store(settings);
+    settings.WriteSettings();
+}
+
+void CLoadCalWindow::done(int result)
+{
+    Guarded([this] { SaveLayout(); });
+    QDialog::done(result);
+}
+
 void CLoadCalWindow::LayOut()
 {
     const int menuHeight = MenuHeight();
@@ -347,8 +545,15 @@ void CLoadCalWindow::LayOut()
     const CRect windowInClient{0, -menuHeight, width(), height() - menuHeight};
     const CGridLayout layout =
         CLoadCalDiaog::OnSize(windowInClient, m_loadFrame, m_transformerFrame);
-    m_pLoadView->setGeometry(ToQRect(layout.load));
+    // The total row stands frozen under the load grid's rows.
+    QRect load = ToQRect(layout.load);
+    load.setHeight(std::max(0, load.height() - m_pTotalRow->RowHeight()));
+    m_pLoadView->setGeometry(load);
+    m_pTotalRow->Follow();
     m_pTransformerView->setGeometry(ToQRect(layout.transformer));
+    const int gapTop = layout.load.bottom - 1;
+    m_pSplitHandle->setGeometry(0, gapTop, width(), layout.transformer.top + 1 - gapTop);
+    m_pSplitHandle->raise();
 }
 
 // ---- ILoadCalUi ----
@@ -455,13 +660,18 @@ void CLoadCalWindow::CenterWindow()
 
 void CLoadCalWindow::EndDialog(int result)
 {
-    QDialog::done(result == IDOK ? QDialog::Accepted : QDialog::Rejected);
+    done(result == IDOK ? QDialog::Accepted : QDialog::Rejected);
 }
 
 void CLoadCalWindow::ShowAboutBox()
 {
     CAboutBox box(this);
     Runner().Exec(box);
+}
+
+void CLoadCalWindow::SetClipboardText(const std::wstring& text)
+{
+    QGuiApplication::clipboard()->setText(ToQString(text));
 }
 
 // ---- Running the dialog ----

@@ -18,13 +18,16 @@ namespace loadcal {
 
 class CGridModel;
 class CGridView;
+class CTotalRowView;
 
 /// The window of the demand-factor calculation dialog: a modal QDialog with
 /// the controller's menu bar, its toolbar and its two grids (load grid above,
 /// transformer grid below, laid out by CLoadCalDiaog::OnSize). It implements
 /// ILoadCalUi for the controller and forwards every user action to it:
 /// commands, grid clicks and right-clicks, in-place edits (through the grid
-/// models), Enter and Escape (PreTranslateKeyDown), the close box (OnCancel).
+/// models), Enter and Escape (PreTranslateKeyDown), the close box (OnCancel),
+/// the undo keys and the row keys (Delete, Ctrl+X/C/V), whose text it takes
+/// from and gives to the system clipboard.
 /// The document lives in the controller only. Every call into the controller
 /// runs at the event boundary under Guarded: an exception is shown in a box
 /// and the window stays open with the document.
@@ -62,12 +65,22 @@ public:
     void CenterWindow() override;
     void EndDialog(int result) override;
     void ShowAboutBox() override;
+    void SetClipboardText(const std::wstring& text) override;
 
     CGridView& View(GridId grid) const;
     QMenuBar& MenuBar() const { return *m_pMenuBar; }
     QToolBar& ToolBar() const { return *m_pToolBar; }
-    /// The size the window opened with, which is also its minimum size.
+    /// The size the window was created with (the dialog template's), which
+    /// is also its minimum size. The first start then opens wide enough for
+    /// every load column; later starts open as the window was left.
     QSize OpenedSize() const { return m_openedSize; }
+    /// The frozen total row under the load grid.
+    CTotalRowView& TotalRow() const { return *m_pTotalRow; }
+    /// The height of the transformer grid (the split between the grids).
+    int TransformerHeight() const { return m_transformerFrame.Height(); }
+    /// Moves the split: the transformer grid gets this height (pixels), kept
+    /// between the smallest useful heights of both grids.
+    void SetTransformerHeight(int pixels);
 
     /// Runs a controller operation at the event boundary: an exception it
     /// lets out is reported in a box instead of crossing the event loop.
@@ -77,6 +90,8 @@ public slots:
     /// The close box and every other way Qt cancels a dialog: the
     /// controller's Cancel, which asks the save question first.
     void reject() override;
+    /// The window closes: its layout is written to the settings file first.
+    void done(int result) override;
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -91,6 +106,10 @@ private:
     IModalRunner& Runner() const { return m_pRunner ? *m_pRunner : m_defaultRunner; }
     void ReportInternalError(const QString& what);
     void RunCommand(unsigned id);
+    /// The grid view with an open in-place editor, or null.
+    CGridView* EditingView() const;
+    /// Ends open in-place edits, so that a command sees what was typed.
+    void CommitOpenEdits();
     void RefreshCommandStates();
     void BuildMenuBar();
     void FillMenu(QMenu& menu, const CMenuModel& model, bool sendCommands);
@@ -98,9 +117,20 @@ private:
     void BuildToolBar();
     void OnCellClicked(GridId grid, int row, int col);
     void OnCellRightClicked(GridId grid, int row, int col);
+    /// Delete, Ctrl+X, Ctrl+C and Ctrl+V on each grid.
+    void BindRowKeys();
+    void OnDeleteKey(GridId grid);
+    void OnCutKey(GridId grid);
+    void OnCopyKey(GridId grid);
+    void OnPasteKey(GridId grid);
     void ApplyTrackingLimits();
     int MenuHeight() const;
     void LayOut();
+    /// Column widths, size, position and split from the settings file, each
+    /// value that is missing or damaged from its default.
+    void RestoreLayout();
+    /// The layout into the settings file.
+    void SaveLayout();
     std::optional<std::wstring> RunArchiveDialog(const CFileDialogOptions& options, bool save);
 
     CLoadCalDiaog& m_dialog;
@@ -113,6 +143,8 @@ private:
     CGridModel* m_pTransformerModel = nullptr;
     CGridView* m_pLoadView = nullptr;
     CGridView* m_pTransformerView = nullptr;
+    CTotalRowView* m_pTotalRow = nullptr;
+    QWidget* m_pSplitHandle = nullptr;
     CRect m_loadFrame;
     CRect m_transformerFrame;
     QSize m_openedSize;

@@ -9,6 +9,7 @@
 #include "dialog/qt/QtText.h"
 #include "dialog/qt/WindowTexts.h"
 #include "document/AtomicFile.h"
+#include "output/report/CalculationBook.h"
 
 namespace loadcal {
 namespace {
@@ -35,6 +36,19 @@ void CQtMessageSink::ShowMessage(const std::wstring& text)
 bool CQtFileOpener::Open(const std::filesystem::path& file)
 {
     return QDesktopServices::openUrl(QUrl::fromLocalFile(ToQPath(file)));
+}
+
+bool CQtCalculationBookWriter::WriteBook(const CLoadArray& loads,
+                                         const CTransformerArray& transformers,
+                                         const std::wstring& documentPath, const std::wstring& path)
+{
+    const std::filesystem::path file = ToFsPath(path);
+    WriteCalculationBook(file, loads, transformers, {BookProjectName(documentPath), {}});
+    if (!m_bOpen) {
+        return true;
+    }
+    CQtFileOpener desktop;
+    return (m_pOpener ? *m_pOpener : desktop).Open(file);
 }
 
 std::filesystem::path ProposedOutputFile(OutputFileKind kind, const std::wstring& archivePath)

@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "dialog/CalculationBookWriter.h"
 #include "output/Desktop.h"
 
 class QWidget;
@@ -32,6 +33,22 @@ private:
 class CQtFileOpener final : public IFileOpener {
 public:
     bool Open(const std::filesystem::path& file) override;
+};
+
+/// The window's calculation book: rendered to PDF (output/report) and
+/// written atomically, then handed to the desktop's PDF viewer through Qt
+/// unless open is false. The opener is borrowed (null: CQtFileOpener).
+class CQtCalculationBookWriter final : public ICalculationBookWriter {
+public:
+    explicit CQtCalculationBookWriter(bool open = true, IFileOpener* opener = nullptr)
+        : m_bOpen(open), m_pOpener(opener)
+    {}
+    bool WriteBook(const CLoadArray& loads, const CTransformerArray& transformers,
+                   const std::wstring& documentPath, const std::wstring& path) override;
+
+private:
+    bool m_bOpen;
+    IFileOpener* m_pOpener;
 };
 
 /// The two files an output writes.

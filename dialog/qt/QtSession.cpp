@@ -51,6 +51,17 @@ QFont DialogFont()
     return font;
 }
 
+std::unique_ptr<QTranslator> LoadChineseQtTranslations()
+{
+    auto translator = std::make_unique<QTranslator>();
+    if (!translator->load(QLocale(QLocale::Chinese, QLocale::China), QStringLiteral("qtbase"),
+                          QStringLiteral("_"),
+                          QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        return nullptr;
+    }
+    return translator;
+}
+
 CQtSession::CQtSession()
 {
     if (QApplication::instance()) {
@@ -61,9 +72,12 @@ CQtSession::CQtSession()
             "no display to open the window on (set DISPLAY, or QT_QPA_PLATFORM=offscreen)");
     }
     m_pApplication = std::make_unique<QApplication>(m_argc, m_argv);
-    m_pTranslator = std::make_unique<QTranslator>();
-    if (m_pTranslator->load(QLocale::system(), QStringLiteral("qtbase"), QStringLiteral("_"),
-                            QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+    // Dates and sizes in the file dialogs read as the Chinese window does.
+    // The figures of the calculation never pass through QLocale (the model
+    // formats and parses them in the "C" numeric locale).
+    QLocale::setDefault(QLocale(QLocale::Chinese, QLocale::China));
+    m_pTranslator = LoadChineseQtTranslations();
+    if (m_pTranslator) {
         QCoreApplication::installTranslator(m_pTranslator.get());
     }
     InstallDialogFontSubstitution();

@@ -1,10 +1,10 @@
 #pragma once
 
 #include <QFont>
+#include <QTranslator>
 #include <memory>
 
 class QApplication;
-class QTranslator;
 
 namespace loadcal {
 
@@ -17,10 +17,16 @@ QFont DialogFont();
 /// DialogFont itself.
 void InstallDialogFontSubstitution();
 
+/// Qt's own Chinese texts (qtbase_zh_CN, package qt6-translations-l10n):
+/// the standard buttons of message boxes and the file dialogs read in
+/// Chinese like the rest of the window, whatever the user's locale. Null
+/// when the translation file is not installed.
+std::unique_ptr<QTranslator> LoadChineseQtTranslations();
+
 /// Keeps a Qt application alive for the window and the output's boxes.
 /// When the process has no QApplication yet, the session creates one (with
-/// Qt's own translations for the user's language, so that standard buttons
-/// read in Chinese on a Chinese desktop) and destroys it at its end;
+/// Qt's own Chinese translations, LoadChineseQtTranslations) and destroys it
+/// at its end;
 /// otherwise it leaves the running application alone. Throws
 /// std::runtime_error when there is no display to show a window on (no
 /// DISPLAY, WAYLAND_DISPLAY or QT_QPA_PLATFORM), where Qt would abort.

@@ -19,6 +19,7 @@
 #include "output/ExcelExport.h"
 #include "output/OutputError.h"
 #include "output/PointSource.h"
+#include "output/report/CalculationBook.h"
 #include "shell/cli/CliError.h"
 #include "shell/cli/DocumentFiles.h"
 #include "shell/cli/TextTable.h"
@@ -44,6 +45,7 @@ struct CliRun {
 
     std::string xlsx;
     std::string dxf;
+    std::string pdf;
     std::string base;
     double scale = 1.0;
     bool force = false;
@@ -202,6 +204,23 @@ void AddExport(CLI::App& app, CliRun& run)
     });
 }
 
+void AddReport(CLI::App& app, CliRun& run)
+{
+    auto* cmd = app.add_subcommand(
+        "report", "Write a document's calculation book (计算书) as a PDF, as it stands");
+    cmd->add_option("IN", run.input, "document to read (.LDC or .json)")->required();
+    cmd->add_option("--pdf", run.pdf, "calculation book to write (.pdf)")->required();
+    cmd->callback([&run] {
+        run.action = [&run] {
+            CLoadArray loads;
+            CTransformerArray transformers;
+            ReadInput(run, loads, transformers);
+            WriteCalculationBook(run.pdf, loads, transformers,
+                                 {BookProjectName(FromUtf8(run.input)), {}});
+        };
+    });
+}
+
 void AddDemo(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
@@ -247,7 +266,7 @@ void AddDemo(CLI::App& app, CliRun& run)
 /// of the module, run by the host.
 bool IsSubcommand(const std::string& word)
 {
-    for (const char* name : {"convert", "calc", "balance", "export", "demo"}) {
+    for (const char* name : {"convert", "calc", "balance", "export", "report", "demo"}) {
         if (word == name) {
             return true;
         }
@@ -278,7 +297,8 @@ int RunHostCommand(const std::vector<std::string>& args, std::istream& in, std::
                    "workbook file for the output \"输出到Excell\" (else asked)");
     app.add_option("--base", base, "base point X,Y[,Z] of the drawn tables (else asked)");
     app.add_option("--scale", scale, "drawing scale factor")->check(kPositiveScale);
-    app.add_flag("--no-open", noOpen, "do not open the workbook in the desktop's application");
+    app.add_flag("--no-open", noOpen,
+                 "do not open the workbook or the calculation book in the desktop's application");
     std::vector<std::string> reversed(rest.rbegin(), rest.rend());
     try {
         app.parse(reversed);
@@ -310,7 +330,8 @@ int RunHostCommand(const std::vector<std::string>& args, std::istream& in, std::
     out.flush();
     if (!found) {
         err << "loadcal: unknown command \"" << name
-            << "\" (commands: FHJS, sample; subcommands: convert, calc, balance, export, demo)\n";
+            << "\" (commands: FHJS, sample; subcommands: convert, calc, balance, export, report, "
+               "demo)\n";
         return kExitUsage;
     }
     return host.Status();
@@ -332,6 +353,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
     AddCalc(app, run);
     AddBalance(app, run);
     AddExport(app, run);
+    AddReport(app, run);
     AddDemo(app, run);
 
     std::vector<std::string> reversed(args.rbegin(), args.rend());

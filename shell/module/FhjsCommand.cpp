@@ -95,6 +95,9 @@ void FhjsCommand()
         CQtSession session;
         const FhjsOptions& opt = Options();
         CLoadCalDiaog dialog(opt.settingsPath.value_or(CLoadCalRecentFiles::DefaultSettingsPath()));
+        // The calculation book is written while the dialog stays open.
+        CQtCalculationBookWriter bookWriter(opt.openWorkbook);
+        dialog.SetBookWriter(&bookWriter);
         if (RunLoadCalDialog(dialog, opt.runner) != IDOK) {
             return;  // Cancel, Escape or the close box: nothing is produced
         }

@@ -19,7 +19,7 @@ struct FhjsOptions {
     std::optional<std::filesystem::path> workbook;  ///< --xlsx FILE.xlsx (else asked)
     std::optional<CadPoint> base;                   ///< --base X,Y[,Z] (else asked on the terminal)
     double scale = 1.0;                             ///< --scale S
-    bool openWorkbook = true;                       ///< hand the workbook to the desktop
+    bool openWorkbook = true;  ///< hand the workbook and the calculation book to the desktop
     std::optional<std::wstring>
         settingsPath;                ///< recent-files settings (default: beside the program)
     IModalRunner* runner = nullptr;  ///< modal boxes' answerer (null: the user)

@@ -56,6 +56,8 @@ public:
     void CenterWindow() override { ++centres; }
     void EndDialog(int result) override { endResults.push_back(result); }
     void ShowAboutBox() override {}
+    void SetClipboardText(const std::wstring& text) override { clipboard = text; }
+    std::wstring clipboard;  ///< the system clipboard's text
 };
 
 using testsupport::TempFolder;

@@ -7,23 +7,30 @@
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QtTest>
 #include <memory>
 
 #include "dialog/LoadCalResources.h"
+#include "dialog/WindowLayout.h"
 #include "dialog/qt/AboutBox.h"
 #include "dialog/qt/ChoicePopup.h"
 #include "dialog/qt/GridView.h"
 #include "dialog/qt/LoadCalWindow.h"
 #include "dialog/qt/QtOutput.h"
+#include "dialog/qt/QtSession.h"
 #include "dialog/qt/QtText.h"
+#include "dialog/qt/TotalRowView.h"
+#include "document/AtomicFile.h"
 #include "tests/dialog_qt/ScriptedRunner.h"
+#include "tests/dialog_qt/WindowFixture.h"
 
 using namespace loadcal;
 using loadcal::test::ChooseFile;
@@ -67,7 +74,7 @@ char* toString(const MenuLine& line)
 
 /// Each test opens a fresh window over a fresh controller (settings in a
 /// temporary folder) with a scripted answerer for its boxes.
-class WindowTest : public QObject {
+class WindowTest : public QObject, private loadcal::test::WindowFixture {
     Q_OBJECT
 
 private slots:
@@ -84,45 +91,37 @@ private slots:
     void anExceptionOfARowCommandIsReportedAndTheDocumentStays();
     void phaseBalancingShowsItsProgressInTheTitle();
     void anOutputFileIsProposedFromTheArchiveName();
+    void theCalculationBookButtonWritesThePdfAndTheWindowStaysOpen();
+    void keysTypedRightAfterAClickLandInTheClickedCell();
+    void enterF2AndEscEditAsASpreadsheetDoes();
+    void aCommandSeesTheCellBeingTyped();
+    void theLayoutIsKeptInTheSettingsFile();
+    void theTotalRowStaysInSightAndFollowsEdits();
+    void standardButtonsAndFileDialogsReadInChinese();
 
 private:
-    CGridView& LoadView() const { return m_window->View(GridId::Load); }
-    CGridView& TransformerView() const { return m_window->View(GridId::Transformer); }
-    CGridCtrl& LoadGrid() const { return m_dialog->GetGrid(GridId::Load); }
     /// Types text into a grid cell through the view and ends the edit with Enter.
     void Type(CGridView& view, int gridRow, int gridCol, const QString& text);
     /// A left click on a grid cell.
     void ClickCell(CGridView& view, int gridRow, int gridCol);
     /// A context-menu request on a grid cell, as a right click makes it.
     void RightClickCell(CGridView& view, int gridRow, int gridCol);
-    /// Selects the cells of grid rows first..last, columns 1 to 3, in the view.
-    void SelectRows(CGridView& view, int first, int last);
     QMenu& TopMenu(int position) const;
-
-    std::unique_ptr<QTemporaryDir> m_folder;
-    std::unique_ptr<CLoadCalDiaog> m_dialog;
-    std::unique_ptr<ScriptedRunner> m_runner;
-    std::unique_ptr<CLoadCalWindow> m_window;
+    /// Keys to whatever widget has the focus at each key, with no event
+    /// processing in between, as fast typing arrives.
+    static void TypeAtOnce(const QString& keys);
+    /// A new controller and window over the same settings file.
+    void Reopen();
 };
 
 void WindowTest::init()
 {
-    m_folder = std::make_unique<QTemporaryDir>();
-    QVERIFY(m_folder->isValid());
-    m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
-    m_runner = std::make_unique<ScriptedRunner>();
-    m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
-    m_window->show();
-    m_window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+    QVERIFY(OpenWindow());
 }
 
 void WindowTest::cleanup()
 {
-    m_window.reset();
-    m_dialog.reset();
-    m_runner.reset();
-    m_folder.reset();
+    CloseWindow();
 }
 
 void WindowTest::Type(CGridView& view, int gridRow, int gridCol, const QString& text)
@@ -151,16 +150,6 @@ void WindowTest::RightClickCell(CGridView& view, int gridRow, int gridCol)
     const QPoint at = view.CellRect(gridRow, gridCol).center();
     QContextMenuEvent event(QContextMenuEvent::Mouse, at, view.viewport()->mapToGlobal(at));
     QApplication::sendEvent(view.viewport(), &event);
-}
-
-void WindowTest::SelectRows(CGridView& view, int first, int last)
-{
-    const CGridModel& model = view.GridModel();
-    view.selectionModel()->select(
-        QItemSelection(model.IndexOfCell(first, 1), model.IndexOfCell(last, 3)),
-        QItemSelectionModel::ClearAndSelect);
-    view.selectionModel()->setCurrentIndex(model.IndexOfCell(first, 1),
-                                           QItemSelectionModel::NoUpdate);
 }
 
 QMenu& WindowTest::TopMenu(int position) const
@@ -204,7 +193,7 @@ void WindowTest::typingIntoTheEntryRowCreatesACircuitAndANewEntryRow()
         model.headerData(7, Qt::Horizontal, Qt::TextAlignmentRole).value<Qt::Alignment>().toInt() &
         Qt::TextWordWrap);
     QCOMPARE(view.verticalHeader()->width(), 10);
-    QCOMPARE(view.horizontalHeader()->sectionSize(0), CGridCtrl::kDefaultColumnWidth);
+    QCOMPARE(view.horizontalHeader()->sectionSize(0), LoadGrid().GetColumnWidth(1));
 }
 
 void WindowTest::pickingL2NInThePhaseListSetsTheVoltageTo022()
@@ -279,7 +268,7 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     for (const QAction* action : m_window->MenuBar().actions()) {
         titles.append(action->text());
     }
-    QCOMPARE(titles, (QList<QString>{"文件(&F)", "功能(&C)", "帮助(&H)"}));
+    QCOMPARE(titles, (QList<QString>{"文件(&F)", "编辑(&E)", "功能(&C)", "帮助(&H)"}));
 
     QMenu& file = TopMenu(0);
     emit file.aboutToShow();
@@ -318,12 +307,13 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     expected[5] = {QStringLiteral("&1 ") + path, 4000, true};
     QCOMPARE(LinesOf(file), expected);
 
-    QMenu& functions = TopMenu(1);
+    QMenu& functions = TopMenu(2);
     emit functions.aboutToShow();
-    QCOMPARE(LinesOf(functions),
-             (QList<MenuLine>{{"绘制到Acad(&D)", 32772}, {"输出到Excell(&E)", 32773}}));
+    QCOMPARE(LinesOf(functions), (QList<MenuLine>{{"绘制到Acad(&D)", 32772},
+                                                  {"输出到Excell(&E)", 32773},
+                                                  {"生成计算书(&B)", 32795}}));
 
-    QMenu& help = TopMenu(2);
+    QMenu& help = TopMenu(3);
     emit help.aboutToShow();
     QCOMPARE(LinesOf(help), (QList<MenuLine>{{"关于...", 32785}}));
 
@@ -347,12 +337,12 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
 void WindowTest::theToolbarHasItsButtonsAndToolTips()
 {
     const QList<QAction*> actions = m_window->ToolBar().actions();
-    const unsigned ids[] = {32768, 32769, 32770, 6342, 0, 32772, 32773, 32784, 0, 32785};
+    const unsigned ids[] = {32768, 32769, 32770, 6342, 0, 32772, 32773, 32784, 32795, 0, 32785};
     const char* const tips[] = {
-        "新建负荷计算数据文件", "打开文件",     "保存文件", "另存文件", nullptr,
-        "绘制到Acad",           "输出到Excell", "调整相位", nullptr,    "关于..."};
-    QCOMPARE(actions.size(), 10);
-    for (int i = 0; i < 10; ++i) {
+        "新建负荷计算数据文件", "打开文件", "保存文件",   "另存文件", nullptr,  "绘制到Acad",
+        "输出到Excell",         "调整相位", "生成计算书", nullptr,    "关于..."};
+    QCOMPARE(actions.size(), 11);
+    for (int i = 0; i < 11; ++i) {
         const QAction* action = actions[i];
         if (ids[i] == 0) {
             QVERIFY2(action->isSeparator(), qPrintable(QString::number(i)));
@@ -369,7 +359,7 @@ void WindowTest::theToolbarHasItsButtonsAndToolTips()
     }
 
     // A click on the about button runs its command.
-    QWidget* about = m_window->ToolBar().widgetForAction(actions[9]);
+    QWidget* about = m_window->ToolBar().widgetForAction(actions[10]);
     QVERIFY(about);
     QTest::mouseClick(about, Qt::LeftButton);
     QCOMPARE(m_runner->dialogs, 1);
@@ -414,7 +404,9 @@ void WindowTest::theWindowCannotBeMadeSmallerThanItOpened()
     const CRect client = MapDialogRect(res::kDialogTemplate);
     QCOMPARE(opened.width(), client.Width());
     QVERIFY(opened.height() > client.Height());  // the menu bar comes on top
-    QCOMPARE(m_window->size(), opened);
+    // The first start opens wider, to show every load column.
+    QCOMPARE(m_window->height(), opened.height());
+    QVERIFY(m_window->width() > opened.width());
     QCOMPARE(m_window->minimumSize(), opened);
     QCOMPARE(m_dialog->GetMinTrackWidth(), opened.width());
     QCOMPARE(m_dialog->GetMinTrackHeight(), opened.height());
@@ -516,6 +508,45 @@ void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
     QCOMPARE(m_runner->boxes[0].title, QStringLiteral("loadcal"));
 }
 
+void WindowTest::theCalculationBookButtonWritesThePdfAndTheWindowStaysOpen()
+{
+    /// Keeps the files handed to the viewer.
+    struct Viewer final : IFileOpener {
+        std::vector<std::filesystem::path> opened;
+        bool Open(const std::filesystem::path& file) override
+        {
+            opened.push_back(file);
+            return true;
+        }
+    } viewer;
+    CQtCalculationBookWriter writer(true, &viewer);
+    m_dialog->SetBookWriter(&writer);
+    Type(TransformerView(), 1, 1, QStringLiteral("T1"));
+    Type(LoadView(), 1, 3, QStringLiteral("Chiller"));
+    const QString path = m_folder->filePath("计算书.pdf");
+    QString proposed;
+    QStringList filters;
+    m_runner->answers.push_back(ChooseFile(path, [&](QDialog& dialog) {
+        auto& files = dynamic_cast<QFileDialog&>(dialog);
+        proposed = QFileInfo(files.selectedFiles().value(0)).fileName();
+        filters = files.nameFilters();
+    }));
+    const QList<QAction*> actions = m_window->ToolBar().actions();
+    QCOMPARE(actions[8]->data().toUInt(), res::ID_CALCULATION_BOOK);
+    QTest::mouseClick(m_window->ToolBar().widgetForAction(actions[8]), Qt::LeftButton);
+
+    QCOMPARE(proposed, QStringLiteral("未命名.pdf"));
+    QCOMPARE(filters, QStringList{"PDF 计算书(*.pdf *.PDF)"});
+    QFile book(path);
+    QVERIFY(book.open(QIODevice::ReadOnly));
+    QVERIFY(book.read(5) == "%PDF-");
+    QCOMPARE(viewer.opened, std::vector<std::filesystem::path>{ToFsPath(ToWString(path))});
+    QVERIFY(m_runner->boxes.empty());
+    QVERIFY(m_window->isVisible());
+    QVERIFY(!m_dialog->GetEndResult().has_value());
+    QCOMPARE(m_dialog->GetOutputMode(), 0);
+}
+
 void WindowTest::anOutputFileIsProposedFromTheArchiveName()
 {
     const QString archive = m_folder->filePath("plant.LDC");
@@ -558,6 +589,272 @@ void WindowTest::anOutputFileIsProposedFromTheArchiveName()
     QCOMPARE(m_runner->boxes.size(), size_t(2));
     QCOMPARE(m_runner->boxes[1].text, QStringLiteral("不能打开Excel，可能是因为没有安装Excel!"));
     QCOMPARE(m_runner->boxes[1].buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+}
+
+void WindowTest::TypeAtOnce(const QString& keys)
+{
+    for (QChar c : keys) {
+        QWidget* target = QApplication::focusWidget();
+        QVERIFY(target);
+        QTest::keyClick(target, c.toLatin1());
+    }
+}
+
+void WindowTest::Reopen()
+{
+    m_window.reset();
+    m_dialog = std::make_unique<CLoadCalDiaog>(ToWString(m_folder->filePath("settings.idp")));
+    m_window = std::make_unique<CLoadCalWindow>(*m_dialog, m_runner.get());
+    m_window->show();
+    m_window->activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(m_window.get()));
+}
+
+void WindowTest::keysTypedRightAfterAClickLandInTheClickedCell()
+{
+    Type(TransformerView(), 1, 1, QStringLiteral("1#TR"));
+    Type(TransformerView(), 2, 1, QStringLiteral("2#TR"));
+    Type(LoadView(), 1, 8, QStringLiteral("0.85"));
+    Type(LoadView(), 2, 8, QStringLiteral("0.8"));
+
+    // Transformer 2 is the current cell; the user goes to the load grid and
+    // comes back with a click, typing within the same turn of the event
+    // loop. A keyboard search would have jumped to "1#TR" with the "1".
+    ClickCell(TransformerView(), 2, 1);
+    ClickCell(LoadView(), 1, 3);
+    ClickCell(TransformerView(), 2, 1);
+    TypeAtOnce(QStringLiteral("1#TX"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCOMPARE(m_dialog->GetTransformers()[0].m_strName, std::wstring(L"1#TR"));
+    QCOMPARE(m_dialog->GetTransformers()[1].m_strName, std::wstring(L"1#TX"));
+
+    // A figure: "0" would have jumped to the next row starting with it.
+    ClickCell(LoadView(), 1, 8);
+    ClickCell(TransformerView(), 1, 1);
+    ClickCell(LoadView(), 1, 8);
+    TypeAtOnce(QStringLiteral("0.9"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCOMPARE(m_dialog->GetLoads()[0].m_strPowerFactor, std::wstring(L"0.9"));
+    QCOMPARE(m_dialog->GetLoads()[1].m_strPowerFactor, std::wstring(L"0.8"));
+    QVERIFY(m_runner->boxes.empty());
+}
+
+void WindowTest::enterF2AndEscEditAsASpreadsheetDoes()
+{
+    // Enter commits at once and moves down: the next keys, typed before any
+    // event processing, go to the cell below.
+    CGridView& view = LoadView();
+    view.setFocus();
+    view.setCurrentIndex(view.GridModel().IndexOfCell(1, 5));
+    TypeAtOnce(QStringLiteral("12"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    TypeAtOnce(QStringLiteral("34"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 2);
+    QCOMPARE(m_dialog->GetLoads()[0].m_strRatedPower, std::wstring(L"12"));
+    QCOMPARE(m_dialog->GetLoads()[1].m_strRatedPower, std::wstring(L"34"));
+    QCOMPARE(view.currentIndex(), view.GridModel().IndexOfCell(3, 5));
+    QVERIFY(!view.IsEditing());
+
+    // Enter outside an edit moves down too.
+    view.setCurrentIndex(view.GridModel().IndexOfCell(1, 5));
+    QTest::keyClick(&view, Qt::Key_Return);
+    QCOMPARE(view.currentIndex(), view.GridModel().IndexOfCell(2, 5));
+
+    // F2 edits the current cell with its text.
+    QTest::keyClick(&view, Qt::Key_F2);
+    QVERIFY(view.IsEditing());
+    auto* editor = qobject_cast<QLineEdit*>(QApplication::focusWidget());
+    QVERIFY(editor);
+    QCOMPARE(editor->text(), QStringLiteral("34"));
+
+    // Esc in an edit cancels the edit only: no save question, the document
+    // modified as before, the window open.
+    TypeAtOnce(QStringLiteral("99"));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Escape);
+    QVERIFY(!view.IsEditing());
+    QCOMPARE(LoadGrid().GetItemText(2, 5), std::wstring(L"34"));
+    QCOMPARE(m_dialog->GetLoads()[1].m_strRatedPower, std::wstring(L"34"));
+    QVERIFY(m_runner->boxes.empty());
+    QVERIFY(m_window->isVisible());
+
+    // Esc outside an edit: the save question; Cancel keeps the window.
+    m_runner->answers.push_back(Click(QMessageBox::Cancel));
+    QTest::keyClick(&view, Qt::Key_Escape);
+    QCOMPARE(m_runner->boxes.size(), size_t(1));
+    QCOMPARE(m_runner->boxes[0].text, QStringLiteral("当前文档已经改变,是否保存？"));
+    QVERIFY(m_window->isVisible());
+}
+
+void WindowTest::aCommandSeesTheCellBeingTyped()
+{
+    const QString path = m_folder->filePath("typed.LDC");
+    m_runner->answers.push_back(ChooseFile(path));
+    CGridView& view = LoadView();
+    view.setFocus();
+    view.setCurrentIndex(view.GridModel().IndexOfCell(1, 5));
+    TypeAtOnce(QStringLiteral("7.5"));
+    QVERIFY(view.IsEditing());
+    // Ctrl+S while the editor is still open: the archive holds the text.
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_S, Qt::ControlModifier);
+    QVERIFY(!view.IsEditing());
+    QCOMPARE(m_dialog->GetFilePath(), ToWString(path));
+    QVERIFY(!m_dialog->IsModified());
+    // A new window opens the saved archive (the most recent file).
+    Reopen();
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 1);
+    QCOMPARE(m_dialog->GetLoads()[0].m_strRatedPower, std::wstring(L"7.5"));
+}
+
+void WindowTest::theLayoutIsKeptInTheSettingsFile()
+{
+    // The first start shows every load column, every title in at most two
+    // lines and every text of a cell in full (here of the archive it opens).
+    m_dialog->OnEndEdit(GridId::Load, 1, 3, L"冷水机组(屋顶)");
+    m_runner->answers.push_back(ChooseFile(m_folder->filePath("wide.LDC")));
+    m_dialog->OnFileSaveAs();
+    Reopen();
+    CGridView& load = LoadView();
+    const int columns = load.model()->columnCount();
+    const QHeaderView& header = *load.horizontalHeader();
+    QVERIFY(header.sectionViewportPosition(columns - 1) + header.sectionSize(columns - 1) <=
+            load.viewport()->width());
+    const QSize firstSize = m_window->size();
+    const QFontMetrics titles(header.font());
+    for (CGridView* view : {&LoadView(), &TransformerView()}) {
+        for (int c = 0; c < view->model()->columnCount(); ++c) {
+            const QString title = view->model()->headerData(c, Qt::Horizontal).toString();
+            const QRect r = titles.boundingRect(
+                QRect(0, 0, view->horizontalHeader()->sectionSize(c) - 4, 10000),
+                Qt::AlignCenter | Qt::TextWordWrap, title);
+            QVERIFY2(r.height() <= 2 * titles.lineSpacing(), qPrintable(title));
+        }
+    }
+    QVERIFY(QFontMetrics(load.font()).horizontalAdvance(QStringLiteral("冷水机组(屋顶)")) <
+            header.sectionSize(2));
+
+    // The user arranges the window; closing writes the layout.
+    m_window->resize(m_window->OpenedSize() + QSize(150, 120));
+    m_window->SetTransformerHeight(170);
+    LoadView().horizontalHeader()->resizeSection(2, 133);
+    TransformerView().horizontalHeader()->resizeSection(0, 111);
+    const QSize size = m_window->size();
+    const QList<int> loadWidths = [&] {
+        QList<int> widths;
+        for (int c = 0; c < columns; ++c) {
+            widths.append(LoadView().horizontalHeader()->sectionSize(c));
+        }
+        return widths;
+    }();
+    m_runner->answers.push_back(Click(QMessageBox::No));
+    m_window->close();
+    QVERIFY(!m_window->isVisible());
+
+    // A second window over the same settings file opens as it was left.
+    Reopen();
+    QCOMPARE(m_window->size(), size);
+    QCOMPARE(m_window->TransformerHeight(), 170);
+    QCOMPARE(TransformerView().height(), 170);
+    for (int c = 0; c < columns; ++c) {
+        QCOMPARE(LoadView().horizontalHeader()->sectionSize(c), loadWidths[c]);
+    }
+    QCOMPARE(TransformerView().horizontalHeader()->sectionSize(0), 111);
+    m_window->close();
+
+    // Damaged values fall back to the defaults, each on its own.
+    {
+        CLoadCalRecentFiles settings(ToWString(m_folder->filePath("settings.idp")));
+        const std::wstring group(CWindowLayout::kGroup);
+        settings.SetSetting(group + L"\\宽", L"12abc");
+        settings.SetSetting(group + L"\\负荷表列宽", L"80,80");
+        settings.SetSetting(group + L"\\变压器表高", L"-5");
+        settings.WriteSettings();
+    }
+    Reopen();
+    QCOMPARE(m_window->width(), firstSize.width());
+    QCOMPARE(m_window->height(), size.height());
+    QCOMPARE(m_window->TransformerHeight(), MapDialogRect(res::kTransformerFrameTemplate).Height());
+    QVERIFY(LoadView().horizontalHeader()->sectionSize(2) != 133);
+    QCOMPARE(TransformerView().horizontalHeader()->sectionSize(0), 111);
+}
+
+void WindowTest::theTotalRowStaysInSightAndFollowsEdits()
+{
+    for (int row = 1; row <= 40; ++row) {
+        m_dialog->OnEndEdit(GridId::Load, row, 5, L"10");
+    }
+    const CTotalRowView& footer = m_window->TotalRow();
+    const int total = LoadGrid().GetRowCount() - 1;
+    const auto shows = [&](int col) {
+        return footer.model()->index(0, col - 1).data().toString();
+    };
+    QCOMPARE(shows(2), QStringLiteral("总计:"));
+    QCOMPARE(shows(5), QStringLiteral("400"));
+    for (int col = 1; col <= 13; ++col) {
+        QCOMPARE(shows(col), ToQString(LoadGrid().GetItemText(total, col)));
+    }
+    // Forty circuits do not fit: the grid scrolls, the footer stays under it
+    // and the grid does not show the row a second time.
+    CGridView& load = LoadView();
+    QTRY_VERIFY(load.verticalScrollBar()->maximum() > 0);
+    load.verticalScrollBar()->setValue(0);
+    QVERIFY(footer.isVisible());
+    QCOMPARE(footer.geometry().top(), load.geometry().bottom() + 1);
+    QCOMPARE(LoadGrid().GetRowHeight(total), CGridCtrl::kDefaultRowHeight);
+    QCOMPARE(footer.rowHeight(0), CGridCtrl::kDefaultRowHeight);
+    QVERIFY(footer.height() >= footer.rowHeight(0));
+    QVERIFY(load.isRowHidden(total - 1));
+    QVERIFY(!load.isRowHidden(total - 2));
+    // Scrolled sideways, the footer's columns stay under the grid's.
+    m_window->resize(m_window->OpenedSize());
+    QTRY_VERIFY(load.horizontalScrollBar()->maximum() > 40);
+    load.horizontalScrollBar()->setValue(40);
+    QTRY_COMPARE(footer.horizontalScrollBar()->value(), 40);
+    QCOMPARE(footer.columnViewportPosition(4), load.columnViewportPosition(4));
+
+    // An edit through the window changes the footer at once.
+    Type(load, 3, 5, QStringLiteral("25"));
+    QCOMPARE(shows(5), QStringLiteral("415"));
+    QCOMPARE(shows(9), ToQString(LoadGrid().GetItemText(LoadGrid().GetRowCount() - 1, 9)));
+    // A new circuit moves the total row down; the footer follows it.
+    m_dialog->OnEndEdit(GridId::Load, 41, 5, L"5");
+    QCOMPARE(shows(5), QStringLiteral("420"));
+    QVERIFY(load.isRowHidden(load.model()->rowCount() - 1));
+    QVERIFY(!load.isRowHidden(load.model()->rowCount() - 3));
+}
+
+void WindowTest::standardButtonsAndFileDialogsReadInChinese()
+{
+    std::unique_ptr<QTranslator> chinese = LoadChineseQtTranslations();
+    QVERIFY(chinese);
+    QCoreApplication::installTranslator(chinese.get());
+    QStringList buttons;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        auto& box = static_cast<QMessageBox&>(dialog);
+        for (auto button : {QMessageBox::Yes, QMessageBox::No, QMessageBox::Cancel}) {
+            buttons.append(box.button(button)->text());
+        }
+        box.button(QMessageBox::Cancel)->click();
+    });
+    QString accept;
+    QString title;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        auto& files = static_cast<QFileDialog&>(dialog);
+        title = files.windowTitle();
+        auto* box = files.findChild<QDialogButtonBox*>();
+        QVERIFY(box);
+        accept = box->button(QDialogButtonBox::Save) ? box->button(QDialogButtonBox::Save)->text()
+                                                     : box->button(QDialogButtonBox::Open)->text();
+        files.reject();
+    });
+    Type(LoadView(), 1, 3, QStringLiteral("Pump"));
+    m_dialog->OnFileNew();  // the save question, answered Cancel
+    m_dialog->OnFileSaveAs();
+    QCoreApplication::removeTranslator(chinese.get());
+    QCOMPARE(buttons, QStringList({QStringLiteral("是(&Y)"), QStringLiteral("否(&N)"),
+                                   QStringLiteral("取消")}));
+    QCOMPARE(accept, QStringLiteral("保存(&S)"));
+    QCOMPARE(title, QStringLiteral("另存为"));
 }
 
 QTEST_MAIN(WindowTest)

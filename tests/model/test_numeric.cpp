@@ -21,6 +21,25 @@ TEST(Numeric, ParsingReadsTheLeadingNumberOrZero)
     EXPECT_EQ(ParseNumber(L"-2,5"), -2.0);  // a comma ends the number in the "C" locale
 }
 
+TEST(Numeric, ATypedNumberIsReadWhollyOrNotAtAll)
+{
+    const std::pair<const wchar_t*, double> numbers[] = {
+        {L"200", 200}, {L"0.85", 0.85}, {L"1.0", 1},           {L"-3", -3},         {L"1E+06", 1e6},
+        {L".5", 0.5},  {L"+2", 2},      {L"1e-3", 0.001},      {L" 12 ", 12},       {L"1.", 1},
+        {L"007", 7},   {L"-0", 0},      {L"15.1939", 15.1939}, {L"1.6E+16", 1.6e16}};
+    for (const auto& [text, value] : numbers) {
+        const auto read = ReadTypedNumber(text);
+        ASSERT_TRUE(read.has_value()) << "\"" << ToUtf8(text) << "\"";
+        EXPECT_EQ(*read, value) << ToUtf8(text);
+    }
+    for (const wchar_t* text :
+         {L"",      L" ",    L"L1,N",   L"-NAN", L"NAN",  L"INF",      L"-INF", L"12kW",
+          L"1,000", L"50%",  L"(3)",    L"1e",   L"1e+",  L".",        L"-",    L"+-1",
+          L"1.2.3", L"0x10", L"1E+400", L"1 2",  L"\t12", L"1#变压器", L"１２"}) {
+        EXPECT_FALSE(ReadTypedNumber(text).has_value()) << "\"" << ToUtf8(text) << "\"";
+    }
+}
+
 TEST(Numeric, FormattingIsPrintfG)
 {
     EXPECT_EQ(FormatG(15.193925), L"15.1939");

@@ -9,6 +9,7 @@
 #include <map>
 
 #include "document/AtomicFile.h"
+#include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/Desktop.h"
 #include "output/ExcelExport.h"
@@ -114,7 +115,11 @@ void ExpectRow(const CellMap& cells, int row,
         const auto found = cells.find({row, static_cast<int>(i) + 1});
         ASSERT_NE(found, cells.end()) << "row " << row << " column " << i + 1;
         const json& c = found->second;
-        if (values[i]) {
+        if (values[i] && ReadTypedNumber(*values[i])) {
+            EXPECT_EQ(c["type"], "n") << "row " << row << " column " << i + 1;
+            EXPECT_TRUE(c["value"].is_number()) << "row " << row << " column " << i + 1;
+            EXPECT_EQ(c["value"].get<double>(), *ReadTypedNumber(*values[i]));
+        } else if (values[i]) {
             EXPECT_EQ(c["value"], ToUtf8(*values[i])) << "row " << row << " column " << i + 1;
             EXPECT_EQ(c["type"], "s");
         } else {
@@ -172,7 +177,62 @@ TEST(WorkbookExport, TheFirstFailureEndsTheExportWithItsMessage)
     }
 }
 
-TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText)
+TEST(WorkbookFile, TextsThatReadAsNumbersAreWrittenAsNumbersAndTheRestAsTexts)
+{
+    TempFolder folder;
+    Document d = MakeDocument(2, 1);
+    CLoadCalData& c = d.loads[0];
+    c.m_strCircuitNo = L"1";
+    c.m_strEquipNo = L" 12 ";
+    c.m_strEquipName = L"-NAN";
+    c.m_strPhase = L"L1,N";
+    c.m_strRatedPower = L"200";
+    c.m_strVoltage = L"0.22";
+    c.m_strDemandFactor = L"1.0";
+    c.m_strPowerFactor = L".85";
+    c.m_strCalcP = L"1E+06";
+    c.m_strCalcQ = L"-3";
+    c.m_strCalcS = L"INF";
+    c.m_strCalcI = L"12kW";
+    c.m_strTransformer = L"1e-3";
+    d.loads[1].m_strEquipName = L"";
+    d.loads[1].m_strRatedPower = L"+2";
+    WriteWorkbook(folder / "n.xlsx", d.loads, d.transformers, DistinctTotals());
+    const json workbook = ReadBack("xlsx", folder / "n.xlsx");
+    ASSERT_TRUE(workbook.is_object());
+    const CellMap cells = Cells(workbook);
+    const auto number = [&](int row, int column, double value) {
+        const json& cell = cells.at({row, column});
+        EXPECT_EQ(cell["type"], "n") << row << "," << column;
+        EXPECT_EQ(cell["value"], value) << row << "," << column;
+    };
+    const auto text = [&](int row, int column, const std::string& value) {
+        const json& cell = cells.at({row, column});
+        EXPECT_EQ(cell["type"], "s") << row << "," << column;
+        EXPECT_EQ(cell["value"], value) << row << "," << column;
+    };
+    number(2, 1, 1);
+    number(2, 2, 12);
+    text(2, 3, "-NAN");
+    text(2, 4, "L1,N");
+    number(2, 5, 200);
+    number(2, 6, 0.22);
+    number(2, 7, 1);
+    number(2, 8, 0.85);
+    number(2, 9, 1e6);
+    number(2, 10, -3);
+    text(2, 11, "INF");
+    text(2, 12, "12kW");
+    number(2, 13, 0.001);
+    EXPECT_TRUE(cells.at({3, 3})["value"].is_null());
+    number(3, 5, 2);
+    text(5, 2, "总计");
+    // Alignment is the same for numbers and texts.
+    EXPECT_EQ(cells.at({2, 5})["horizontal"], "center");
+    EXPECT_EQ(cells.at({2, 4})["horizontal"], "center");
+}
+
+TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceAndCentred)
 {
     TempFolder folder;
     Document d = MakeDocument(10, 2);
@@ -205,8 +265,8 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceCentredAndAsText)
         EXPECT_EQ(c["bold"], false);
         EXPECT_EQ(c["number_format"], "General");
     }
-    // Figures stay texts: "10.5" is not turned into a number.
-    EXPECT_EQ(cells.at({2, 5})["value"], "10.5");
+    // Figures become numbers as typed figures do.
+    EXPECT_EQ(cells.at({2, 5})["value"], 10.5);
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"负荷计算.xlsx"});
 }
 

@@ -1,0 +1,351 @@
+// The command path every change of the document takes, undo and redo, the
+// keys on selected rows, the spreadsheet clipboard and the number checks.
+#include <algorithm>
+
+#include "dialog/LoadCalDiaog.h"
+#include "dialog/LoadCalTexts.h"
+#include "dialog/NumberText.h"
+#include "dialog/TabText.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+constexpr int kLoadNumberColumns[] = {5, 6, 7, 8};
+constexpr int kTransformerNumberColumns[] = {4, 5, 6, 11, 12, 14, 16};
+constexpr int kLoadEditableLast = 8;  ///< columns 1 to 8 take typed text
+constexpr int kLoadPhaseColumn = 4;
+
+bool IsNumberColumn(GridId grid, int col)
+{
+    if (grid == GridId::Load) {
+        return std::ranges::find(kLoadNumberColumns, col) != std::end(kLoadNumberColumns);
+    }
+    return std::ranges::find(kTransformerNumberColumns, col) != std::end(kTransformerNumberColumns);
+}
+
+/// Undo (backwards) or redo of one array's changes; the indices changed go
+/// to touched (-1 for rows that came or went).
+template <class Record>
+void ApplyChanges(CArray<Record>& records, const std::vector<CRecordChange<Record>>& changes,
+                  bool backwards, std::vector<int>& touched)
+{
+    using Kind = typename CRecordChange<Record>::Kind;
+    auto apply = [&records, &touched, backwards](const CRecordChange<Record>& c) {
+        touched.push_back(c.kind == Kind::Set ? c.index : -1);
+        const bool insert =
+            (c.kind == Kind::Insert && !backwards) || (c.kind == Kind::Remove && backwards);
+        const bool remove =
+            (c.kind == Kind::Remove && !backwards) || (c.kind == Kind::Insert && backwards);
+        if (insert) {
+            records.InsertAt(c.index, backwards ? c.before : c.after);
+        } else if (remove) {
+            records.RemoveAt(c.index);
+        } else {
+            records.SetAt(c.index, backwards ? c.before : c.after);
+        }
+    };
+    if (backwards) {
+        std::for_each(changes.rbegin(), changes.rend(), apply);
+    } else {
+        std::for_each(changes.begin(), changes.end(), apply);
+    }
+}
+
+template <class Record>
+bool ChangesRows(const std::vector<CRecordChange<Record>>& changes)
+{
+    return std::ranges::any_of(changes, [](const CRecordChange<Record>& c) {
+        return c.kind != CRecordChange<Record>::Kind::Set;
+    });
+}
+
+template <class Record>
+std::vector<int> ChangedIndices(const std::vector<CRecordChange<Record>>& changes)
+{
+    std::vector<int> indices;
+    for (const CRecordChange<Record>& c : changes) {
+        indices.push_back(c.index);
+    }
+    std::ranges::sort(indices);
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
+    return indices;
+}
+
+/// The cells of a pasted line as one-line texts: a spreadsheet cell's own
+/// line breaks and tabs become blanks.
+std::wstring OneLine(std::wstring cell)
+{
+    std::ranges::replace_if(
+        cell, [](wchar_t c) { return c == L'\t' || c == L'\r' || c == L'\n'; }, L' ');
+    return cell;
+}
+
+bool IsBlankLine(const std::vector<std::wstring>& line)
+{
+    return std::ranges::all_of(line, [](const std::wstring& c) { return Trim(c).empty(); });
+}
+
+}  // namespace
+
+// ---- The command path ----
+
+CLoadCalDiaog::CCommandScope::CCommandScope(CLoadCalDiaog& dialog) : m_dialog(dialog)
+{
+    ++m_dialog.m_nCommandDepth;
+}
+
+CLoadCalDiaog::CCommandScope::~CCommandScope()
+{
+    if (--m_dialog.m_nCommandDepth > 0) {
+        return;
+    }
+    // Whatever the command got done, also when it was cut short, can be
+    // taken back.
+    m_dialog.m_history.Push(std::move(m_dialog.m_step));
+    m_dialog.m_step = CDocumentStep();
+}
+
+CRecordedArray<CLoadCalData> CLoadCalDiaog::Loads()
+{
+    return {m_arrLoad, m_nCommandDepth > 0 ? &m_step.loads : nullptr, &m_arrTouchedLoads};
+}
+
+const COwnerIndex& CLoadCalDiaog::OwnerIndex()
+{
+    // Rows that came or went (-1) shift the indices: the index is built again.
+    bool rebuild =
+        !m_pOwnerIndex || std::ranges::find(m_arrTouchedLoads, -1) != m_arrTouchedLoads.end();
+    for (size_t k = 0; k < m_arrTouchedLoads.size() && !rebuild; ++k) {
+        const int i = m_arrTouchedLoads[k];
+        rebuild = !m_pOwnerIndex->Update(i, m_arrLoad[i]);
+    }
+    m_arrTouchedLoads.clear();
+    if (rebuild) {
+        m_pOwnerIndex = std::make_unique<COwnerIndex>(m_arrLoad);
+    }
+    return *m_pOwnerIndex;
+}
+
+CRecordedArray<CTransformerCalData> CLoadCalDiaog::Transformers()
+{
+    return {m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr};
+}
+
+void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring& text)
+{
+    CGridCtrl& g = GetGrid(grid);
+    if (!g.IsCellEditable(row, col)) {
+        return;
+    }
+    CCommandScope command(*this);
+    // An input method's full-width figures are stored as plain ones.
+    g.SetItemText(row, col, IsNumberColumn(grid, col) ? NormaliseNumberText(text) : text);
+    if (grid == GridId::Load) {
+        OnEndEditLoad(row, col);
+    } else {
+        OnEndEditTransformer(row, col);
+    }
+}
+
+void CLoadCalDiaog::SetUpNumberChecks()
+{
+    for (int col : kLoadNumberColumns) {
+        m_gridLoad.SetColumnCheck(col, NumberCellTip, kNotANumberColour);
+    }
+    for (int col : kTransformerNumberColumns) {
+        m_gridTransformer.SetColumnCheck(col, NumberCellTip, kNotANumberColour);
+    }
+}
+
+// ---- Undo and redo ----
+
+void CLoadCalDiaog::OnEditUndo()
+{
+    if (const CDocumentStep* step = m_history.Undo()) {
+        ApplyStep(*step, true);
+    }
+}
+
+void CLoadCalDiaog::OnEditRedo()
+{
+    if (const CDocumentStep* step = m_history.Redo()) {
+        ApplyStep(*step, false);
+    }
+}
+
+void CLoadCalDiaog::EndPendingCut(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    int& cut = load ? m_bLoadCut : m_bTransformerCut;
+    if (cut == 0) {
+        return;
+    }
+    cut = 0;
+    MarkCutRows(grid);
+    if (load) {
+        m_arrClipLoad.RemoveAll();
+        m_arrCutLoadRows.RemoveAll();
+    } else {
+        m_arrClipTransformer.RemoveAll();
+        m_arrCutTransformerRows.RemoveAll();
+    }
+}
+
+void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
+{
+    EndPendingCut(GridId::Load);
+    EndPendingCut(GridId::Transformer);
+    ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
+    std::vector<int> transformersTouched;
+    ApplyChanges(m_arrTransformer, step.transformers, backwards, transformersTouched);
+
+    // Rows that came or went: the grid is laid out again from the records
+    // (a row paste may have shown records elsewhere than their index).
+    // Otherwise only the rows of the records touched are written again.
+    if (ChangesRows(step.loads)) {
+        FillLoadGrid();
+    } else if (!step.loads.empty()) {
+        CGridCtrl::Batch batch(m_gridLoad);
+        for (int i : ChangedIndices(step.loads)) {
+            FillLoadRow(i + 1, m_arrLoad[i]);
+        }
+        const SummaryTotals totals = OwnerIndex().Totals();
+        for (int column = 1; column <= 13; ++column) {
+            ShowTotalCell(totals, column);
+        }
+    }
+    if (ChangesRows(step.transformers)) {
+        FillTransformerGrid();
+    } else {
+        CGridCtrl::Batch batch(m_gridTransformer);
+        for (int i : ChangedIndices(step.transformers)) {
+            FillTransformerRow(i + 1, m_arrTransformer[i]);
+        }
+    }
+    m_bModified = m_history.IsAtSaved() ? 0 : 1;
+}
+
+// ---- Keys and the system clipboard ----
+
+std::wstring CLoadCalDiaog::RowsAsText(GridId grid, const std::vector<int>& rows) const
+{
+    const CGridCtrl& g = GetGrid(grid);
+    CTabRows table;
+    for (int r : rows) {
+        std::vector<std::wstring>& line = table.emplace_back();
+        for (int c = g.GetFixedColumnCount(); c < g.GetColumnCount(); ++c) {
+            line.push_back(g.GetItemText(r, c));
+        }
+    }
+    return FormatTabText(table);
+}
+
+void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
+{
+    const CGridCtrl& g = GetGrid(grid);
+    const int entryRow =
+        grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
+    const bool ownRows = clipboardText == GetClipboardText(grid);
+    if (g.GetFocusCell().row == entryRow && !ownRows && !clipboardText.empty()) {
+        PasteText(grid, clipboardText);
+    } else {
+        OnPasteRows(grid);
+    }
+}
+
+void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
+{
+    const CGridCtrl& g = GetGrid(grid);
+    const CCellID focus = g.GetFocusCell();
+    const int entryRow =
+        grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
+    if (focus.row != entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
+        return;
+    }
+    CTabRows lines = ParseTabText(text);
+    std::erase_if(lines, IsBlankLine);
+    if (lines.empty()) {
+        return;
+    }
+    for (std::vector<std::wstring>& line : lines) {
+        for (std::wstring& cell : line) {
+            cell = OneLine(std::move(cell));
+        }
+    }
+    CCommandScope command(*this);
+    if (grid == GridId::Load) {
+        PasteLoadLines(lines, focus.col);
+    } else {
+        PasteTransformerLines(lines, focus.col);
+    }
+}
+
+void CLoadCalDiaog::PasteLoadLines(const CTabRows& lines, int col)
+{
+    // Each line is typed into the entry row as a person would: its first
+    // placeable cell creates the circuit, the others are typed into it.
+    // Transformers and totals are recalculated once at the end, which gives
+    // what recalculating them after every cell gives.
+    m_bDeferRecalculation = true;
+    m_bRecalculationPending = false;
+    try {
+        for (const std::vector<std::wstring>& line : lines) {
+            const int row = m_arrLoad.GetSize() + 1;
+            for (size_t j = 0; j < line.size(); ++j) {
+                const int c = col + static_cast<int>(j);
+                const std::wstring cell = Trim(line[j]);
+                if (c > kLoadEditableLast || cell.empty()) {
+                    continue;
+                }
+                if (c == kLoadPhaseColumn &&
+                    std::ranges::find(m_arrPhase, cell) == m_arrPhase.end()) {
+                    continue;  // the phase is chosen from its list only
+                }
+                OnEndEdit(GridId::Load, row, c, cell);
+            }
+        }
+    } catch (...) {
+        m_bDeferRecalculation = false;
+        throw;
+    }
+    m_bDeferRecalculation = false;
+    if (m_bRecalculationPending) {
+        RefreshTotals();
+        RecalculateAllTransformers();
+    }
+}
+
+void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
+{
+    bool told = false;
+    for (const std::vector<std::wstring>& line : lines) {
+        const int row = m_arrTransformer.GetSize() + 1;
+        // The duplicate-name rule, once for the whole paste: the line is left out.
+        if (col == 1 && !line.empty()) {
+            const std::wstring name = Trim(line[0]);
+            const bool taken = std::ranges::any_of(m_arrTransformer, [&name](const auto& t) {
+                return EqualsNoCase(name, t.m_strName);
+            });
+            if (!name.empty() && taken) {
+                if (!told) {
+                    MessageBox(texts::kDuplicateTransformer, texts::kNoticeCaption,
+                               MB_ICONINFORMATION);
+                    told = true;
+                }
+                continue;
+            }
+        }
+        for (size_t j = 0; j < line.size(); ++j) {
+            const int c = col + static_cast<int>(j);
+            const std::wstring cell = Trim(line[j]);
+            if (c >= m_gridTransformer.GetColumnCount() || cell.empty() ||
+                !m_gridTransformer.IsCellEditable(row, c)) {
+                continue;
+            }
+            OnEndEdit(GridId::Transformer, row, c, cell);
+        }
+    }
+}
+
+}  // namespace loadcal

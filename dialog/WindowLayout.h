@@ -1,0 +1,44 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace loadcal {
+
+class CLoadCalRecentFiles;
+
+/// The calculation window's remembered layout, kept in the settings file
+/// beside the recent-files list under a group of its own ("负荷计算\窗口"):
+/// the window's position (top-left of its frame, screen pixels) and size
+/// (pixels), the split between the grids (the transformer grid's height,
+/// pixels) and the widths of the data columns of both grids (pixels, grid
+/// column 1 onwards). The window reads it once when it opens and writes it
+/// when it closes. A value that is missing or damaged (not a whole number,
+/// outside its range, a width list of the wrong length) reads as nothing,
+/// and the window uses its default for that value alone.
+struct CWindowLayout {
+    static constexpr std::wstring_view kGroup = L"负荷计算\\窗口";
+    static constexpr int kMaxPixels = 100000;  ///< larger values are damage
+
+    std::optional<int> left;
+    std::optional<int> top;
+    std::optional<int> width;
+    std::optional<int> height;
+    std::optional<int> transformerHeight;
+    std::vector<int> loadColumns;         ///< empty: the default widths
+    std::vector<int> transformerColumns;  ///< empty: the default widths
+
+    /// Reads the layout; loadCount and transformerCount are the numbers of
+    /// data columns a width list must have.
+    static CWindowLayout Read(const CLoadCalRecentFiles& settings, int loadCount,
+                              int transformerCount);
+    /// Sets every present value in the settings tree (the caller writes the
+    /// file).
+    void Store(CLoadCalRecentFiles& settings) const;
+
+    friend bool operator==(const CWindowLayout&, const CWindowLayout&) = default;
+};
+
+}  // namespace loadcal

@@ -1,0 +1,130 @@
+#pragma once
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <vector>
+
+#include <QColor>
+#include <QFont>
+#include <QFontMetricsF>
+#include <QLineF>
+#include <QRectF>
+#include <QString>
+#include <QStringList>
+
+class QPainter;
+
+namespace loadcal {
+
+/// One laid-out page of the book: texts at their baselines, lines and filled
+/// boxes, in tenths of a point from the page's top-left corner.
+struct BookPage {
+    struct Text {
+        QPointF baseline;
+        QString text;
+        int size;  ///< font size, tenths of a point
+    };
+    struct Box {
+        QRectF rect;
+        QColor fill;
+    };
+    bool landscape = false;
+    std::vector<Box> boxes;
+    std::vector<QLineF> lines;
+    std::vector<Text> texts;
+};
+
+/// A column of a book table: its title (wrapped in the header) and its share
+/// of the table's width.
+struct BookColumn {
+    QString title;
+    double weight;
+};
+
+/// Lays out the book page by page on A4 with fixed margins: headings,
+/// wrapped paragraphs, tables that continue on new pages with their header
+/// repeated, and bar charts; a block that does not fit on the page starts a
+/// new one. Sizes are tenths of a point; text is measured with the book's
+/// font (WenQuanYi Zen Hei, unhinted). Owns the pages it made; Render draws
+/// them with the page numbers once the count is known. Needs a Qt GUI
+/// application for the font metrics.
+class CBookLayout {
+public:
+    static constexpr double kPortraitWidth = 5953;   ///< A4, 210 mm
+    static constexpr double kPortraitHeight = 8419;  ///< A4, 297 mm
+    static constexpr double kMargin = 500;
+    static constexpr double kFooter = 450;  ///< reserved above the bottom margin
+    static constexpr int kBodySize = 95;
+    static constexpr int kTableSize = 78;
+
+    CBookLayout();
+
+    void NewPage(bool landscape);
+    bool Landscape() const { return m_pages.back().landscape; }
+    double ContentWidth() const;
+    /// Starts a new page (same orientation) unless height fits below the cursor.
+    void Reserve(double height);
+    void Space(double height) { m_y += height; }
+
+    void Heading(const QString& text, int size);
+    /// Wrapped at the content width (less indent); lines kept on one page each.
+    void Paragraph(const QString& text, int size = kBodySize, double indent = 0);
+    /// A label in its own column followed by wrapped text.
+    void LabelledParagraph(const QString& label, double labelWidth, const QString& text,
+                           int size = kBodySize);
+    void CentredText(const QString& text, int size);
+
+    /// How a table is set.
+    struct TableStyle {
+        bool shadeLastRow = false;  ///< a total row
+        int size = kTableSize;
+        int minLines = 1;           ///< the least height of a row, in lines
+        bool keepTogether = false;  ///< start a new page rather than split, when it fits one
+    };
+    /// A table over the content width: the header on a grey band, each row as
+    /// tall as its most wrapped cell, every cell centred; a row that does not
+    /// fit starts a new page, which repeats the header.
+    void Table(const std::vector<BookColumn>& columns, const std::vector<QStringList>& rows,
+               const TableStyle& style);
+
+    /// Bars with their values above and labels below, over width at the left
+    /// margin, under a title that names the unit; the scale's top is a round
+    /// figure (1, 2 or 5 times a power of ten) at or above the largest value.
+    void BarChart(const QString& title, const QStringList& labels,
+                  const std::vector<double>& values, double width, double height);
+
+    /// Wraps text into lines no wider than width: at spaces, and between
+    /// characters of Chinese text; a word longer than the width is cut.
+    QStringList Wrap(const QString& text, int size, double width);
+    double TextWidth(const QString& text, int size);
+    double LineHeight(int size) { return size * 1.45; }
+
+    std::vector<BookPage>& Pages() { return m_pages; }
+
+    /// Draws every page with "第 n 页 共 m 页" and footer centred at its foot,
+    /// starting a new page (with its orientation) before each but the first.
+    /// newPage starts the next page with the orientation it is given.
+    void Render(QPainter& painter, const QString& footer,
+                const std::function<void(bool landscape)>& newPage);
+
+    /// The font of a size (tenths of a point, as a pixel size in those units).
+    QFont Font(int size) const;
+
+private:
+    const QFontMetricsF& Metrics(int size);
+    double PageHeight() const;
+    double Bottom() const { return PageHeight() - kMargin - kFooter; }
+    void AddText(double x, double baseline, const QString& text, int size);
+    void TableHeader(const std::vector<BookColumn>& columns, const std::vector<double>& widths,
+                     int size);
+
+    std::vector<BookPage> m_pages;
+    std::map<int, std::unique_ptr<QFontMetricsF>> m_metrics;
+    double m_y = 0;
+};
+
+/// Draws one page's boxes, lines and texts.
+void DrawBookPage(QPainter& painter, const BookPage& page, const CBookLayout& layout);
+
+}  // namespace loadcal

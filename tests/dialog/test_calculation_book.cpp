@@ -1,0 +1,131 @@
+// The command "生成计算书": menu and toolbar entry, the save dialog it asks,
+// the writer it hands the records to, and the dialog that stays open.
+
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "dialog/LoadCalResources.h"
+#include "tests/dialog/ScriptedUi.h"
+
+using namespace loadcal;
+using namespace loadcal::test;
+
+namespace {
+
+/// Keeps what it was asked to write; throws or reports no viewer when told.
+class RecordingWriter final : public ICalculationBookWriter {
+public:
+    struct Call {
+        CLoadArray loads;
+        CTransformerArray transformers;
+        std::wstring documentPath;
+        std::wstring path;
+    };
+    std::vector<Call> calls;
+    bool shown = true;
+    const char* failure = nullptr;
+
+    bool WriteBook(const CLoadArray& loads, const CTransformerArray& transformers,
+                   const std::wstring& documentPath, const std::wstring& path) override
+    {
+        if (failure) {
+            throw std::runtime_error(failure);
+        }
+        calls.push_back({loads, transformers, documentPath, path});
+        return shown;
+    }
+};
+
+}  // namespace
+
+TEST(CalculationBook, TheCommandStandsInTheFunctionsMenuAndOnTheToolbar)
+{
+    DialogFixture f;
+    const CMenuModel& bar = f.dlg->GetMenuBar();
+    const CMenuModel* functions = nullptr;
+    for (const CMenuItem& item : bar.Items()) {
+        if (item.kind == CMenuItem::Kind::Popup && item.text == L"功能(&C)") {
+            functions = item.popup.get();
+        }
+    }
+    ASSERT_NE(functions, nullptr);
+    const int at = functions->FindId(res::ID_CALCULATION_BOOK);
+    ASSERT_GE(at, 0);
+    EXPECT_EQ(functions->Items()[static_cast<size_t>(at)].text, L"生成计算书(&B)");
+    EXPECT_NE(std::find(res::kToolbarButtons.begin(), res::kToolbarButtons.end(),
+                        res::ID_CALCULATION_BOOK),
+              res::kToolbarButtons.end());
+    EXPECT_EQ(f.dlg->OnToolTipText(res::ID_CALCULATION_BOOK), L"生成计算书");
+    EXPECT_TRUE(f.dlg->IsCommandEnabled(res::ID_CALCULATION_BOOK));
+    // The id is no other command's.
+    for (unsigned id :
+         {res::ID_FILE_NEW, res::ID_FILE_OPEN, res::ID_FILE_SAVE, res::ID_FILE_SAVE_AS,
+          res::ID_FILE_RECENT, res::ID_FILE_EXIT, res::ID_OUTPUT_DRAWING, res::ID_OUTPUT_EXCEL,
+          res::ID_ADJUST_PHASES, res::ID_ABOUT, res::ID_LOAD_CUT, res::ID_LOAD_COPY,
+          res::ID_LOAD_PASTE, res::ID_LOAD_DELETE, res::ID_TRANSFORMER_CUT,
+          res::ID_TRANSFORMER_COPY, res::ID_TRANSFORMER_PASTE, res::ID_TRANSFORMER_DELETE}) {
+        EXPECT_NE(id, res::ID_CALCULATION_BOOK);
+    }
+}
+
+TEST(CalculationBook, TheBookOfTheRecordsAsTheyStandIsWrittenAndTheDialogStaysOpen)
+{
+    DialogFixture f;
+    RecordingWriter writer;
+    f.dlg->SetBookWriter(&writer);
+    f.AddTransformer(L"T1");
+    f.AddCircuit(L"水泵", L"L1,L2,L3,N", L"15");
+    f.Own(1, {L"T1"});
+
+    // Untitled: the save dialog proposes 未命名.pdf; cancelling writes nothing.
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    ASSERT_EQ(f.ui.saveDialogs.size(), 1u);
+    EXPECT_EQ(f.ui.saveDialogs[0].initialName, L"未命名.pdf");
+    EXPECT_EQ(f.ui.saveDialogs[0].defaultExtension, L"pdf");
+    EXPECT_NE(f.ui.saveDialogs[0].filter.find(L"*.pdf"), std::wstring::npos);
+    EXPECT_TRUE(writer.calls.empty());
+
+    // After Save As the archive's name is proposed; unsaved edits go into the book.
+    f.SaveAsIn("配电.LDC");
+    f.Type(GridId::Load, 1, 5, L"30");
+    ASSERT_TRUE(f.dlg->IsModified());
+    const std::wstring book = f.folder.File("书.pdf");
+    f.ui.saveAnswers.push_back(book);
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    EXPECT_EQ(f.ui.saveDialogs.back().initialName, L"配电.pdf");
+    ASSERT_EQ(writer.calls.size(), 1u);
+    EXPECT_EQ(writer.calls[0].path, book);
+    EXPECT_EQ(writer.calls[0].documentPath, f.folder.File("配电.LDC"));
+    EXPECT_EQ(writer.calls[0].loads, f.dlg->GetLoads());
+    EXPECT_EQ(writer.calls[0].transformers, f.dlg->GetTransformers());
+    EXPECT_EQ(writer.calls[0].loads[0].m_strRatedPower, L"30");
+
+    // Unlike the output commands: no save question, no end, no output mode.
+    EXPECT_TRUE(f.ui.boxes.empty());
+    EXPECT_TRUE(f.ui.endResults.empty());
+    EXPECT_FALSE(f.dlg->GetEndResult().has_value());
+    EXPECT_EQ(f.dlg->GetOutputMode(), 0);
+    EXPECT_TRUE(f.dlg->IsModified());
+}
+
+TEST(CalculationBook, AFailureOrAMissingViewerIsToldAndTheDialogStaysOpen)
+{
+    DialogFixture f;
+    RecordingWriter writer;
+    f.dlg->SetBookWriter(&writer);
+    writer.failure = "cannot write \"/x/书.pdf\": No space left on device";
+    f.ui.saveAnswers.push_back(L"/x/书.pdf");
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    ASSERT_EQ(f.ui.boxes.size(), 1u);
+    EXPECT_EQ(f.ui.boxes[0].text, L"cannot write \"/x/书.pdf\": No space left on device");
+    EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
+
+    writer.failure = nullptr;
+    writer.shown = false;
+    f.ui.saveAnswers.push_back(L"/x/书.pdf");
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    ASSERT_EQ(f.ui.boxes.size(), 2u);
+    EXPECT_EQ(f.ui.boxes[1].text, L"计算书已生成，但没有可以打开 PDF 文件的程序：\n/x/书.pdf");
+    EXPECT_TRUE(f.ui.endResults.empty());
+}
