@@ -1,13 +1,21 @@
 // Saving and opening an archive of the largest readable size: 32,767 circuits
 // (the signed 16-bit row limit) over 100 transformers, in memory, split into
-// records -> tree -> bytes and bytes -> tree -> records.
+// records -> tree -> bytes, records -> bytes (the file writer) and
+// bytes -> tree -> records; and the whole of `loadcal convert` between two
+// archive files (read, check, write, flush, rename), with the process's peak
+// resident memory so far as a counter.
 
 #include <benchmark/benchmark.h>
 
+#include <sys/resource.h>
+
+#include <filesystem>
 #include <random>
 
 #include "document/Archive.h"
+#include "document/AtomicFile.h"
 #include "tests/support/RandomDocument.h"
+#include "tests/support/TempFolder.h"
 
 using namespace loadcal;
 
@@ -57,6 +65,34 @@ void BM_Serialize(benchmark::State& state)
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(doc.bytes.size()));
 }
 BENCHMARK(BM_Serialize)->Unit(benchmark::kMillisecond);
+
+void BM_EncodeArchive(benchmark::State& state)
+{
+    const Document& doc = LargestDocument();
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(EncodeArchive(doc.loads, doc.transformers));
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(doc.bytes.size()));
+}
+BENCHMARK(BM_EncodeArchive)->Unit(benchmark::kMillisecond);
+
+void BM_ConvertArchiveFile(benchmark::State& state)
+{
+    const Document& doc = LargestDocument();
+    const testsupport::TempFolder folder;
+    WriteFileAtomically(folder / "in.LDC", doc.bytes);
+    CLoadArray loads;
+    CTransformerArray transformers;
+    for (auto _ : state) {
+        LoadArchiveFile(folder.File("in.LDC"), loads, transformers);
+        SaveArchiveFile(folder.File("out.LDC"), loads, transformers);
+    }
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    state.counters["peak_rss_MB"] = static_cast<double>(usage.ru_maxrss) / 1024.0;
+    state.counters["file_MB"] = static_cast<double>(doc.bytes.size()) / (1024.0 * 1024.0);
+}
+BENCHMARK(BM_ConvertArchiveFile)->Unit(benchmark::kMillisecond);
 
 void BM_Deserialize(benchmark::State& state)
 {

@@ -1,8 +1,11 @@
 #include "document/Archive.h"
 
+#include <algorithm>
+#include <optional>
 #include <string_view>
 
 #include "document/ArchiveKeys.h"
+#include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "model/Text.h"
 
@@ -28,18 +31,60 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
         const Record& row = rows[i];
         for (size_t f = 0; f < N; ++f) {
             const std::wstring& text = row.FieldAt(static_cast<int>(f));
-            store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text), text.c_str(), 0);
+            store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text),
+                               std::wstring_view(text), 0);
         }
     }
 }
 
-/// The text at row\key below a table node, or null when there is no such node.
-const std::wstring* Lookup(const CInterDpNode& table, const std::wstring& row,
-                           std::wstring_view key)
+/// The text at key below a row node, or null when there is no such node
+/// (or no row node: every key of a missing row is missing).
+std::optional<std::wstring_view> Lookup(const CInterDpNode* row, std::wstring_view key)
 {
     const CInterDpNode* node =
-        table.GetSubValueFromPathW(0, row + std::wstring(kSeparator) + std::wstring(key));
-    return node == nullptr ? nullptr : &node->ValueText();
+        row == nullptr ? nullptr : row->GetSubValueFromPathW(0, std::wstring(key));
+    if (node == nullptr) {
+        return std::nullopt;
+    }
+    return node->ValueText();
+}
+
+/// The bytes of an empty root record.
+constexpr size_t kRootSize = 18;
+
+/// The bytes WriteTable gives for a table (none for an empty one).
+template <class Record, size_t N>
+size_t TableSize(std::wstring_view group, const CArray<Record>& rows,
+                 const std::array<std::wstring_view, N>& keys)
+{
+    if (rows.IsEmpty()) {
+        return 0;
+    }
+    size_t size = CIdpWriter::RecordSize(group, {});
+    for (int i = 0; i < rows.GetSize(); ++i) {
+        size += CIdpWriter::RecordSize(std::to_wstring(i), {});
+        for (size_t f = 0; f < N; ++f) {
+            size += CIdpWriter::RecordSize(keys[f], rows[i].FieldAt(static_cast<int>(f)));
+        }
+    }
+    return size;
+}
+
+/// The records of one table in the archive's encoding, as StoreTable puts
+/// them into a tree and Serialize writes that tree.
+template <class Record, size_t N>
+void WriteTable(CIdpWriter& out, std::wstring_view group, const CArray<Record>& rows,
+                const std::array<std::wstring_view, N>& keys)
+{
+    out.Node(group, 0, 0, {}, static_cast<size_t>(rows.GetSize()));
+    for (int i = 0; i < rows.GetSize(); ++i) {
+        out.Node(std::to_wstring(i), 0, 0, {}, N);
+        const Record& row = rows[i];
+        for (size_t f = 0; f < N; ++f) {
+            const std::wstring& text = row.FieldAt(static_cast<int>(f));
+            out.Node(keys[f], ValueCount(text), 0, text, 0);
+        }
+    }
 }
 
 }  // namespace
@@ -63,13 +108,15 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
     if (const CInterDpNode* table =
             store->GetSubValueFromPathW(0, std::wstring(archive::kLoadGroup))) {
         const int rows = table->ChildCount();
+        loads.Reserve(std::max(rows, 0));
         for (int i = 0; i < rows; ++i) {
             const std::wstring row = std::to_wstring(i);
+            const CInterDpNode* rowNode = table->GetSubValueFromPathW(0, row);
             CLoadCalData record;
             for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
-                const std::wstring* text = Lookup(*table, row, archive::kLoadKeys[field]);
-                if (text != nullptr) {
+                const auto text = Lookup(rowNode, archive::kLoadKeys[field]);
+                if (text) {
                     record.FieldAt(f) = *text;
                 } else if (f == CLoadCalData::kCircuitNo) {
                     record.FieldAt(f) = row;
@@ -85,16 +132,16 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
             store->GetSubValueFromPathW(0, std::wstring(archive::kTransformerGroup))) {
         const int rows = table->ChildCount();
         for (int i = 0; i < rows; ++i) {
-            const std::wstring row = std::to_wstring(i);
-            if (Lookup(*table, row, archive::kTransformerKeys[CTransformerCalData::kName]) ==
-                nullptr) {
+            const CInterDpNode* rowNode = table->GetSubValueFromPathW(0, std::to_wstring(i));
+            if (Lookup(rowNode, archive::kTransformerKeys[CTransformerCalData::kName]) ==
+                std::nullopt) {
                 continue;
             }
             CTransformerCalData record;
             for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
-                const std::wstring* text = Lookup(*table, row, archive::kTransformerKeys[field]);
-                if (text != nullptr) {
+                const auto text = Lookup(rowNode, archive::kTransformerKeys[field]);
+                if (text) {
                     record.FieldAt(f) = *text;
                 } else {
                     record.FieldAt(f) = archive::kTransformerReadDefaults[field];
@@ -105,14 +152,33 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
     }
 }
 
+std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& transformers)
+{
+    CIdpWriter out(TableSize(archive::kLoadGroup, loads, archive::kLoadKeys) +
+                   TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys) +
+                   kRootSize);
+    out.Node({}, 0, 0, {}, (loads.IsEmpty() ? 0U : 1U) + (transformers.IsEmpty() ? 0U : 1U));
+    if (!loads.IsEmpty()) {
+        WriteTable(out, archive::kLoadGroup, loads, archive::kLoadKeys);
+    }
+    if (!transformers.IsEmpty()) {
+        WriteTable(out, archive::kTransformerGroup, transformers, archive::kTransformerKeys);
+    }
+    return out.Finish();
+}
+
 void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
                      const CTransformerArray& transformers)
 {
-    CInterDpData store;
-    StoreRecords(store, loads, transformers);
-    if (store.WriteDataToIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
-        throw DocumentError(store.LastError());
-    }
+    const auto refuse = [&](std::wstring_view group, int rows) {
+        if (rows > static_cast<int>(kIdpMaxChildren)) {
+            throw DocumentError(
+                TooManyChildrenError(path, std::wstring(group), static_cast<size_t>(rows)));
+        }
+    };
+    refuse(archive::kLoadGroup, loads.GetSize());
+    refuse(archive::kTransformerGroup, transformers.GetSize());
+    WriteFileAtomically(ToFsPath(path), EncodeArchive(loads, transformers));
 }
 
 void LoadArchiveFile(const std::wstring& path, CLoadArray& loads, CTransformerArray& transformers)

@@ -10,9 +10,9 @@ namespace loadcal {
 /// Puts the two record arrays into a store, rebuilding it from nothing: the
 /// tree is emptied, then every field of every load circuit is set at
 /// 负荷信息\<i>\<key> and every field of every transformer at
-/// 变压器信息\<i>\<key> (keys in ArchiveKeys.h), each as its text with the
-/// count Utf16Length(text) + 1 and flags 0. An empty array leaves no node for
-/// its table. Statuses of the store are not examined.
+/// 变压器信息\<i>\<key> (keys in ArchiveKeys.h), each as its whole text (NUL
+/// characters included) with the count Utf16Length(text) + 1 and flags 0. An empty array leaves no
+/// node for its table. Statuses of the store are not examined.
 void StoreRecords(CInterDpData& store, const CLoadArray& loads,
                   const CTransformerArray& transformers);
 
@@ -25,9 +25,15 @@ void StoreRecords(CInterDpData& store, const CLoadArray& loads,
 /// Nothing is recalculated.
 void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers);
 
-/// Writes the arrays as an archive file (replacing it atomically). Unlike the
-/// dialog's save, a failure is reported: throws DocumentError naming the file
-/// and the cause.
+/// The bytes of the archive file of the arrays, exactly those that
+/// StoreRecords followed by CInterDpData::Serialize give, without building
+/// the tree (tables of at most kIdpMaxChildren rows).
+std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& transformers);
+
+/// Writes the arrays as an archive file (replacing it atomically). Throws
+/// DocumentError naming the file and the cause when it cannot be written, or
+/// when a table has more than 32,767 rows (kIdpMaxChildren: a reader would
+/// get fewer back), in which case nothing is written.
 void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
                      const CTransformerArray& transformers);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <string_view>
@@ -11,43 +12,88 @@ namespace loadcal {
 std::filesystem::path ToFsPath(const std::wstring& path);
 std::wstring FromFsPath(const std::filesystem::path& path);
 
-/// Replaces a file as a whole or not at all: the content goes to a temporary
-/// file in the target's folder, is flushed to disk and then renamed over the
-/// target. On any failure the temporary file is removed, the previous file is
-/// left as it was, and DocumentError names the target and the cause.
+/// The system's reason for a failed file operation as the messages give it:
+/// the C library's text, except "it is a folder" (EISDIR), "no such file or folder"
+/// (ENOENT) and "not a regular file" (ENODEV).
+std::string FileErrorText(int error);
+
+/// Reads the whole of a regular file into bytes. Returns 0, or the errno that
+/// stopped it: ENOENT/ENOTDIR (missing), EISDIR (a folder), ENODEV (not a
+/// regular file), EFBIG (larger than limit bytes; nothing is allocated), or
+/// the error of open/read. A file that shrinks while read gives what is there.
+int ReadFileBytes(const std::filesystem::path& file, uint64_t limit, std::string& bytes);
+
+/// Replaces a file as a whole or not at all (CAtomicFile: Write, then Commit).
+/// DocumentError names the target and the cause.
 void WriteFileAtomically(const std::filesystem::path& target, std::string_view bytes);
 
-/// A file replaced as a whole or not at all: the object owns a fresh
-/// temporary path in the target's folder; Write() fills it (or a writer that
-/// insists on writing files itself, the xlsx library, writes TempPath());
-/// Commit() flushes it and renames it over the target, CommitIfAbsent() only
-/// when no file of that name exists at that moment. The destructor removes
-/// the temporary file when no commit happened. Failures throw DocumentError
-/// naming the target.
+/// A file replaced as a whole or not at all, the one way every file of the
+/// program is written (archives, the settings file, JSON, workbooks,
+/// drawings).
+///
+/// The target is resolved first: a symbolic link (relative, absolute or a
+/// chain) is followed to the file it names, which is replaced while the link
+/// stays. The content goes to an unnamed temporary file (O_TMPFILE) in that
+/// file's folder; Commit() flushes it, gives it the permission bits (and,
+/// where the process may, the owner and group) of the file it replaces, and
+/// only then gives it a name: directly the target's when there is no file
+/// yet, else a fixed commit name renamed over the target at once. Until that
+/// moment there is nothing to leave behind, whatever kills the process.
+/// SIGINT, SIGTERM and SIGHUP are held back for the two calls of the commit,
+/// so they never interrupt it; only SIGKILL between those two calls can leave
+/// the commit name (".NAME.loadcal-commit", a complete new file), and the next
+/// write to the same target removes it.
+///
+/// On a file system without unnamed files the temporary file is named
+/// (".NAME.loadcal-XXXXXX") and removed by the destructor, and by SIGINT,
+/// SIGTERM and SIGHUP as well while their disposition is the default one
+/// (a handler removes every open temporary file and then dies of the same
+/// signal); a SIGKILL or a crash there leaves it.
+///
+/// Failures throw DocumentError naming the target; the target then is as it was.
 class CAtomicFile {
 public:
+    /// Opens the temporary file. Throws when the folder cannot take it (missing,
+    /// no permission) or the target is a folder.
     explicit CAtomicFile(std::filesystem::path target);
     ~CAtomicFile();
     CAtomicFile(const CAtomicFile&) = delete;
     CAtomicFile& operator=(const CAtomicFile&) = delete;
 
-    const std::filesystem::path& TempPath() const { return m_temp; }
+    /// The path as given.
     const std::filesystem::path& Target() const { return m_target; }
-    /// Creates the temporary file with bytes and flushes them to disk.
+    /// The file that Commit replaces: the target with its links followed.
+    const std::filesystem::path& FinalTarget() const { return m_final; }
+    /// Appends bytes to the temporary file.
     void Write(std::string_view bytes);
-    /// Throws DocumentError when the temporary file is missing or the rename fails.
+    /// Flushes the temporary file and puts it in place of the target.
     void Commit();
-    /// The same, but false (nothing moved) when the target exists; decided
-    /// atomically at the moment of the move.
+    /// The same, but false (nothing placed) when the target exists; decided
+    /// atomically at the moment of the placing.
     bool CommitIfAbsent();
 
 private:
-    void RequireTemp() const;
-    void Committed();
+    [[noreturn]] void Fail(int error) const;
+    bool Place(bool replace);
+    void Close();
 
     std::filesystem::path m_target;
-    std::filesystem::path m_temp;
+    std::filesystem::path m_final;
+    std::filesystem::path m_named;  ///< the named temporary file, when there is one
+    int m_fd = -1;
+    int m_dirFd = -1;
     bool m_committed = false;
 };
+
+/// Test seams of the file layer; the program never sets them.
+struct AtomicFileFaults {
+    /// The nth write to a temporary file from now on fails (1: the next one); 0: none.
+    int failWriteAt = 0;
+    /// The errno of that failure.
+    int writeError = 0;
+    /// Behave as on a file system without unnamed temporary files.
+    bool namedTemporary = false;
+};
+void SetAtomicFileFaults(const AtomicFileFaults& faults);
 
 }  // namespace loadcal

@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <zlib.h>
 
 #include <algorithm>
 #include <array>
@@ -11,9 +12,14 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <memory_resource>
+#include <new>
+#include <stdexcept>
+#include <unordered_map>
 
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
+#include "document/LargeMemory.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -112,74 +118,167 @@ std::string Quoted(const std::wstring& path)
     return out;
 }
 
+/// CRC-32 (IEEE 802.3) as zlib computes it, which is also the file's checksum.
 uint32_t Crc32(const unsigned char* data, size_t size)
 {
-    static const std::array<uint32_t, 256> table = [] {
-        std::array<uint32_t, 256> t{};
-        for (uint32_t i = 0; i < 256; ++i) {
-            uint32_t c = i;
-            for (int k = 0; k < 8; ++k) {
-                c = (c & 1U) != 0 ? 0xEDB88320U ^ (c >> 1) : c >> 1;
-            }
-            t[i] = c;
-        }
-        return t;
-    }();
-    uint32_t crc = 0xFFFFFFFFU;
-    for (size_t i = 0; i < size; ++i) {
-        crc = table[(crc ^ data[i]) & 0xFFU] ^ (crc >> 8);
-    }
-    return crc ^ 0xFFFFFFFFU;
+    return static_cast<uint32_t>(crc32_z(0L, data, size));
 }
 
 }  // namespace
 
 // ---------------------------------------------------------------------------
-// CInterDpNode
+// The arena and the nodes
 
-CInterDpNode::~CInterDpNode()
-{
-    // Children are released from a work list, never by recursion.
-    std::vector<std::unique_ptr<CInterDpNode>> pending = std::move(m_children);
-    while (!pending.empty()) {
-        std::unique_ptr<CInterDpNode> node = std::move(pending.back());
-        pending.pop_back();
-        for (auto& child : node->m_children) {
-            pending.push_back(std::move(child));
-        }
-        node->m_children.clear();
+/// Owns every node, text, child list and name index of one tree: memory is
+/// taken in growing blocks and given back only as a whole, with the tree.
+/// Nodes need no destructor (they own nothing outside the arena).
+class CIdpArena {
+public:
+    template <class T>
+    T* Allocate(size_t n)
+    {
+        m_used += n * sizeof(T);
+        return static_cast<T*>(m_memory.allocate(n * sizeof(T), alignof(T)));
     }
+
+    CInterDpNode* NewNode() { return new (Allocate<CInterDpNode>(1)) CInterDpNode(); }
+
+    /// A NUL-terminated copy of text; an empty text takes no memory.
+    const wchar_t* Text(std::wstring_view text)
+    {
+        if (text.empty()) {
+            return L"";
+        }
+        wchar_t* copy = Allocate<wchar_t>(text.size() + 1);
+        std::copy(text.begin(), text.end(), copy);
+        copy[text.size()] = L'\0';
+        return copy;
+    }
+
+    /// A name, shared with earlier equal names where the small cache knows
+    /// them (the keys of an archive's rows repeat tens of thousands of times).
+    const wchar_t* Name(std::wstring_view name)
+    {
+        if (name.size() > kCachedNameLength) {
+            return Text(name);
+        }
+        if (const auto found = m_names.find(name); found != m_names.end()) {
+            return found->second;
+        }
+        const wchar_t* copy = Text(name);
+        if (m_names.size() < kCachedNames) {
+            m_names.emplace(std::wstring_view(copy, name.size()), copy);
+        }
+        return copy;
+    }
+
+    /// Bytes handed out so far.
+    size_t Used() const { return m_used; }
+
+private:
+    static constexpr size_t kCachedNameLength = 16;
+    static constexpr size_t kCachedNames = 1024;
+
+    std::pmr::monotonic_buffer_resource m_memory{64 * 1024, &CLargeMemoryResource::Instance()};
+    std::unordered_map<std::wstring_view, const wchar_t*> m_names;
+    size_t m_used = 0;
+};
+
+/// An open-addressing table of a node's children by name (linear probing,
+/// at most three quarters full), in the arena.
+struct CInterDpNode::NameIndex {
+    CInterDpNode** slots = nullptr;
+    size_t mask = 0;
+    size_t used = 0;
+
+    static size_t Hash(std::wstring_view name) { return std::hash<std::wstring_view>{}(name); }
+
+    CInterDpNode* Find(std::wstring_view name) const
+    {
+        for (size_t i = Hash(name) & mask;; i = (i + 1) & mask) {
+            if (slots[i] == nullptr || slots[i]->Name() == name) {
+                return slots[i];
+            }
+        }
+    }
+
+    void Insert(CInterDpNode* node)
+    {
+        size_t i = Hash(node->Name()) & mask;
+        while (slots[i] != nullptr) {
+            i = (i + 1) & mask;
+        }
+        slots[i] = node;
+        ++used;
+    }
+
+    /// A table with room for at least n names.
+    static NameIndex* Make(CIdpArena& arena, size_t n)
+    {
+        size_t capacity = 32;
+        while (capacity * 3 / 4 < n) {
+            capacity *= 2;
+        }
+        auto* index = new (arena.Allocate<NameIndex>(1)) NameIndex();
+        index->slots = arena.Allocate<CInterDpNode*>(capacity);
+        std::fill_n(index->slots, capacity, nullptr);
+        index->mask = capacity - 1;
+        return index;
+    }
+};
+
+const CInterDpNode& CInterDpNode::ChildAt(size_t i) const
+{
+    if (i >= m_childCount) {
+        throw std::out_of_range("no child " + std::to_string(i) + " of " +
+                                std::to_string(m_childCount));
+    }
+    return *m_children[i];
 }
 
 CInterDpNode* CInterDpNode::Child(std::wstring_view name) const
 {
-    if (m_pIndex) {
-        const auto it = m_pIndex->find(name);
-        return it == m_pIndex->end() ? nullptr : it->second;
+    if (m_pIndex != nullptr) {
+        return m_pIndex->Find(name);
     }
-    for (const auto& child : m_children) {
-        if (child->m_name == name) {
-            return child.get();
+    for (uint32_t i = 0; i < m_childCount; ++i) {
+        if (m_children[i]->Name() == name) {
+            return m_children[i];
         }
     }
     return nullptr;
 }
 
-CInterDpNode& CInterDpNode::AddChild(std::wstring name)
+void CInterDpNode::Reserve(CIdpArena& arena, size_t children)
 {
-    auto node = std::make_unique<CInterDpNode>();
-    node->m_name = std::move(name);
-    CInterDpNode& added = *node;
-    m_children.push_back(std::move(node));
-    if (m_pIndex) {
-        m_pIndex->emplace(added.m_name, &added);
-    } else if (m_children.size() > kIndexThreshold) {
-        m_pIndex = std::make_unique<NameIndex>();
-        for (const auto& child : m_children) {
-            m_pIndex->emplace(child->m_name, child.get());
+    if (children <= m_childCapacity) {
+        return;
+    }
+    auto** grown = arena.Allocate<CInterDpNode*>(children);
+    std::copy_n(m_children, m_childCount, grown);
+    m_children = grown;
+    m_childCapacity = static_cast<uint32_t>(children);
+    if (children > kIndexThreshold && (m_pIndex == nullptr || m_pIndex->mask * 3 / 4 < children)) {
+        m_pIndex = NameIndex::Make(arena, children);
+        for (uint32_t i = 0; i < m_childCount; ++i) {
+            m_pIndex->Insert(m_children[i]);
         }
     }
-    return added;
+}
+
+CInterDpNode& CInterDpNode::AddChild(CIdpArena& arena, std::wstring_view name)
+{
+    if (m_childCount == m_childCapacity) {
+        Reserve(arena, std::max<size_t>(4, size_t{m_childCapacity} * 2));
+    }
+    CInterDpNode* node = arena.NewNode();
+    node->m_name = arena.Name(name);
+    node->m_nameLength = static_cast<uint32_t>(name.size());
+    m_children[m_childCount++] = node;
+    if (m_pIndex != nullptr) {
+        m_pIndex->Insert(node);
+    }
+    return *node;
 }
 
 const CInterDpNode* CInterDpNode::GetSubValueFromPathW(int16_t, const std::wstring& path) const
@@ -208,7 +307,8 @@ const CInterDpNode* CInterDpNode::GetSubValueFromPathW(int16_t, const std::wstri
 class CIdpCodec {
 public:
     static std::string Encode(const CInterDpNode& root);
-    static IdpStatus Decode(const std::string& bytes, CInterDpNode& root, std::string& error);
+    static IdpStatus Decode(const std::string& bytes, CIdpArena& arena, CInterDpNode& root,
+                            std::string& error);
 
 private:
     /// A node record as read, before it is attached to its parent.
@@ -287,11 +387,19 @@ private:
             if (!Need(2 * static_cast<size_t>(units), what)) {
                 return false;
             }
-            std::u16string u16(units, u'\0');
-            for (auto& unit : u16) {
-                unit = static_cast<char16_t>(U16());
+            // Units outside the surrogates are characters as they are; a
+            // text with surrogates goes through the pairing rules.
+            out.resize(units);
+            bool paired = false;
+            for (auto& c : out) {
+                const uint16_t unit = U16();
+                paired = paired || (unit >= 0xD800 && unit <= 0xDFFF);
+                c = static_cast<wchar_t>(unit);
             }
-            out = FromUtf16(u16);
+            if (paired) {
+                const std::u16string u16(out.begin(), out.end());
+                out = FromUtf16(u16);
+            }
             return true;
         }
 
@@ -309,30 +417,11 @@ private:
 
 namespace {
 
-void PutU16(std::string& out, uint16_t v)
-{
-    out.push_back(static_cast<char>(v & 0xFFU));
-    out.push_back(static_cast<char>(v >> 8));
-}
-
 void PutU32(std::string& out, uint32_t v)
 {
-    for (int shift = 0; shift < 32; shift += 8) {
-        out.push_back(static_cast<char>((v >> shift) & 0xFFU));
-    }
-}
-
-void PutText(std::string& out, const std::wstring& text)
-{
-    const std::u16string units = ToUtf16(text);
-    if (units.size() > std::numeric_limits<uint32_t>::max()) {
-        throw DocumentError("a text of " + std::to_string(units.size()) +
-                            " UTF-16 units is too long for a data file");
-    }
-    PutU32(out, static_cast<uint32_t>(units.size()));
-    for (char16_t unit : units) {
-        PutU16(out, static_cast<uint16_t>(unit));
-    }
+    const char bytes[4] = {static_cast<char>(v & 0xFFU), static_cast<char>((v >> 8) & 0xFFU),
+                           static_cast<char>((v >> 16) & 0xFFU), static_cast<char>(v >> 24)};
+    out.append(bytes, 4);
 }
 
 void PatchU32(std::string& out, size_t at, uint32_t v)
@@ -342,45 +431,97 @@ void PatchU32(std::string& out, size_t at, uint32_t v)
     }
 }
 
+/// A length-prefixed UTF-16LE text, encoded as ToUtf16 does, without an
+/// intermediate string.
+void PutText(std::string& out, std::wstring_view text)
+{
+    const size_t units = Utf16Length(text);
+    if (units > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("a text of " + std::to_string(units) +
+                            " UTF-16 units is too long for a data file");
+    }
+    PutU32(out, static_cast<uint32_t>(units));
+    const size_t at = out.size();
+    out.resize(at + 2 * units);
+    char* p = out.data() + at;
+    const auto put = [&p](uint32_t unit) {
+        *p++ = static_cast<char>(unit & 0xFFU);
+        *p++ = static_cast<char>(unit >> 8);
+    };
+    for (const wchar_t wc : text) {
+        const auto c = static_cast<uint32_t>(wc);
+        if (c < 0x10000) {
+            put(c);
+        } else if (c <= 0x10FFFF) {
+            put(0xD800 + ((c - 0x10000) >> 10));
+            put(0xDC00 + ((c - 0x10000) & 0x3FF));
+        } else {
+            put(0xFFFD);
+        }
+    }
+}
+
 }  // namespace
+
+CIdpWriter::CIdpWriter(size_t expectedSize) : m_out(kMagic.begin(), kMagic.end())
+{
+    m_out.reserve(expectedSize + kHeaderSize + kChecksumSize);
+    AdviseHugePages(m_out.data(), m_out.capacity());
+    PutU32(m_out, kVersion);
+    PutU32(m_out, 0);  // payload length, patched by Finish
+}
+
+size_t CIdpWriter::RecordSize(std::wstring_view name, std::wstring_view value)
+{
+    return kMinNodeSize + 2 * (Utf16Length(name) + Utf16Length(value));
+}
+
+void CIdpWriter::Node(std::wstring_view name, int16_t count, int32_t flags, std::wstring_view value,
+                      size_t children)
+{
+    if (children > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("a node has too many children for a data file");
+    }
+    PutText(m_out, name);
+    const auto c = static_cast<uint16_t>(count);
+    m_out.push_back(static_cast<char>(c & 0xFFU));
+    m_out.push_back(static_cast<char>(c >> 8));
+    PutU32(m_out, static_cast<uint32_t>(flags));
+    PutText(m_out, value);
+    PutU32(m_out, static_cast<uint32_t>(children));
+}
+
+std::string CIdpWriter::Finish()
+{
+    const size_t payload = m_out.size() - kHeaderSize;
+    if (payload > std::numeric_limits<uint32_t>::max()) {
+        throw DocumentError("the tree takes " + std::to_string(payload) +
+                            " bytes, more than a data file can hold");
+    }
+    PatchU32(m_out, 12, static_cast<uint32_t>(payload));
+    PutU32(m_out, Crc32(reinterpret_cast<const unsigned char*>(m_out.data()), m_out.size()));
+    return std::move(m_out);
+}
 
 std::string CIdpCodec::Encode(const CInterDpNode& root)
 {
-    std::string out(kMagic.begin(), kMagic.end());
-    PutU32(out, kVersion);
-    PutU32(out, 0);  // payload length, patched below
-
+    CIdpWriter out;
     // Pre-order: a node, then each of its children's subtrees in insertion order.
     std::vector<const CInterDpNode*> pending{&root};
     while (!pending.empty()) {
         const CInterDpNode* node = pending.back();
         pending.pop_back();
-        PutText(out, node->m_name);
-        PutU16(out, static_cast<uint16_t>(node->m_nValueCount));
-        PutU32(out, static_cast<uint32_t>(node->m_nFlags));
-        PutText(out, node->m_value);
-        if (node->m_children.size() > std::numeric_limits<uint32_t>::max()) {
-            throw DocumentError("a node has too many children for a data file");
-        }
-        PutU32(out, static_cast<uint32_t>(node->m_children.size()));
-        for (auto it = node->m_children.rbegin(); it != node->m_children.rend(); ++it) {
-            pending.push_back(it->get());
+        out.Node(node->Name(), node->m_nValueCount, node->m_nFlags, node->ValueText(),
+                 node->m_childCount);
+        for (uint32_t i = node->m_childCount; i-- > 0;) {
+            pending.push_back(node->m_children[i]);
         }
     }
-
-    const size_t payload = out.size() - kHeaderSize;
-    if (payload > std::numeric_limits<uint32_t>::max()) {
-        throw DocumentError("the tree takes " + std::to_string(payload) +
-                            " bytes, more than a data file can hold");
-    }
-    PatchU32(out, 12, static_cast<uint32_t>(payload));
-    PutU32(out, Crc32(reinterpret_cast<const unsigned char*>(out.data()), out.size()));
-    return out;
+    return out.Finish();
 }
 
 bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
 {
-    const size_t at = in.Pos();
     if (!in.Text(rec.name, "a node name")) {
         return false;
     }
@@ -392,10 +533,6 @@ bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
     if (!in.Text(rec.value, "a node value")) {
         return false;
     }
-    if (rec.value.find(L'\0') != std::wstring::npos) {
-        return in.Fail(IdpStatus::Malformed,
-                       "damaged at byte " + std::to_string(at) + ": a value holds a NUL character");
-    }
     if (!in.Need(4, "a child count")) {
         return false;
     }
@@ -403,7 +540,8 @@ bool CIdpCodec::ReadRecord(Reader& in, Record& rec)
     return true;
 }
 
-IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::string& error)
+IdpStatus CIdpCodec::Decode(const std::string& bytes, CIdpArena& arena, CInterDpNode& root,
+                            std::string& error)
 {
     error.clear();
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
@@ -447,7 +585,18 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
     };
     std::vector<Frame> stack;
     uint64_t pendingNodes = rec.childCount;
+    // The tree may take 2.75 times the file's size and 32 MB: with the file's
+    // bytes and the program itself that keeps a reading under four times the
+    // size and 64 MB. A file of our own writing stays below it, while a file
+    // of nothing but the smallest records would not (each of their nodes
+    // takes more than three times its record).
+    const size_t memoryBudget = bytes.size() * 11 / 4 + (size_t{32} << 20);
+    // Child lists are sized once from the counts, as far as the bytes left could hold them.
+    const auto reserve = [&](CInterDpNode& node, uint32_t children) {
+        node.Reserve(arena, std::min<size_t>(children, (in.End() - in.Pos()) / kMinNodeSize));
+    };
     if (rec.childCount > 0) {
+        reserve(root, rec.childCount);
         stack.push_back({&root, rec.childCount});
     }
     const auto fail = [&](IdpStatus status, size_t at, const std::string& what) {
@@ -488,11 +637,18 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
             return fail(IdpStatus::Malformed, at,
                         "nodes nested deeper than " + std::to_string(kIdpMaxDepth) + " levels");
         }
-        CInterDpNode& node = parent->AddChild(std::move(rec.name));
+        if (arena.Used() > memoryBudget) {
+            return fail(IdpStatus::Malformed, at,
+                        "its nodes would take more than " + std::to_string(memoryBudget >> 20) +
+                            " MB of memory (2.75 times the file's size and 32 MB)");
+        }
+        CInterDpNode& node = parent->AddChild(arena, rec.name);
         node.m_nValueCount = rec.valueCount;
         node.m_nFlags = rec.flags;
-        node.m_value = std::move(rec.value);
+        node.m_value = arena.Text(rec.value);
+        node.m_valueLength = static_cast<uint32_t>(rec.value.size());
         if (rec.childCount > 0) {
+            reserve(node, rec.childCount);
             pendingNodes += rec.childCount;
             stack.push_back({&node, rec.childCount});
         }
@@ -527,17 +683,30 @@ IdpStatus CIdpCodec::Decode(const std::string& bytes, CInterDpNode& root, std::s
 // ---------------------------------------------------------------------------
 // CInterDpData
 
-CInterDpData::CInterDpData() : m_root(std::make_unique<CInterDpNode>()) {}
+CInterDpData::CInterDpData()
+{
+    ClearDataFromMemory();
+}
 
 CInterDpData::~CInterDpData() = default;
 
 int16_t CInterDpData::ClearDataFromMemory()
 {
-    m_root = std::make_unique<CInterDpNode>();
+    m_arena = std::make_unique<CIdpArena>();
+    m_root = m_arena->NewNode();
     return Code(IdpStatus::Ok);
 }
 
 int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, const wchar_t* value,
+                                   int32_t flags)
+{
+    if (value == nullptr) {
+        return SetSubValueW(path, 0, std::wstring_view(), flags);
+    }
+    return SetSubValueW(path, count, std::wstring_view(value), flags);
+}
+
+int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, std::wstring_view value,
                                    int32_t flags)
 {
     std::vector<std::wstring_view> names;
@@ -551,18 +720,15 @@ int16_t CInterDpData::SetSubValueW(const std::wstring& path, int16_t count, cons
     if (!cursor.Valid()) {
         return Code(IdpStatus::BadPath);
     }
-    CInterDpNode* node = m_root.get();
+    CInterDpNode* node = m_root;
     for (const std::wstring_view name : names) {
         CInterDpNode* child = node->Child(name);
-        node = child != nullptr ? child : &node->AddChild(std::wstring(name));
+        node = child != nullptr ? child : &node->AddChild(*m_arena, name);
     }
-    if (value == nullptr) {
-        node->m_value.clear();
-        node->m_nValueCount = 0;
-    } else {
-        node->m_value = AsStored(std::wstring(value));
-        node->m_nValueCount = count;
-    }
+    const std::wstring stored = AsStored(std::wstring(value));
+    node->m_value = m_arena->Text(stored);
+    node->m_valueLength = static_cast<uint32_t>(stored.size());
+    node->m_nValueCount = count;
     node->m_nFlags = flags;
     return Code(IdpStatus::Ok);
 }
@@ -580,11 +746,55 @@ std::string CInterDpData::Serialize() const
 
 IdpStatus CInterDpData::Deserialize(const std::string& bytes)
 {
-    auto root = std::make_unique<CInterDpNode>();
-    const IdpStatus status = CIdpCodec::Decode(bytes, *root, m_lastError);
-    m_root = std::move(root);
+    auto arena = std::make_unique<CIdpArena>();
+    CInterDpNode* root = arena->NewNode();
+    const IdpStatus status = CIdpCodec::Decode(bytes, *arena, *root, m_lastError);
+    m_arena = std::move(arena);
+    m_root = root;
     return status;
 }
+
+std::string TooManyChildrenError(const std::wstring& file, const std::wstring& node,
+                                 size_t children)
+{
+    return "cannot write " + Quoted(file) + ": \"" + ToUtf8(node) + "\" holds " +
+           std::to_string(children) + " entries, more than the " + std::to_string(kIdpMaxChildren) +
+           " a file can hold; nothing was written";
+}
+
+namespace {
+
+/// The path of the first node (pre-order) with more children than a reader
+/// can count, or "" when there is none.
+std::wstring CrowdedNode(const CInterDpNode& root)
+{
+    struct Frame {
+        const CInterDpNode* node;
+        std::wstring path;
+    };
+    std::vector<Frame> pending{{&root, L""}};
+    while (!pending.empty()) {
+        Frame frame = std::move(pending.back());
+        pending.pop_back();
+        if (frame.node->ChildrenSize() > kIdpMaxChildren) {
+            return frame.path.empty() ? std::wstring(1, kSeparator) : frame.path;
+        }
+        for (size_t i = frame.node->ChildrenSize(); i-- > 0;) {
+            const CInterDpNode& child = frame.node->ChildAt(i);
+            if (child.ChildrenSize() > 0) {
+                std::wstring path = frame.path;
+                if (!path.empty()) {
+                    path += kSeparator;
+                }
+                path += child.Name();
+                pending.push_back({&child, std::move(path)});
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace
 
 int16_t CInterDpData::WriteDataToIdpFile(const std::wstring& path) const
 {
@@ -592,6 +802,11 @@ int16_t CInterDpData::WriteDataToIdpFile(const std::wstring& path) const
     if (path.empty()) {
         m_lastError = "cannot write a data file: no file name given";
         return Code(IdpStatus::IoError);
+    }
+    if (const std::wstring crowded = CrowdedNode(*m_root); !crowded.empty()) {
+        const CInterDpNode* node = m_root->GetSubValueFromPathW(0, crowded);
+        m_lastError = TooManyChildrenError(path, crowded, node->ChildrenSize());
+        return Code(IdpStatus::TooManyChildren);
     }
     try {
         WriteFileAtomically(ToFsPath(path), Serialize());
@@ -611,49 +826,21 @@ namespace {
 /// The whole content of a regular file, or a status and a reason.
 IdpStatus ReadWholeFile(const std::filesystem::path& file, std::string& bytes, std::string& why)
 {
-    const int fd = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        const int err = errno;
-        why = err == ENOENT || err == ENOTDIR ? "no such file" : std::strerror(err);
-        return err == ENOENT || err == ENOTDIR ? IdpStatus::FileNotFound : IdpStatus::IoError;
+    const int error = ReadFileBytes(
+        file, kHeaderSize + uint64_t{std::numeric_limits<uint32_t>::max()} + kChecksumSize, bytes);
+    switch (error) {
+        case 0:
+            return IdpStatus::Ok;
+        case ENOENT:
+            why = FileErrorText(error);
+            return IdpStatus::FileNotFound;
+        case EFBIG:
+            why = "too large to be a data file";
+            return IdpStatus::Malformed;
+        default:
+            why = FileErrorText(error);
+            return IdpStatus::IoError;
     }
-    struct stat info {};
-    IdpStatus status = IdpStatus::Ok;
-    if (::fstat(fd, &info) != 0) {
-        why = std::strerror(errno);
-        status = IdpStatus::IoError;
-    } else if (S_ISDIR(info.st_mode)) {
-        why = "it is a folder";
-        status = IdpStatus::IoError;
-    } else if (!S_ISREG(info.st_mode)) {
-        why = "not a regular file";
-        status = IdpStatus::IoError;
-    } else if (static_cast<uint64_t>(info.st_size) >
-               kHeaderSize + uint64_t{std::numeric_limits<uint32_t>::max()} + kChecksumSize) {
-        why = "too large to be a data file (" + std::to_string(info.st_size) + " bytes)";
-        status = IdpStatus::Malformed;
-    } else {
-        bytes.resize(static_cast<size_t>(info.st_size));
-        size_t done = 0;
-        while (done < bytes.size()) {
-            const ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
-            if (n < 0 && errno == EINTR) {
-                continue;
-            }
-            if (n < 0) {
-                why = std::strerror(errno);
-                status = IdpStatus::IoError;
-                break;
-            }
-            if (n == 0) {
-                break;  // the file shrank while being read: decode what is there
-            }
-            done += static_cast<size_t>(n);
-        }
-        bytes.resize(done);
-    }
-    ::close(fd);
-    return status;
 }
 
 }  // namespace

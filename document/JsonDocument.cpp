@@ -105,19 +105,43 @@ std::string PlainParseMessage(const std::string& what)
 std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& transformers,
                            const SummaryTotals& totals)
 {
-    Json doc = Json::object();
-    Json& loadList = doc[kLoadsKey] = Json::array();
-    for (const auto& c : loads) {
-        loadList.push_back(RecordToJson(c, kLoadKeys));
-    }
-    Json& transformerList = doc[kTransformersKey] = Json::array();
-    for (const auto& t : transformers) {
-        transformerList.push_back(RecordToJson(t, kTransformerKeys));
-    }
-    doc[kTotalsKey] = Json{{"Pe", ToUtf8(totals.installed)},    {"P", ToUtf8(totals.active)},
-                           {"Q", ToUtf8(totals.reactive)},      {"S", ToUtf8(totals.apparent)},
-                           {"cos", ToUtf8(totals.powerFactor)}, {"I", ToUtf8(totals.current)}};
-    return doc.dump(2) + "\n";
+    // The text of doc.dump(2) for the whole document, written one record at a
+    // time so that the document never exists as one JSON tree in memory.
+    std::string out = "{\n";
+    const auto append = [&out](const Json& value, const char* indent) {
+        const std::string text = value.dump(2);
+        for (const char c : text) {
+            out += c;
+            if (c == '\n') {
+                out += indent;
+            }
+        }
+    };
+    const auto list = [&](const char* key, const auto& records, const auto& keys, bool last) {
+        out += "  \"";
+        out += key;
+        out += "\": [";
+        for (int i = 0; i < records.GetSize(); ++i) {
+            out += i == 0 ? "\n    " : ",\n    ";
+            append(RecordToJson(records[i], keys), "    ");
+        }
+        out += records.IsEmpty() ? "]" : "\n  ]";
+        out += last ? "\n" : ",\n";
+    };
+    list(kLoadsKey, loads, kLoadKeys, false);
+    list(kTransformersKey, transformers, kTransformerKeys, false);
+    out += "  \"";
+    out += kTotalsKey;
+    out += "\": ";
+    append(Json{{"Pe", ToUtf8(totals.installed)},
+                {"P", ToUtf8(totals.active)},
+                {"Q", ToUtf8(totals.reactive)},
+                {"S", ToUtf8(totals.apparent)},
+                {"cos", ToUtf8(totals.powerFactor)},
+                {"I", ToUtf8(totals.current)}},
+           "  ");
+    out += "\n}\n";
+    return out;
 }
 
 void DocumentFromJson(std::string_view json, const std::string& source, CLoadArray& loads,

@@ -93,7 +93,7 @@ std::optional<std::wstring> CLoadCalRecentFiles::GetSetting(const std::wstring& 
     if (!node || node->ValueCount() < 1) {
         return std::nullopt;
     }
-    return node->ValueText();
+    return std::wstring(node->ValueText());
 }
 
 void CLoadCalRecentFiles::SetSetting(const std::wstring& path, const std::wstring& text)

@@ -49,12 +49,17 @@ void CommitOutputFile(CAtomicFile& file, bool replace)
     }
 }
 
+std::unique_ptr<CAtomicFile> OpenOutputFile(const std::filesystem::path& target)
+{
+    return AsOutputError([&] { return std::make_unique<CAtomicFile>(target); });
+}
+
 void WriteOutputFile(const std::filesystem::path& target, std::string_view bytes, bool replace)
 {
     RequireTarget(target, replace);
-    CAtomicFile file(target);
-    AsOutputError([&] { file.Write(bytes); });
-    CommitOutputFile(file, replace);
+    const auto file = OpenOutputFile(target);
+    AsOutputError([&] { file->Write(bytes); });
+    CommitOutputFile(*file, replace);
 }
 
 }  // namespace loadcal

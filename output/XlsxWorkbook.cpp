@@ -1,9 +1,16 @@
 #include "output/XlsxWorkbook.h"
 
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #include <xlsxwriter.h>
 
 #include <cerrno>
+#include <cstdio>
+#include <cstring>
 
+#include "document/DocumentError.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/OutputError.h"
@@ -84,6 +91,65 @@ std::string Quoted(const std::filesystem::path& p)
     return "\"" + p.string() + "\"";
 }
 
+/// Keeps standard error (the descriptor, for the whole process) away from the
+/// terminal for its lifetime: libxlsxwriter prints "[ERROR]" lines there
+/// itself, and the program reports every failure in its own one line. errno
+/// is kept across the end, for the caller to read the cause.
+class CQuietStderr {
+public:
+    CQuietStderr()
+    {
+        std::fflush(stderr);
+        m_saved = ::dup(STDERR_FILENO);
+        const int sink = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
+        if (m_saved >= 0 && sink >= 0) {
+            ::dup2(sink, STDERR_FILENO);
+        }
+        if (sink >= 0) {
+            ::close(sink);
+        }
+    }
+    ~CQuietStderr()
+    {
+        const int err = errno;
+        std::fflush(stderr);
+        if (m_saved >= 0) {
+            ::dup2(m_saved, STDERR_FILENO);
+            ::close(m_saved);
+        }
+        errno = err;
+    }
+    CQuietStderr(const CQuietStderr&) = delete;
+    CQuietStderr& operator=(const CQuietStderr&) = delete;
+
+private:
+    int m_saved = -1;
+};
+
+/// The whole content of a file descriptor from its start; false with errno set on failure.
+bool ReadAll(int fd, std::string& bytes)
+{
+    struct stat info {};
+    if (::fstat(fd, &info) != 0) {
+        return false;
+    }
+    bytes.resize(static_cast<size_t>(info.st_size));
+    size_t done = 0;
+    while (done < bytes.size()) {
+        const ssize_t n =
+            ::pread(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
+        if (n < 0 && errno == EINTR) {
+            continue;
+        }
+        if (n <= 0) {
+            errno = n < 0 ? errno : EIO;
+            return false;
+        }
+        done += static_cast<size_t>(n);
+    }
+    return true;
+}
+
 }  // namespace
 
 CXlsxWorkbook::CXlsxWorkbook(std::filesystem::path target, bool replace)
@@ -93,7 +159,11 @@ CXlsxWorkbook::CXlsxWorkbook(std::filesystem::path target, bool replace)
 CXlsxWorkbook::~CXlsxWorkbook()
 {
     if (m_workbook) {
+        const CQuietStderr quiet;
         lxw_workbook_free(m_workbook);
+    }
+    if (m_memoryFd >= 0) {
+        ::close(m_memoryFd);
     }
 }
 
@@ -116,11 +186,21 @@ void CXlsxWorkbook::WorkbooksAdd()
                           "cannot write " + Quoted(m_target) + ": only one workbook per file");
     }
     RequireTarget(m_target, m_replace);
-    m_file = std::make_unique<CAtomicFile>(m_target);
+    m_file = OpenOutputFile(m_target);
+    m_memoryFd = ::memfd_create("loadcal-workbook", MFD_CLOEXEC);
+    if (m_memoryFd < 0) {
+        const int err = errno;
+        throw OutputError(OutputError::Kind::NoObject,
+                          "cannot write " + Quoted(m_target) + ": " + std::strerror(err), err);
+    }
+    const std::string memoryPath = "/proc/self/fd/" + std::to_string(m_memoryFd);
     errno = 0;
     lxw_workbook_options options = {};
     options.constant_memory = LXW_TRUE;
-    m_workbook = workbook_new_opt(m_file->TempPath().c_str(), &options);
+    {
+        const CQuietStderr quiet;
+        m_workbook = workbook_new_opt(memoryPath.c_str(), &options);
+    }
     if (!m_workbook) {
         const int err = errno;
         throw OutputError(OutputError::Kind::NoObject,
@@ -140,7 +220,10 @@ void CXlsxWorkbook::WorksheetsGetItem(short index)
     }
     if (!m_worksheet) {
         errno = 0;
-        m_worksheet = workbook_add_worksheet(m_workbook, nullptr);
+        {
+            const CQuietStderr quiet;
+            m_worksheet = workbook_add_worksheet(m_workbook, nullptr);
+        }
         if (!m_worksheet) {
             const int err = errno;
             throw OutputError(
@@ -311,14 +394,37 @@ void CXlsxWorkbook::Release()
             Fail(error, "range " + std::string(range));
         }
     }
-    const lxw_error error = workbook_close(m_workbook);
+    errno = 0;
+    lxw_error error = LXW_NO_ERROR;
+    {
+        const CQuietStderr quiet;
+        error = workbook_close(m_workbook);
+    }
+    const int closeErrno = errno;
     m_workbook = nullptr;
     m_worksheet = nullptr;
     m_formats.clear();
     if (error != LXW_NO_ERROR) {
+        // The library's own text ("Zip generic error ZIP_ERRNO") hides the
+        // cause; the system's reason says it.
+        const std::string cause =
+            closeErrno != 0 ? std::string(std::strerror(closeErrno)) : lxw_strerror(error);
         throw OutputError(OutputError::Kind::Write,
-                          "cannot write " + Quoted(m_target) + ": " + lxw_strerror(error), error,
+                          "cannot write " + Quoted(m_target) + ": " + cause, error,
                           lxw_strerror(error));
+    }
+    std::string bytes;
+    if (!ReadAll(m_memoryFd, bytes)) {
+        const int err = errno;
+        throw OutputError(OutputError::Kind::Write,
+                          "cannot write " + Quoted(m_target) + ": " + std::strerror(err), err);
+    }
+    ::close(m_memoryFd);
+    m_memoryFd = -1;
+    try {
+        m_file->Write(bytes);
+    } catch (const DocumentError& e) {
+        throw OutputError(OutputError::Kind::Write, e.what());
     }
     CommitOutputFile(*m_file, m_replace);
     m_file.reset();

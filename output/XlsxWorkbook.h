@@ -17,19 +17,22 @@ namespace loadcal {
 
 /// The spreadsheet automation calls carried out by writing an .xlsx workbook
 /// with libxlsxwriter. Nothing runs while the calls are made: WorkbooksAdd
-/// creates the workbook in memory (written to a temporary file beside the
-/// target), WorksheetsGetItem(1) its first worksheet "Sheet1", every cell
-/// gets the value and the alignment it was given. A value is turned into a
-/// number as the spreadsheet turns typed text into one: a text that reads
-/// wholly as a plain number (ReadTypedNumber: "200", "0.85", "-3", "1E+06")
-/// becomes that number; any other text ("L1,N", "-NAN", "12kW") stays a
-/// string, exactly as given; an empty text leaves the cell empty. and Release writes the file
-/// and moves it over the target. Rows are streamed to the temporary file as
-/// they are finished (the library's constant-memory mode, which keeps memory
-/// flat and skips the shared-string table), so cells must be obtained row by
-/// row from the top; within a row, in any order. Nothing else is set: no widths, fonts or
-/// number formats; "number stored as text" marks are switched off for the
-/// cells written.
+/// creates the workbook, WorksheetsGetItem(1) its first worksheet "Sheet1",
+/// every cell gets the value and the alignment it was given. A value is
+/// turned into a number as the spreadsheet turns typed text into one: a text
+/// that reads wholly as a plain number (ReadTypedNumber: "200", "0.85", "-3",
+/// "1E+06") becomes that number; any other text ("L1,N", "-NAN", "12kW")
+/// stays a string, exactly as given; an empty text leaves the cell empty.
+/// Release writes the file and puts it in place of the target. The library
+/// never touches the target's folder: it writes its zip into an in-memory
+/// file, which Release copies through the program's atomic file
+/// (CAtomicFile), so the cause of a failed write is the system's ("No space
+/// left on device"), and the library's own error lines are kept off the
+/// terminal. Rows are streamed as they are finished (the library's
+/// constant-memory mode, which keeps memory flat and skips the shared-string
+/// table), so cells must be obtained row by row from the top; within a row,
+/// in any order. Nothing else is set: no widths, fonts or number formats;
+/// "number stored as text" marks are switched off for the cells written.
 ///
 /// Failures throw OutputError:
 /// - CallFailed with libxlsxwriter's error number and text: a cell beyond the
@@ -38,11 +41,12 @@ namespace loadcal {
 ///   (horizontal) and centre, top, bottom (vertical), a worksheet other than 1;
 /// - NoObject with errno: the library could not create the workbook, the
 ///   worksheet or a cell format;
-/// - Write or FileExists from Release: the file could not be written or placed.
-/// The target is changed only by a successful Release; the temporary file is
-/// removed in every other case. CreateDispatch always succeeds: there is no
-/// application to start before the file exists. SetVisible is remembered for
-/// the caller (Visible()); showing the file is the caller's business.
+/// - Write or FileExists: the file could not be written or placed (from
+///   WorkbooksAdd when the folder cannot take it, else from Release).
+/// The target is changed only by a successful Release. CreateDispatch always
+/// succeeds: there is no application to start before the file exists.
+/// SetVisible is remembered for the caller (Visible()); showing the file is
+/// the caller's business.
 class CXlsxWorkbook final : public CSpreadsheetAutomation {
 public:
     /// replace: whether Release may replace an existing target.
@@ -93,6 +97,7 @@ private:
     std::filesystem::path m_target;
     bool m_replace;
     std::unique_ptr<CAtomicFile> m_file;
+    int m_memoryFd = -1;  ///< the in-memory file the library writes the zip into
     lxw_workbook* m_workbook = nullptr;
     lxw_worksheet* m_worksheet = nullptr;
     std::map<unsigned, lxw_format*> m_formats;

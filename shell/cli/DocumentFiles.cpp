@@ -1,9 +1,6 @@
 #include "shell/cli/DocumentFiles.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <sstream>
+#include <limits>
 
 #include "document/Archive.h"
 #include "document/AtomicFile.h"
@@ -24,16 +21,12 @@ bool EndsWithNoCase(const std::string& text, const std::string& suffix)
 
 std::string ReadWholeFile(const std::string& path)
 {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
-        throw DocumentError(path + ": cannot open: " + std::strerror(errno));
+    std::string bytes;
+    const int error = ReadFileBytes(path, std::numeric_limits<uint64_t>::max(), bytes);
+    if (error != 0) {
+        throw DocumentError("cannot read \"" + path + "\": " + FileErrorText(error));
     }
-    std::ostringstream buf;
-    buf << in.rdbuf();
-    if (in.bad()) {
-        throw DocumentError(path + ": cannot read");
-    }
-    return buf.str();
+    return bytes;
 }
 
 }  // namespace

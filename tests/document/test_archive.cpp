@@ -57,6 +57,16 @@ TEST(Archive, RandomDocumentRoundTripsTextForText)
     LoadRecords(&reread, loadsBack, transformersBack);
     EXPECT_EQ(loadsBack, loads);
     EXPECT_EQ(transformersBack, transformers);
+
+    // The file writer that skips the tree writes the same bytes, for either table empty too,
+    // and for texts the tree stores in their UTF-16 form.
+    loads[3].m_strEquipName = std::wstring(L"\0\xD800\x110000", 3);
+    EXPECT_EQ(EncodeArchive(loads, transformers),
+              (StoreRecords(store, loads, transformers), store.Serialize()));
+    EXPECT_EQ(EncodeArchive({}, transformers),
+              (StoreRecords(store, {}, transformers), store.Serialize()));
+    EXPECT_EQ(EncodeArchive(loads, {}), (StoreRecords(store, loads, {}), store.Serialize()));
+    EXPECT_EQ(EncodeArchive({}, {}), (StoreRecords(store, {}, {}), store.Serialize()));
 }
 
 TEST(Archive, KeyTreeFollowsRecordOrderWithCrosswiseTransformerKeys)
@@ -237,4 +247,73 @@ TEST(Archive, FileConveniencesReportProblemsAndKeepTheArrays)
     const std::string unwritable =
         message([&] { SaveArchiveFile(folder.File("no/a.LDC"), loads, transformers); });
     EXPECT_NE(unwritable.find("no/a.LDC"), std::string::npos) << unwritable;
+}
+
+TEST(Archive, TextsWithNulCharactersComeBackWhole)
+{
+    testsupport::TempFolder folder;
+    CLoadArray loads;
+    CTransformerArray transformers;
+    loads.Add(CLoadCalData());
+    loads[0].m_strEquipName = std::wstring(L"a\0b", 3);
+    loads[0].m_strRatedPower = std::wstring(L"\0", 1);
+    transformers.Add(CTransformerCalData());
+    transformers[0].m_strName = std::wstring(L"T\0\0", 3);
+    const std::wstring file = folder.File("nul.LDC");
+    SaveArchiveFile(file, loads, transformers);
+
+    CInterDpData store;
+    ASSERT_EQ(store.ReadDataFromIdpFile(file), 0) << store.LastError();
+    const CInterDpNode* name = store.GetSubValueFromPathW(0, L"负荷信息\\0\\设备名称");
+    ASSERT_NE(name, nullptr);
+    EXPECT_EQ(name->ValueText(), std::wstring(L"a\0b", 3));
+    EXPECT_EQ(name->ValueCount(), 4);  // the text's length + 1, as the archive passes it
+    CLoadArray loadsBack;
+    CTransformerArray transformersBack;
+    LoadArchiveFile(file, loadsBack, transformersBack);
+    EXPECT_EQ(loadsBack, loads);
+    EXPECT_EQ(transformersBack, transformers);
+}
+
+TEST(Archive, MoreRowsThanAReaderCountsAreRefusedAndNothingIsWritten)
+{
+    testsupport::TempFolder folder;
+    const std::wstring file = folder.File("big.LDC");
+    testsupport::WriteBytes(ToFsPath(file), "old");
+    for (const bool tooManyLoads : {true, false}) {
+        CLoadArray loads;
+        CTransformerArray transformers;
+        for (int i = 0; i < 32767; ++i) {
+            loads.Add(CLoadCalData());
+            transformers.Add(CTransformerCalData());
+        }
+        if (tooManyLoads) {
+            loads.Add(CLoadCalData());
+        } else {
+            transformers.Add(CTransformerCalData());
+        }
+        std::string error;
+        try {
+            SaveArchiveFile(file, loads, transformers);
+        } catch (const DocumentError& e) {
+            error = e.what();
+        }
+        const std::string group = tooManyLoads ? "负荷信息" : "变压器信息";
+        EXPECT_EQ(error, "cannot write \"" + ToUtf8(file) + "\": \"" + group +
+                             "\" holds 32768 entries, more than the 32767 a file can hold; "
+                             "nothing was written");
+        EXPECT_EQ(testsupport::ReadBytes(ToFsPath(file)), "old");
+
+        // The largest readable size is written and read back whole.
+        if (!tooManyLoads) {
+            transformers.RemoveAt(0);
+            SaveArchiveFile(file, loads, transformers);
+            CLoadArray loadsBack;
+            CTransformerArray transformersBack;
+            LoadArchiveFile(file, loadsBack, transformersBack);
+            EXPECT_EQ(loadsBack.GetSize(), 32767);
+            EXPECT_EQ(transformersBack.GetSize(), 32767);
+        }
+    }
+    EXPECT_EQ(folder.Entries(), std::vector<std::string>{"big.LDC"});
 }

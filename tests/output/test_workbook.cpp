@@ -4,9 +4,11 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <cerrno>
 #include <fstream>
 #include <map>
 
+#include "document/AtomicFile.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/Desktop.h"
@@ -325,7 +327,7 @@ TEST(WorkbookFile, AnUncreatableFileIsReportedByNameAndLeavesNothingBehind)
     ASSERT_EQ(messages.shown.size(), 1u);
     const std::string message = ToUtf8(messages.shown[0]);
     EXPECT_NE(message.find(path.string()), std::string::npos) << message;
-    EXPECT_NE(message.find("Error creating output xlsx file"), std::string::npos) << message;
+    EXPECT_NE(message.find("no such file or folder"), std::string::npos) << message;
     EXPECT_TRUE(opener.opened.empty());
     EXPECT_TRUE(folder.Entries().empty());
 
@@ -333,6 +335,32 @@ TEST(WorkbookFile, AnUncreatableFileIsReportedByNameAndLeavesNothingBehind)
         ErrorOf([&] { WriteWorkbook(path, d.loads, d.transformers, DistinctTotals()); });
     ASSERT_TRUE(error);
     EXPECT_EQ(error->GetKind(), OutputError::Kind::Write);
+}
+
+TEST(WorkbookFile, AFailedWriteGivesTheSystemsReasonAndALinkedFileKeepsItsIdentity)
+{
+    TempFolder folder;
+    const Document d = MakeDocument(3, 1);
+    const auto real = folder / "real.xlsx";
+    std::ofstream(real) << "previous";
+    std::filesystem::permissions(
+        real, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    std::filesystem::create_symlink("real.xlsx", folder / "link.xlsx");
+    SetAtomicFileFaults({1, ENOSPC, false});
+    const auto error = ErrorOf(
+        [&] { WriteWorkbook(folder / "link.xlsx", d.loads, d.transformers, DistinctTotals()); });
+    SetAtomicFileFaults({});
+    ASSERT_TRUE(error);
+    EXPECT_EQ(std::string(error->what()),
+              "cannot write \"" + (folder / "link.xlsx").string() + "\": No space left on device");
+    EXPECT_EQ(ReadBytes(real), "previous");
+
+    WriteWorkbook(folder / "link.xlsx", d.loads, d.transformers, DistinctTotals());
+    EXPECT_TRUE(std::filesystem::is_symlink(folder / "link.xlsx"));
+    EXPECT_EQ(ReadBytes(real).substr(0, 2), "PK");
+    EXPECT_EQ(std::filesystem::status(real).permissions() & std::filesystem::perms::all,
+              std::filesystem::perms::owner_read | std::filesystem::perms::owner_write);
+    EXPECT_EQ(folder.Entries(), (std::vector<std::string>{"link.xlsx", "real.xlsx"}));
 }
 
 TEST(WorkbookFile, ARefusedCellKeepsThePreviousFileAndLeavesNoTemporaryFile)

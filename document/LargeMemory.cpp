@@ -1,0 +1,53 @@
+#include "document/LargeMemory.h"
+
+#include <sys/mman.h>
+
+#include <cstdint>
+#include <new>
+
+namespace loadcal {
+namespace {
+
+constexpr std::size_t kHugePage = std::size_t{2} << 20;
+
+}  // namespace
+
+void AdviseHugePages(const void* data, std::size_t size)
+{
+    const auto begin = reinterpret_cast<std::uintptr_t>(data);
+    const std::uintptr_t first = (begin + kHugePage - 1) & ~(kHugePage - 1);
+    const std::uintptr_t last = (begin + size) & ~(kHugePage - 1);
+    if (last > first) {
+        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+    }
+}
+
+CLargeMemoryResource& CLargeMemoryResource::Instance()
+{
+    static CLargeMemoryResource resource;
+    return resource;
+}
+
+void* CLargeMemoryResource::do_allocate(std::size_t bytes, std::size_t alignment)
+{
+    if (bytes < kHugePage || alignment > 4096) {
+        return ::operator new(bytes, std::align_val_t(alignment));
+    }
+    void* p = ::mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (p == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    AdviseHugePages(p, bytes);
+    return p;
+}
+
+void CLargeMemoryResource::do_deallocate(void* p, std::size_t bytes, std::size_t alignment)
+{
+    if (bytes < kHugePage || alignment > 4096) {
+        ::operator delete(p, std::align_val_t(alignment));
+        return;
+    }
+    ::munmap(p, bytes);
+}
+
+}  // namespace loadcal
