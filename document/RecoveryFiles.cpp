@@ -72,7 +72,7 @@ void SetText(CInterDpData& tree, std::wstring_view path, const std::wstring& tex
 std::wstring TextAt(const CInterDpData& tree, std::wstring_view path)
 {
     const CInterDpNode* node = tree.GetSubValueFromPathW(0, std::wstring(path));
-    return node != nullptr ? node->ValueText() : std::wstring();
+    return node != nullptr ? std::wstring(node->ValueText()) : std::wstring();
 }
 
 void RemoveQuietly(const std::filesystem::path& file)
