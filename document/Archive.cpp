@@ -1,6 +1,7 @@
 #include "document/Archive.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <string_view>
 
@@ -37,17 +38,53 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
     }
 }
 
-/// The text at key below a row node, or null when there is no such node
-/// (or no row node: every key of a missing row is missing).
-std::optional<std::wstring_view> Lookup(const CInterDpNode* row, std::wstring_view key)
+/// The child of node named name, or null (also for a null node). Tables and
+/// rows are written in order, so the child at position hint is tried first;
+/// sibling names are unique, so this finds what a lookup by name finds.
+const CInterDpNode* ChildNear(const CInterDpNode* node, size_t hint, std::wstring_view name)
 {
-    const CInterDpNode* node =
-        row == nullptr ? nullptr : row->GetSubValueFromPathW(0, std::wstring(key));
+    if (node == nullptr) {
+        return nullptr;
+    }
+    if (hint < node->ChildrenSize()) {
+        const CInterDpNode& guess = node->ChildAt(hint);
+        if (guess.Name() == name) {
+            return &guess;
+        }
+    }
+    return node->ChildNamed(name);
+}
+
+/// The text at key below a row node, or null when there is no such node
+/// (or no row node: every key of a missing row is missing). hint: the key's
+/// place in the row as written.
+std::optional<std::wstring_view> Lookup(const CInterDpNode* row, size_t hint,
+                                        std::wstring_view key)
+{
+    const CInterDpNode* node = ChildNear(row, hint, key);
     if (node == nullptr) {
         return std::nullopt;
     }
     return node->ValueText();
 }
+
+/// The decimal text of a row index, without allocating.
+class CRowName {
+public:
+    explicit CRowName(int i)
+    {
+        auto n = static_cast<unsigned>(i);
+        do {
+            m_digits[--m_first] = static_cast<wchar_t>(L'0' + n % 10);
+            n /= 10;
+        } while (n != 0);
+    }
+    std::wstring_view View() const { return {m_digits.data() + m_first, m_digits.size() - m_first}; }
+
+private:
+    std::array<wchar_t, 10> m_digits{};
+    size_t m_first = 10;
+};
 
 /// The bytes of an empty root record.
 constexpr size_t kRootSize = 18;
@@ -110,21 +147,21 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
         const int rows = table->ChildCount();
         loads.Reserve(std::max(rows, 0));
         for (int i = 0; i < rows; ++i) {
-            const std::wstring row = std::to_wstring(i);
-            const CInterDpNode* rowNode = table->GetSubValueFromPathW(0, row);
-            CLoadCalData record;
+            const CRowName row(i);
+            const CInterDpNode* rowNode =
+                ChildNear(table, static_cast<size_t>(i), row.View());
+            CLoadCalData& record = loads[loads.Add(CLoadCalData())];
             for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
-                const auto text = Lookup(rowNode, archive::kLoadKeys[field]);
+                const auto text = Lookup(rowNode, field, archive::kLoadKeys[field]);
                 if (text) {
                     record.FieldAt(f) = *text;
                 } else if (f == CLoadCalData::kCircuitNo) {
-                    record.FieldAt(f) = row;
+                    record.FieldAt(f) = row.View();
                 } else {
                     record.FieldAt(f) = archive::kLoadReadDefaults[field];
                 }
             }
-            loads.Add(std::move(record));
         }
     }
 
@@ -132,22 +169,23 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
             store->GetSubValueFromPathW(0, std::wstring(archive::kTransformerGroup))) {
         const int rows = table->ChildCount();
         for (int i = 0; i < rows; ++i) {
-            const CInterDpNode* rowNode = table->GetSubValueFromPathW(0, std::to_wstring(i));
-            if (Lookup(rowNode, archive::kTransformerKeys[CTransformerCalData::kName]) ==
-                std::nullopt) {
+            const CRowName row(i);
+            const CInterDpNode* rowNode =
+                ChildNear(table, static_cast<size_t>(i), row.View());
+            if (Lookup(rowNode, CTransformerCalData::kName,
+                       archive::kTransformerKeys[CTransformerCalData::kName]) == std::nullopt) {
                 continue;
             }
-            CTransformerCalData record;
+            CTransformerCalData& record = transformers[transformers.Add(CTransformerCalData())];
             for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
-                const auto text = Lookup(rowNode, archive::kTransformerKeys[field]);
+                const auto text = Lookup(rowNode, field, archive::kTransformerKeys[field]);
                 if (text) {
                     record.FieldAt(f) = *text;
                 } else {
                     record.FieldAt(f) = archive::kTransformerReadDefaults[field];
                 }
             }
-            transformers.Add(std::move(record));
         }
     }
 }

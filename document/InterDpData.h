@@ -46,6 +46,9 @@ public:
     size_t ChildrenSize() const { return m_childCount; }
     /// Child i in insertion order; throws std::out_of_range outside 0 <= i < ChildrenSize().
     const CInterDpNode& ChildAt(size_t i) const;
+    /// The child with this exact name, or null (no path parsing: a name with
+    /// a backslash or an empty name finds nothing).
+    const CInterDpNode* ChildNamed(std::wstring_view name) const { return Child(name); }
 
     /// The node at a backslash-separated path below this one, or null. A
     /// leading backslash is accepted and ignored: a node is the root of its
