@@ -58,8 +58,7 @@ const CInterDpNode* ChildNear(const CInterDpNode* node, size_t hint, std::wstrin
 /// The text at key below a row node, or null when there is no such node
 /// (or no row node: every key of a missing row is missing). hint: the key's
 /// place in the row as written.
-std::optional<std::wstring_view> Lookup(const CInterDpNode* row, size_t hint,
-                                        std::wstring_view key)
+std::optional<std::wstring_view> Lookup(const CInterDpNode* row, size_t hint, std::wstring_view key)
 {
     const CInterDpNode* node = ChildNear(row, hint, key);
     if (node == nullptr) {
@@ -79,7 +78,10 @@ public:
             n /= 10;
         } while (n != 0);
     }
-    std::wstring_view View() const { return {m_digits.data() + m_first, m_digits.size() - m_first}; }
+    std::wstring_view View() const
+    {
+        return {m_digits.data() + m_first, m_digits.size() - m_first};
+    }
 
 private:
     std::array<wchar_t, 10> m_digits{};
@@ -148,8 +150,7 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
         loads.Reserve(std::max(rows, 0));
         for (int i = 0; i < rows; ++i) {
             const CRowName row(i);
-            const CInterDpNode* rowNode =
-                ChildNear(table, static_cast<size_t>(i), row.View());
+            const CInterDpNode* rowNode = ChildNear(table, static_cast<size_t>(i), row.View());
             CLoadCalData& record = loads[loads.Add(CLoadCalData())];
             for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
@@ -170,8 +171,7 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
         const int rows = table->ChildCount();
         for (int i = 0; i < rows; ++i) {
             const CRowName row(i);
-            const CInterDpNode* rowNode =
-                ChildNear(table, static_cast<size_t>(i), row.View());
+            const CInterDpNode* rowNode = ChildNear(table, static_cast<size_t>(i), row.View());
             if (Lookup(rowNode, CTransformerCalData::kName,
                        archive::kTransformerKeys[CTransformerCalData::kName]) == std::nullopt) {
                 continue;

@@ -3,7 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
 #include <random>
+#include <vector>
 
 #include "document/Archive.h"
 #include "document/AtomicFile.h"
@@ -316,4 +319,114 @@ TEST(Archive, MoreRowsThanAReaderCountsAreRefusedAndNothingIsWritten)
         }
     }
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"big.LDC"});
+}
+
+namespace {
+
+/// The reading rules done the straightforward way: every row and key found by
+/// its path, as a person would look them up.
+void ReadByPath(const CInterDpData& store, CLoadArray& loads, CTransformerArray& transformers)
+{
+    const std::wstring loadGroup = L"负荷信息";
+    const std::wstring transformerGroup = L"变压器信息";
+    const wchar_t* const loadDefaults[] = {L"", L"", L"", L"L1,N", L"",     L"1.0", L"0.8",
+                                           L"", L"", L"", L"",     L"0.38", L""};
+    const wchar_t* const transformerDefaults[] = {L"",     L"", L"",    L"0.7", L"0.9", L"0.97",
+                                                  L"",     L"", L"",    L"",    L"",    L"0.7",
+                                                  L"0.76", L"", L"0.9", L"",    L""};
+    const auto text = [&](const std::wstring& path) -> std::optional<std::wstring> {
+        const CInterDpNode* node = store.GetSubValueFromPathW(0, path);
+        return node == nullptr ? std::nullopt : std::optional(std::wstring(node->ValueText()));
+    };
+    if (const CInterDpNode* table = store.GetSubValueFromPathW(0, loadGroup)) {
+        for (int i = 0; i < table->ChildCount(); ++i) {
+            const std::wstring row = loadGroup + L"\\" + std::to_wstring(i) + L"\\";
+            CLoadCalData record;
+            for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
+                record.FieldAt(f) = text(row + kLoadKeys[f])
+                                        .value_or(f == 0 ? std::to_wstring(i) : loadDefaults[f]);
+            }
+            loads.Add(record);
+        }
+    }
+    if (const CInterDpNode* table = store.GetSubValueFromPathW(0, transformerGroup)) {
+        for (int i = 0; i < table->ChildCount(); ++i) {
+            const std::wstring row = transformerGroup + L"\\" + std::to_wstring(i) + L"\\";
+            if (!text(row + kTransformerKeys[0])) {
+                continue;
+            }
+            CTransformerCalData record;
+            for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
+                record.FieldAt(f) =
+                    text(row + kTransformerKeys[f]).value_or(transformerDefaults[f]);
+            }
+            transformers.Add(record);
+        }
+    }
+}
+
+/// A damaged or hand-made table: rows in shuffled order with gaps and strays,
+/// keys shuffled, some missing, some unknown, texts with NUL characters.
+void PutQuirkyTable(std::mt19937& rng, CInterDpData& store, const std::wstring& group,
+                    const wchar_t* const* keys, int keyCount)
+{
+    std::uniform_int_distribution<int> percent(0, 99);
+    const int rows = std::uniform_int_distribution<int>(0, 40)(rng);
+    std::vector<std::wstring> names;
+    for (int i = 0; i < rows; ++i) {
+        names.push_back(percent(rng) < 10 ? L"x" + std::to_wstring(i) : std::to_wstring(i));
+    }
+    if (percent(rng) < 50) {
+        std::shuffle(names.begin(), names.end(), rng);
+    }
+    for (const std::wstring& name : names) {
+        if (percent(rng) < 10) {
+            continue;  // a gap
+        }
+        std::vector<std::wstring> rowKeys(keys, keys + keyCount);
+        rowKeys.push_back(L"extra");
+        if (percent(rng) < 30) {
+            std::shuffle(rowKeys.begin(), rowKeys.end(), rng);
+        }
+        for (const std::wstring& key : rowKeys) {
+            if (percent(rng) < 15) {
+                continue;  // a missing key
+            }
+            std::wstring value = key.substr(0, 1) + name;
+            if (percent(rng) < 5) {
+                value += std::wstring(1, L'\0') + L"after";
+            }
+            store.SetSubValueW(group + L"\\" + name + L"\\" + key,
+                               static_cast<int16_t>(value.size() + 1), std::wstring_view(value), 0);
+        }
+        if (percent(rng) < 5) {
+            store.SetSubValueW(group + L"\\" + name, 0, nullptr, 0);  // a row of no keys
+        }
+    }
+}
+
+}  // namespace
+
+TEST(Archive, QuirkyTreesReadAsLookingUpEveryPathByNameReadsThem)
+{
+    std::mt19937 rng(11);
+    for (int round = 0; round < 300; ++round) {
+        CInterDpData store;
+        PutQuirkyTable(rng, store, L"负荷信息", kLoadKeys, CLoadCalData::kFieldCount);
+        PutQuirkyTable(rng, store, L"变压器信息", kTransformerKeys,
+                       CTransformerCalData::kFieldCount);
+        // Both the tree as built and the tree as read back from its file.
+        CInterDpData reread;
+        ASSERT_EQ(reread.Deserialize(store.Serialize()), IdpStatus::Ok);
+        for (const CInterDpData* tree : {&store, &reread}) {
+            CLoadArray loads;
+            CTransformerArray transformers;
+            LoadRecords(tree, loads, transformers);
+            CLoadArray expectedLoads;
+            CTransformerArray expectedTransformers;
+            ReadByPath(*tree, expectedLoads, expectedTransformers);
+            ASSERT_EQ(loads, expectedLoads) << "round " << round;
+            ASSERT_EQ(transformers, expectedTransformers) << "round " << round;
+        }
+    }
 }
