@@ -8,6 +8,7 @@
 #include "document/ArchiveKeys.h"
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
+#include "document/LargeMemory.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -152,6 +153,10 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
             const CRowName row(i);
             const CInterDpNode* rowNode = ChildNear(table, static_cast<size_t>(i), row.View());
             CLoadCalData& record = loads[loads.Add(CLoadCalData())];
+            if (i == 0) {
+                // The array was sized above and is filled now: large pages for it.
+                AdviseHugePages(&record, sizeof(CLoadCalData) * static_cast<size_t>(rows));
+            }
             for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
                 const auto text = Lookup(rowNode, field, archive::kLoadKeys[field]);
