@@ -134,6 +134,11 @@ uint32_t Crc32(const unsigned char* data, size_t size)
 /// Nodes need no destructor (they own nothing outside the arena).
 class CIdpArena {
 public:
+    /// firstBlock: the bytes of the first block taken (later ones grow from it).
+    explicit CIdpArena(size_t firstBlock = 64 * 1024)
+        : m_memory(firstBlock, &CLargeMemoryResource::Instance())
+    {}
+
     template <class T>
     T* Allocate(size_t n)
     {
@@ -179,7 +184,7 @@ private:
     static constexpr size_t kCachedNameLength = 16;
     static constexpr size_t kCachedNames = 1024;
 
-    std::pmr::monotonic_buffer_resource m_memory{64 * 1024, &CLargeMemoryResource::Instance()};
+    std::pmr::monotonic_buffer_resource m_memory;
     std::unordered_map<std::wstring_view, const wchar_t*> m_names;
     size_t m_used = 0;
 };
@@ -746,7 +751,9 @@ std::string CInterDpData::Serialize() const
 
 IdpStatus CInterDpData::Deserialize(const std::string& bytes)
 {
-    auto arena = std::make_unique<CIdpArena>();
+    // A file of our own writing takes about 2.5 times its size as a tree: one
+    // block of that size (pages are taken only as they are used).
+    auto arena = std::make_unique<CIdpArena>(std::max<size_t>(64 * 1024, bytes.size() / 2 * 5));
     CInterDpNode* root = arena->NewNode();
     const IdpStatus status = CIdpCodec::Decode(bytes, *arena, *root, m_lastError);
     m_arena = std::move(arena);
