@@ -225,9 +225,10 @@ void AddDemo(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
         "demo",
-        "Recalculate and balance the bundled example, print it, write its workbook and drawing");
+        "Recalculate and balance the bundled example, print it, write its workbook, drawing and "
+        "calculation book");
     cmd->add_flag("--json", run.json, "print the document as JSON instead of tables");
-    cmd->add_option("--out-dir", run.outDir, "folder for the workbook and the drawing")
+    cmd->add_option("--out-dir", run.outDir, "folder for the workbook, the drawing and the book")
         ->capture_default_str();
     cmd->callback([&run] {
         run.action = [&run] {
@@ -253,10 +254,13 @@ void AddDemo(CLI::App& app, CliRun& run)
             CFixedPointSource origin(CadPoint{0, 0, 0});
             ExportDrawing(loads, transformers, totals, {dir / "office-building.dxf", 1.0, true},
                           origin);
+            WriteCalculationBook(dir / "office-building.pdf", loads, transformers,
+                                 {L"office-building", {}});
             if (!run.json) {
                 run.out << "\n"
                         << (dir / "office-building.xlsx").string() << "\n"
-                        << (dir / "office-building.dxf").string() << "\n";
+                        << (dir / "office-building.dxf").string() << "\n"
+                        << (dir / "office-building.pdf").string() << "\n";
             }
         };
     });

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <random>
 
 #include "document/Archive.h"
@@ -345,7 +346,7 @@ TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
     EXPECT_EQ(Run({"balance", "none.json"}).status, 2);
 }
 
-TEST_F(Cli, DemoBalancesTheExampleAndWritesTheWorkbookAndTheDrawingIntoItsFolder)
+TEST_F(Cli, DemoBalancesTheExampleAndWritesTheWorkbookTheDrawingAndTheBookIntoItsFolder)
 {
     const auto r = Run({"demo"});
     ASSERT_EQ(r.status, 0) << r.err;
@@ -354,6 +355,10 @@ TEST_F(Cli, DemoBalancesTheExampleAndWritesTheWorkbookAndTheDrawingIntoItsFolder
     EXPECT_NE(r.out.find("变压器2#变压器\n"), std::string::npos);
     EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.xlsx")), 1000u);
     EXPECT_GT(fs::file_size(Path("loadcal-demo/office-building.dxf")), 1000u);
+    std::ifstream book(Path("loadcal-demo/office-building.pdf"), std::ios::binary);
+    std::string head(5, '\0');
+    book.read(head.data(), 5);
+    EXPECT_EQ(head, "%PDF-");
 
     // With --json the balanced example comes first, as a document that
     // recalculating changes no more: the transformers follow the new phases.
