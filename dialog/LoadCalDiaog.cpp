@@ -24,7 +24,9 @@ namespace {
 /// what follows the quoted path, or the whole message when it names no path.
 std::wstring CauseOf(const std::string& message, const std::wstring& path)
 {
-    const std::string quoted = "\"" + ToUtf8(path) + "\": ";
+    std::string quoted = "\"";
+    quoted += ToUtf8(path);
+    quoted += "\": ";
     const size_t pos = message.find(quoted);
     return FromUtf8(pos == std::string::npos ? message : message.substr(pos + quoted.size()));
 }
