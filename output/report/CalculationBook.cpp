@@ -8,6 +8,7 @@
 #include <QPainter>
 #include <QPdfWriter>
 
+#include <initializer_list>
 #include <memory>
 
 #include "document/AtomicFile.h"
@@ -113,6 +114,16 @@ void TitlePage(CBookLayout& book, const BookInfo& info, const CLoadArray& loads,
                {.size = CBookLayout::kBodySize, .minLines = 3, .keepTogether = true});
 }
 
+/// A heading and its formulas, one indented paragraph each.
+void FormulaBlock(CBookLayout& book, const QString& heading,
+                  std::initializer_list<const char16_t*> lines)
+{
+    book.Heading(heading, kSubsectionSize);
+    for (const char16_t* line : lines) {
+        book.Paragraph(QString::fromUtf16(line), CBookLayout::kBodySize, 200);
+    }
+}
+
 void BasisAndFormulas(CBookLayout& book)
 {
     book.NewPage(false);
@@ -127,73 +138,70 @@ void BasisAndFormulas(CBookLayout& book)
         QStringLiteral("3. 下节公式是本程序实际采用的算法，其中单相负荷的 15 % 判据、"
                        "等效三相负荷取最大一相的 3 倍、回路电流中的常数 1.732、"
                        "变压器电流按 0.38 kV 计算等均为本程序的取法，审核时请对照所用标准复核。"),
-        QStringLiteral("4. 计算书中的数值均为计算文件中保存的数值；程序每步结果按六位有效数字保存，"
-                       "下一步使用保存后的数值。"),
+        QStringLiteral("4. 计算书中的数值均为计算文件中保存的数值。回路结果与分组合计按六位有效数字"
+                       "保存后参与下一步；变压器各步以全精度连续计算，表中数值为六位有效数字，"
+                       "按表中数值复算时末位可能相差 1。"),
     };
     for (const QString& p : basis) {
         book.Paragraph(p);
     }
     book.Space(200);
     book.Heading(QStringLiteral("二、计算公式"), kSectionSize);
-    book.Heading(QStringLiteral("1. 回路计算"), kSubsectionSize);
-    for (const char16_t* line : {
-             u"计算有功功率 Pjs = Pe × K（kW；Pe 额定容量，K 需要系数）",
-             u"计算无功功率 Qjs = Pjs × √(1 − cos²φ) / cos φ（kVar；|cos φ| ≤ 1×10⁻⁸ 时 Qjs = 0）",
-             u"视在功率 Sjs = √(Pjs² + Qjs²)（kVA）",
-             u"三相回路（相位含 \"L1,L2,L3,N\"）：Ijs = Pjs / (1.732 × U × cos φ)（A；U "
-             u"为回路工作电压，kV）",
-             u"单相回路：Ijs = Pjs / (U × cos φ)（A）；|U × cos φ| ≤ 1×10⁻⁸ 时 Ijs = 0",
-         }) {
-        book.Paragraph(QString::fromUtf16(line), CBookLayout::kBodySize, 200);
-    }
-    book.Heading(QStringLiteral("2. 按变压器分组合计（15 % 规则）"), kSubsectionSize);
-    for (const char16_t* line : {
-             u"归属变压器栏中任一名称（以 \",\" "
-             u"分隔，不分大小写）与变压器名称相同的回路属于该变压器；"
-             u"一个回路可属于多台变压器，分别计入各台。",
-             u"相位为 \"L1,N\"、\"L2,N\"、\"L3,N\" 的回路按相累加电流 IL1、IL2、IL3 和功率 "
-             u"PL1、PL2、PL3"
-             u"（无功、设备容量同法）；相位为 \"L1,L2,L3,N\" 的回路累加为 "
-             u"P3φ；其他相位文字的回路不计入合计。",
-             u"平均电流 Ī = (IL1 + IL2 + IL3) / 3。当 |Ī − IL1|、|Ī − IL2|、|Ī − IL3| 均小于 0.15 "
-             u"× Ī 时"
-             u"三相平衡：ΣP = PL1 + PL2 + PL3 + P3φ；否则 ΣP = 3 × max(PL1, PL2, PL3) + P3φ。"
-             u"没有单相回路时 ΣP = P3φ。",
-         }) {
-        book.Paragraph(QString::fromUtf16(line), CBookLayout::kBodySize, 200);
-    }
-    book.Heading(QStringLiteral("3. 变压器计算、无功补偿与容量选择"), kSubsectionSize);
-    for (const char16_t* line : {
-             u"计算有功功率 Pc = Kp × ΣPjs；计算无功功率 Qc = Kq × ΣQjs（Kp、Kq 为同时系数）",
-             u"补偿前功率因数 cos φ1 = √(1 / (1 + (β·Qc / (α·Pc))²))（α、β 为有功、无功补偿系数；"
-             u"|α·Pc| ≤ 1×10⁻⁸ 时 cos φ1 = 0）",
-             u"补偿容量 Qcc = Pc × (tan(arccos cos φ1) − tan(arccos cos φ2))（cos φ2 "
-             u"为目标功率因数，即"
-             u"\"补偿后功率因数\"栏）",
-             u"实际补偿容量 Qb：\"实际补偿容量\"栏的值，其绝对值小于 1×10⁻⁹（含空白）时取 Qb = Qcc",
-             u"补偿后无功功率 Q2 = Qc − Qb；视在功率 S2 = √(Pc² + Q2²)；计算电流 I2 = S2 / (√3 × "
-             u"0.38)",
-             u"所需容量 S = S2 / 预计负荷率；额定容量 Se 取标准容量系列中第一个大于 S 的值，"
-             u"S ≥ 10000 kVA 时记为 0",
-             u"标准容量系列（kVA）：30、50、63、80、100、125、160、200、250、315、400、500、630、80"
-             u"0、"
-             u"1000、1250、1600、2000、2500、3150、4000、5000、6300、8000、10000",
-             u"实际负载率 = S2 / Se（Se = 0 时为 0）；补偿后实际功率因数 cos φ2' = Pc / "
-             u"S2（供审核）",
-         }) {
-        book.Paragraph(QString::fromUtf16(line), CBookLayout::kBodySize, 200);
-    }
-    book.Heading(QStringLiteral("4. 全部负荷总计"), kSubsectionSize);
-    for (const char16_t* line : {
-             u"总计不计同时系数与补偿：按回路的归属变压器文字（整栏，区分大小写）分组，各组按 15 % "
-             u"规则"
-             u"求合计后相加，得 Pe,tot、Ptot、Qtot。归属栏为多台变压器（如 \"T1,T2\"）的整栏文字"
-             u"自成一组但其合计为 0，这类回路只在某台变压器名称单独作为归属文字出现时计入。",
-             u"Stot = √(Ptot² + Qtot²)；cos φtot = Ptot / Stot（Stot ≤ 1×10⁻⁸ 时为 0）；"
-             u"Itot = Stot / (√3 × 0.38)",
-         }) {
-        book.Paragraph(QString::fromUtf16(line), CBookLayout::kBodySize, 200);
-    }
+    FormulaBlock(
+        book, QStringLiteral("1. 回路计算"),
+        {
+            u"计算有功功率 Pjs = Pe × K（kW；Pe 额定容量，K 需要系数）",
+            u"计算无功功率 Qjs = Pjs × √(1 − cos²φ) / cos φ（kVar；|cos φ| ≤ 1×10⁻⁸ 时 Qjs = 0）",
+            u"视在功率 Sjs = √(Pjs² + Qjs²)（kVA）",
+            u"三相回路（相位含 \"L1,L2,L3,N\"）：Ijs = Pjs / (1.732 × U × cos φ)（A；U "
+            u"为回路工作电压，kV）",
+            u"单相回路：Ijs = Pjs / (U × cos φ)（A）",
+            u"两种回路在 |U × cos φ| ≤ 1×10⁻⁸ 时均取 Ijs = 0",
+        });
+    FormulaBlock(
+        book, QStringLiteral("2. 按变压器分组合计（15 % 规则）"),
+        {
+            u"归属变压器栏中任一名称（以 \",\" "
+            u"分隔，不分大小写）与变压器名称相同的回路属于该变压器；"
+            u"一个回路可属于多台变压器，分别计入各台。",
+            u"相位为 \"L1,N\"、\"L2,N\"、\"L3,N\" 的回路按相累加电流 IL1、IL2、IL3 和功率 "
+            u"PL1、PL2、PL3"
+            u"（无功、设备容量同法）；相位为 \"L1,L2,L3,N\" 的回路累加为 "
+            u"P3φ；其他相位文字的回路不计入合计。",
+            u"平均电流 Ī = (IL1 + IL2 + IL3) / 3。当 |Ī − IL1|、|Ī − IL2|、|Ī − IL3| 均小于 0.15 "
+            u"× Ī 时"
+            u"三相平衡：ΣP = PL1 + PL2 + PL3 + P3φ；否则 ΣP = 3 × max(PL1, PL2, PL3) + P3φ。"
+            u"没有单相回路时 ΣP = P3φ。",
+        });
+    FormulaBlock(
+        book, QStringLiteral("3. 变压器计算、无功补偿与容量选择"),
+        {
+            u"计算有功功率 Pc = Kp × ΣPjs；计算无功功率 Qc = Kq × ΣQjs（Kp、Kq 为同时系数）",
+            u"补偿前功率因数 cos φ1 = √(1 / (1 + (β·Qc / (α·Pc))²))（α、β 为有功、无功补偿系数；"
+            u"|α·Pc| ≤ 1×10⁻⁸ 时 cos φ1 = 0）",
+            u"补偿容量 Qcc = Pc × (tan(arccos cos φ1) − tan(arccos cos φ2))（cos φ2 "
+            u"为目标功率因数，即"
+            u"\"补偿后功率因数\"栏）",
+            u"实际补偿容量 Qb：\"实际补偿容量\"栏的值，其绝对值小于 1×10⁻⁹（含空白）时取 Qb = Qcc",
+            u"补偿后无功功率 Q2 = Qc − Qb；视在功率 S2 = √(Pc² + Q2²)；计算电流 I2 = S2 / (√3 × "
+            u"0.38)",
+            u"所需容量 S = S2 / 预计负荷率；额定容量 Se 取标准容量系列中第一个大于 S 的值，"
+            u"S ≥ 10000 kVA 时记为 0",
+            u"标准容量系列（kVA）：30、50、63、80、100、125、160、200、250、315、400、500、630、"
+            u"800、1000、1250、1600、2000、2500、3150、4000、5000、6300、8000、10000",
+            u"实际负载率 = S2 / Se（Se = 0 时为 0）；补偿后实际功率因数 cos φ2' = Pc / "
+            u"S2（供审核）",
+        });
+    FormulaBlock(
+        book, QStringLiteral("4. 全部负荷总计"),
+        {
+            u"总计不计同时系数与补偿：按回路的归属变压器文字（整栏，区分大小写）分组，各组按 15 % "
+            u"规则"
+            u"求合计后相加，得 Pe,tot、Ptot、Qtot。归属栏为多台变压器（如 \"T1,T2\"）的整栏文字"
+            u"自成一组但其合计为 0，这类回路只在某台变压器名称单独作为归属文字出现时计入。",
+            u"Stot = √(Ptot² + Qtot²)；cos φtot = Ptot / Stot（Stot ≤ 1×10⁻⁸ 时为 0）；"
+            u"Itot = Stot / (√3 × 0.38)",
+        });
 }
 
 template <size_t N>
