@@ -59,13 +59,22 @@ public:
         if (!merge) {
             m_log->push_back({Change::Kind::Set, i, record, Record()});
         }
-        edit(record);
-        // A change that ends where the entry began leaves no entry.
-        if (m_log->back().before == record) {
-            m_log->pop_back();
-        } else {
-            m_log->back().after = record;
+        // A change that ends where the entry began leaves no entry; one cut
+        // short by an exception keeps what it did.
+        const auto settle = [&] {
+            if (m_log->back().before == record) {
+                m_log->pop_back();
+            } else {
+                m_log->back().after = record;
+            }
+        };
+        try {
+            edit(record);
+        } catch (...) {
+            settle();
+            throw;
         }
+        settle();
     }
     /// Writes an entry for a change of record i made behind this array's
     /// back (before: the record as it was), when there was one.
