@@ -206,10 +206,13 @@ void CLoadCalDiaog::FillClipboard(GridId grid, bool cut)
         cut ? Cut(side, *rows) : Copy(side, *rows);
     }
     MarkCutRows(grid);
-    // The rows also go out as a spreadsheet's text.
-    std::wstring& text = m_strClipText[grid == GridId::Load ? 0 : 1];
-    text = RowsAsText(grid, *rows);
-    Ui().SetClipboardText(text);
+    // The rows also go out as a spreadsheet's text; with no row selected the
+    // system clipboard keeps what another program put there.
+    if (!rows->empty()) {
+        std::wstring& text = m_strClipText[grid == GridId::Load ? 0 : 1];
+        text = RowsAsText(grid, *rows);
+        Ui().SetClipboardText(text);
+    }
 }
 
 void CLoadCalDiaog::OnPasteRows(GridId grid)
