@@ -37,7 +37,7 @@ std::wstring NumberCellTip(const std::wstring& text)
         return std::wstring(texts::kNotANumberTip);
     }
     const std::wstring prefix = trimmed.substr(0, read);
-    return texts::FormatText(texts::FormatText(texts::kNumberPrefixTipFormat, prefix), prefix);
+    return texts::FormatText(texts::kNumberPrefixTipFormat, prefix, prefix);
 }
 
 }  // namespace loadcal
