@@ -166,7 +166,8 @@ void CGridView::CommitEditAndMoveDown()
     // row up to this one: stay.
     const int target = m_model.rowCount() < rowsBefore ? gridRow : gridRow + 1;
     const QModelIndex below = m_model.IndexOfCell(target, gridCol);
-    if (below.isValid()) {
+    // The grid's own total row is hidden under the frozen one: stay.
+    if (below.isValid() && !isRowHidden(below.row())) {
         setCurrentIndex(below);
     }
 }
