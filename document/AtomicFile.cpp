@@ -33,6 +33,12 @@ std::string Quoted(const std::filesystem::path& p)
     return "\"" + p.string() + "\"";
 }
 
+/// The fixed name a replacing commit links the finished file under.
+std::string CommitName(const std::string& name)
+{
+    return "." + name + ".loadcal-commit";
+}
+
 /// Holds SIGINT, SIGTERM and SIGHUP back for its lifetime (this thread); a
 /// signal sent meanwhile is delivered when it ends.
 class CSignalHold {
@@ -397,9 +403,10 @@ bool CAtomicFile::Place(bool replace)
                 // A fixed commit name, so that a kill between the two calls below leaves at
                 // most one file, which the next writer of this target removes; the folder
                 // lock keeps two writers of the same folder from taking it at once.
-                const bool locked = ::flock(m_dirFd, LOCK_EX) == 0;
+                // A folder locked elsewhere gets a name of its own instead of a wait.
+                const bool locked = ::flock(m_dirFd, LOCK_EX | LOCK_NB) == 0;
                 const std::string commit =
-                    "." + name + (locked ? ".loadcal-commit" : ".loadcal-" + RandomSuffix());
+                    locked ? CommitName(name) : "." + name + ".loadcal-" + RandomSuffix();
                 if (locked) {
                     ::unlinkat(m_dirFd, commit.c_str(), 0);
                 }
@@ -435,6 +442,12 @@ bool CAtomicFile::Place(bool replace)
     ::fsync(m_dirFd);
     Close();
     return true;
+}
+
+void RemoveLeftCommit(const std::filesystem::path& target)
+{
+    std::error_code ec;
+    std::filesystem::remove(target.parent_path() / CommitName(target.filename().string()), ec);
 }
 
 }  // namespace loadcal

@@ -27,6 +27,10 @@ int ReadFileBytes(const std::filesystem::path& file, uint64_t limit, std::string
 /// DocumentError names the target and the cause.
 void WriteFileAtomically(const std::filesystem::path& target, std::string_view bytes);
 
+/// Removes the commit name a killed writer of target may have left; for files
+/// whose name is never written again, once their writer is known to be gone.
+void RemoveLeftCommit(const std::filesystem::path& target);
+
 /// A file replaced as a whole or not at all, the one way every file of the
 /// program is written (archives, the settings file, JSON, workbooks,
 /// drawings).
@@ -39,10 +43,11 @@ void WriteFileAtomically(const std::filesystem::path& target, std::string_view b
 /// only then gives it a name: directly the target's when there is no file
 /// yet, else a fixed commit name renamed over the target at once. Until that
 /// moment there is nothing to leave behind, whatever kills the process.
-/// SIGINT, SIGTERM and SIGHUP are held back for the two calls of the commit,
-/// so they never interrupt it; only SIGKILL between those two calls can leave
-/// the commit name (".NAME.loadcal-commit", a complete new file), and the next
-/// write to the same target removes it.
+/// SIGINT, SIGTERM and SIGHUP are held back in the writing thread for the two
+/// calls of the commit; a SIGKILL between those two calls (or, in a program
+/// with other threads, an end signal that one of them takes) can leave the
+/// commit name (".NAME.loadcal-commit", a complete new file), which the next
+/// write to the same target removes (RemoveLeftCommit for names written once).
 ///
 /// On a file system without unnamed files the temporary file is named
 /// (".NAME.loadcal-XXXXXX") and removed by the destructor, and by SIGINT,

@@ -200,6 +200,8 @@ std::vector<std::unique_ptr<CLeftRecoveryCopy>> CRecoveryFiles::ClaimLeftCopies(
             ::close(fd);
             continue;
         }
+        // Its window is gone: a commit name it may have left goes with it.
+        RemoveLeftCommit(f.copy);
         left.push_back(std::make_unique<CLeftRecoveryCopy>(f.copy, lock, fd));
     }
     return left;
