@@ -2,14 +2,15 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <xlsxwriter.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 
+#include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
@@ -100,7 +101,7 @@ public:
     CQuietStderr()
     {
         std::fflush(stderr);
-        m_saved = ::dup(STDERR_FILENO);
+        m_saved = ::fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0);
         const int sink = ::open("/dev/null", O_WRONLY | O_CLOEXEC);
         if (m_saved >= 0 && sink >= 0) {
             ::dup2(sink, STDERR_FILENO);
@@ -125,30 +126,6 @@ public:
 private:
     int m_saved = -1;
 };
-
-/// The whole content of a file descriptor from its start; false with errno set on failure.
-bool ReadAll(int fd, std::string& bytes)
-{
-    struct stat info {};
-    if (::fstat(fd, &info) != 0) {
-        return false;
-    }
-    bytes.resize(static_cast<size_t>(info.st_size));
-    size_t done = 0;
-    while (done < bytes.size()) {
-        const ssize_t n =
-            ::pread(fd, bytes.data() + done, bytes.size() - done, static_cast<off_t>(done));
-        if (n < 0 && errno == EINTR) {
-            continue;
-        }
-        if (n <= 0) {
-            errno = n < 0 ? errno : EIO;
-            return false;
-        }
-        done += static_cast<size_t>(n);
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -414,8 +391,9 @@ void CXlsxWorkbook::Release()
                           lxw_strerror(error));
     }
     std::string bytes;
-    if (!ReadAll(m_memoryFd, bytes)) {
-        const int err = errno;
+    if (const int err = ReadFileBytes("/proc/self/fd/" + std::to_string(m_memoryFd),
+                                      std::numeric_limits<uint64_t>::max(), bytes);
+        err != 0) {
         throw OutputError(OutputError::Kind::Write,
                           "cannot write " + Quoted(m_target) + ": " + std::strerror(err), err);
     }
