@@ -56,10 +56,7 @@ struct LargeWindow {
     }
 
     /// Rated power of circuit 10 (a visible row), alternating texts.
-    void Edit(int k)
-    {
-        dialog->OnEndEdit(GridId::Load, 10, 5, k % 2 ? L"12.5" : L"7");
-    }
+    void Edit(int k) { dialog->OnEndEdit(GridId::Load, 10, 5, k % 2 ? L"12.5" : L"7"); }
     void Repaint()
     {
         window->repaint();

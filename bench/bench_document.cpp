@@ -21,9 +21,7 @@ using namespace loadcal;
 
 namespace {
 
-struct Document {
-    CLoadArray loads;
-    CTransformerArray transformers;
+struct Document : CLoadCalDocument {
     std::string bytes;
 };
 
@@ -70,7 +68,7 @@ void BM_EncodeArchive(benchmark::State& state)
 {
     const Document& doc = LargestDocument();
     for (auto _ : state) {
-        benchmark::DoNotOptimize(EncodeArchive(doc.loads, doc.transformers));
+        benchmark::DoNotOptimize(EncodeArchive(doc));
     }
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(doc.bytes.size()));
 }
@@ -81,11 +79,10 @@ void BM_ConvertArchiveFile(benchmark::State& state)
     const Document& doc = LargestDocument();
     const testsupport::TempFolder folder;
     WriteFileAtomically(folder / "in.LDC", doc.bytes);
-    CLoadArray loads;
-    CTransformerArray transformers;
+    CLoadCalDocument read;
     for (auto _ : state) {
-        LoadArchiveFile(folder.File("in.LDC"), loads, transformers);
-        SaveArchiveFile(folder.File("out.LDC"), loads, transformers);
+        LoadArchiveFile(folder.File("in.LDC"), read);
+        SaveArchiveFile(folder.File("out.LDC"), read);
     }
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "model/Records.h"
+#include "model/Document.h"
 
 namespace loadcal {
 
@@ -14,14 +14,14 @@ class ICalculationBookWriter {
 public:
     virtual ~ICalculationBookWriter() = default;
 
-    /// Writes the book of the records as they stand to path; documentPath is
+    /// Writes the book of the document as it stands to path; documentPath is
     /// the archive's path (empty when untitled), which names the project.
     /// Throws std::exception with a one-line message naming the file when the
     /// book cannot be written (the previous file then stays as it was). Then
     /// shows the book unless told not to; false when no viewer could be
     /// started for it.
-    virtual bool WriteBook(const CLoadArray& loads, const CTransformerArray& transformers,
-                           const std::wstring& documentPath, const std::wstring& path) = 0;
+    virtual bool WriteBook(const CLoadCalDocument& doc, const std::wstring& documentPath,
+                           const std::wstring& path) = 0;
 };
 
 }  // namespace loadcal

@@ -340,7 +340,7 @@ int CLoadCalDiaog::SaveDocument()
     m_pIdpData->ClearDataFromMemory();
     std::string error;
     try {
-        StoreRecords(*m_pIdpData, m_arrLoad, m_arrTransformer);
+        StoreDocument(*m_pIdpData, m_document);
         if (m_pIdpData->WriteDataToIdpFile(m_strFilePath) != static_cast<int16_t>(IdpStatus::Ok)) {
             error = m_pIdpData->LastError();
         }
@@ -520,7 +520,7 @@ void CLoadCalDiaog::OnCalculationBook()
         return;
     }
     try {
-        if (!m_pBookWriter->WriteBook(m_arrLoad, m_arrTransformer, m_strFilePath, *path)) {
+        if (!m_pBookWriter->WriteBook(m_document, m_strFilePath, *path)) {
             MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
                        MB_OK);
         }

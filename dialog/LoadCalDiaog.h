@@ -20,6 +20,7 @@
 #include "document/RecentFiles.h"
 #include "model/Calculation.h"
 #include "model/Columns.h"
+#include "model/Document.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -290,6 +291,7 @@ public:
     {
         return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
     }
+    const CLoadCalDocument& GetDocument() const { return m_document; }
     const CLoadArray& GetLoads() const { return m_arrLoad; }
     const CTransformerArray& GetTransformers() const { return m_arrTransformer; }
     const std::wstring& GetFilePath() const { return m_strFilePath; }
@@ -399,8 +401,11 @@ private:
     std::unique_ptr<CInterDpData> m_pIdpData;
     std::wstring m_strFilePath;
     CModifiedFlag m_bModified;
-    CLoadArray m_arrLoad;
-    CTransformerArray m_arrTransformer;
+    /// The open document; the two record arrays are its lists, under the
+    /// names every rule of the dialog uses.
+    CLoadCalDocument m_document;
+    CLoadArray& m_arrLoad = m_document.loads;
+    CTransformerArray& m_arrTransformer = m_document.transformers;
     int m_nOutputMode = 0;
     ICalculationBookWriter* m_pBookWriter = nullptr;
     CBtnDataBase m_btnDataBase;

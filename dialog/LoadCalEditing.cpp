@@ -187,7 +187,7 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
 
 int CLoadCalDiaog::LoadDocument()
 {
-    LoadRecords(m_pIdpData.get(), m_arrLoad, m_arrTransformer);
+    RestoreDocument(m_pIdpData.get(), m_document);
     m_pOwnerIndex.reset();
     m_history.Clear(m_bModified == 0);
     FillLoadGrid();

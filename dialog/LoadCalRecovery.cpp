@@ -46,7 +46,7 @@ void CLoadCalDiaog::WriteRecoveryCopy()
 {
     m_nRecoveryAttempted = m_nRecoverySeen = m_bModified.Changes();
     try {
-        m_pRecovery->Write(m_arrLoad, m_arrTransformer, m_strFilePath);
+        m_pRecovery->Write(m_document, m_strFilePath);
     } catch (const DocumentError&) {
         // Not shown: a full disk is reported by the next save, and the next
         // change tries the copy again.

@@ -4,6 +4,7 @@
 #include <array>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "document/ArchiveKeys.h"
 #include "document/AtomicFile.h"
@@ -195,8 +196,22 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
     }
 }
 
-std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& transformers)
+void StoreDocument(CInterDpData& store, const CLoadCalDocument& doc)
 {
+    StoreRecords(store, doc.loads, doc.transformers);
+}
+
+void RestoreDocument(const CInterDpData* store, CLoadCalDocument& doc)
+{
+    CLoadCalDocument read;
+    LoadRecords(store, read.loads, read.transformers);
+    doc = std::move(read);
+}
+
+std::string EncodeArchive(const CLoadCalDocument& doc)
+{
+    const CLoadArray& loads = doc.loads;
+    const CTransformerArray& transformers = doc.transformers;
     CIdpWriter out(TableSize(archive::kLoadGroup, loads, archive::kLoadKeys) +
                    TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys) +
                    kRootSize);
@@ -210,8 +225,7 @@ std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& tran
     return out.Finish();
 }
 
-void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
-                     const CTransformerArray& transformers)
+void SaveArchiveFile(const std::wstring& path, const CLoadCalDocument& doc)
 {
     const auto refuse = [&](std::wstring_view group, int rows) {
         if (rows > static_cast<int>(kIdpMaxChildren)) {
@@ -219,22 +233,18 @@ void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
                 TooManyChildrenError(path, std::wstring(group), static_cast<size_t>(rows)));
         }
     };
-    refuse(archive::kLoadGroup, loads.GetSize());
-    refuse(archive::kTransformerGroup, transformers.GetSize());
-    WriteFileAtomically(ToFsPath(path), EncodeArchive(loads, transformers));
+    refuse(archive::kLoadGroup, doc.loads.GetSize());
+    refuse(archive::kTransformerGroup, doc.transformers.GetSize());
+    WriteFileAtomically(ToFsPath(path), EncodeArchive(doc));
 }
 
-void LoadArchiveFile(const std::wstring& path, CLoadArray& loads, CTransformerArray& transformers)
+void LoadArchiveFile(const std::wstring& path, CLoadCalDocument& doc)
 {
     CInterDpData store;
     if (store.ReadDataFromIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
         throw DocumentError(store.LastError());
     }
-    CLoadArray newLoads;
-    CTransformerArray newTransformers;
-    LoadRecords(&store, newLoads, newTransformers);
-    loads = std::move(newLoads);
-    transformers = std::move(newTransformers);
+    RestoreDocument(&store, doc);
 }
 
 }  // namespace loadcal

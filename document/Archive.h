@@ -3,6 +3,7 @@
 #include <string>
 
 #include "document/InterDpData.h"
+#include "model/Document.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -25,21 +26,31 @@ void StoreRecords(CInterDpData& store, const CLoadArray& loads,
 /// Nothing is recalculated.
 void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers);
 
-/// The bytes of the archive file of the arrays, exactly those that
-/// StoreRecords followed by CInterDpData::Serialize give, without building
-/// the tree (tables of at most kIdpMaxChildren rows).
-std::string EncodeArchive(const CLoadArray& loads, const CTransformerArray& transformers);
+/// Puts a whole document into a store, rebuilding it from nothing: the two
+/// tables as StoreRecords puts them, then the document's further groups,
+/// which the original program's reader skips. A document that uses nothing
+/// beyond the two tables gives exactly StoreRecords' tree.
+void StoreDocument(CInterDpData& store, const CLoadCalDocument& doc);
 
-/// Writes the arrays as an archive file (replacing it atomically). Throws
+/// Rebuilds a whole document from a store (null: the empty document): the
+/// two tables as LoadRecords reads them, then the further groups, whose
+/// absence leaves their defaults.
+void RestoreDocument(const CInterDpData* store, CLoadCalDocument& doc);
+
+/// The bytes of the archive file of a document, exactly those that
+/// StoreDocument followed by CInterDpData::Serialize give, without building
+/// the tree (tables of at most kIdpMaxChildren rows).
+std::string EncodeArchive(const CLoadCalDocument& doc);
+
+/// Writes a document as an archive file (replacing it atomically). Throws
 /// DocumentError naming the file and the cause when it cannot be written, or
 /// when a table has more than 32,767 rows (kIdpMaxChildren: a reader would
 /// get fewer back), in which case nothing is written.
-void SaveArchiveFile(const std::wstring& path, const CLoadArray& loads,
-                     const CTransformerArray& transformers);
+void SaveArchiveFile(const std::wstring& path, const CLoadCalDocument& doc);
 
-/// Reads an archive file into the arrays. Throws DocumentError naming the
+/// Reads an archive file into a document. Throws DocumentError naming the
 /// file and the problem when it is missing, unreadable or damaged in any way
-/// (the arrays are then left as they were).
-void LoadArchiveFile(const std::wstring& path, CLoadArray& loads, CTransformerArray& transformers);
+/// (the document is then left as it was).
+void LoadArchiveFile(const std::wstring& path, CLoadCalDocument& doc);
 
 }  // namespace loadcal

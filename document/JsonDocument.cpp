@@ -102,8 +102,7 @@ std::string PlainParseMessage(const std::string& what)
 
 }  // namespace
 
-std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& transformers,
-                           const SummaryTotals& totals)
+std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals)
 {
     // The text of doc.dump(2) for the whole document, written one record at a
     // time so that the document never exists as one JSON tree in memory.
@@ -128,8 +127,8 @@ std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& tra
         out += records.IsEmpty() ? "]" : "\n  ]";
         out += last ? "\n" : ",\n";
     };
-    list(kLoadsKey, loads, kLoadKeys, false);
-    list(kTransformersKey, transformers, kTransformerKeys, false);
+    list(kLoadsKey, doc.loads, kLoadKeys, false);
+    list(kTransformersKey, doc.transformers, kTransformerKeys, false);
     out += "  \"";
     out += kTotalsKey;
     out += "\": ";
@@ -144,29 +143,26 @@ std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& tra
     return out;
 }
 
-void DocumentFromJson(std::string_view json, const std::string& source, CLoadArray& loads,
-                      CTransformerArray& transformers)
+void DocumentFromJson(std::string_view json, const std::string& source, CLoadCalDocument& doc)
 {
-    Json doc;
+    Json root;
     try {
-        doc = Json::parse(json.begin(), json.end());
+        root = Json::parse(json.begin(), json.end());
     } catch (const Json::parse_error& e) {
         throw DocumentError(source + ": " + PlainParseMessage(e.what()));
     }
-    if (!doc.is_object()) {
+    if (!root.is_object()) {
         Fail(source, "top level", "expected an object with \"loads\" and \"transformers\"");
     }
-    for (const auto& [key, value] : doc.items()) {
+    for (const auto& [key, value] : root.items()) {
         if (key != kLoadsKey && key != kTransformersKey && key != kTotalsKey) {
             Fail(source, "top level", "unknown key \"" + key + "\"");
         }
     }
-    CLoadArray newLoads;
-    CTransformerArray newTransformers;
-    ReadRecords(doc, kLoadsKey, kLoadKeys, source, newLoads);
-    ReadRecords(doc, kTransformersKey, kTransformerKeys, source, newTransformers);
-    loads = std::move(newLoads);
-    transformers = std::move(newTransformers);
+    CLoadCalDocument read;
+    ReadRecords(root, kLoadsKey, kLoadKeys, source, read.loads);
+    ReadRecords(root, kTransformersKey, kTransformerKeys, source, read.transformers);
+    doc = std::move(read);
 }
 
 }  // namespace loadcal

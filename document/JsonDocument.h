@@ -4,7 +4,7 @@
 #include <string_view>
 
 #include "model/Calculation.h"
-#include "model/Records.h"
+#include "model/Document.h"
 
 namespace loadcal {
 
@@ -20,11 +20,10 @@ namespace loadcal {
 /// key takes the record's construction default, and an unknown key, a
 /// non-string value or a malformed document is a DocumentError naming the
 /// source and the position or key.
-std::string DocumentToJson(const CLoadArray& loads, const CTransformerArray& transformers,
-                           const SummaryTotals& totals);
+std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals);
 
 /// Reads a document; `source` names it in error messages (usually the file).
-void DocumentFromJson(std::string_view json, const std::string& source, CLoadArray& loads,
-                      CTransformerArray& transformers);
+/// The document is left as it was when the text is refused.
+void DocumentFromJson(std::string_view json, const std::string& source, CLoadCalDocument& doc);
 
 }  // namespace loadcal

@@ -132,8 +132,7 @@ CRecoveryFiles::~CRecoveryFiles()
     }
 }
 
-void CRecoveryFiles::Write(const CLoadArray& loads, const CTransformerArray& transformers,
-                           const std::wstring& documentPath)
+void CRecoveryFiles::Write(const CLoadCalDocument& doc, const std::wstring& documentPath)
 {
     if (m_nLockFd < 0) {
         std::error_code ec;
@@ -147,7 +146,7 @@ void CRecoveryFiles::Write(const CLoadArray& loads, const CTransformerArray& tra
         }
     }
     CInterDpData tree;
-    StoreRecords(tree, loads, transformers);
+    StoreDocument(tree, doc);
     SetText(tree, archive::kRecoveryDocumentKey, documentPath);
     SetText(tree, archive::kRecoveryTimeKey, LocalTimeNow());
     if (tree.WriteDataToIdpFile(FromFsPath(m_copy)) != static_cast<int16_t>(IdpStatus::Ok)) {

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "model/Records.h"
+#include "model/Document.h"
 
 namespace loadcal {
 
@@ -64,8 +64,7 @@ public:
     /// missing), recording documentPath and the current local time. Throws
     /// DocumentError naming the copy when it cannot be written; an earlier
     /// copy is then left as it was.
-    void Write(const CLoadArray& loads, const CTransformerArray& transformers,
-               const std::wstring& documentPath);
+    void Write(const CLoadCalDocument& doc, const std::wstring& documentPath);
     /// Removes this window's copy and its lock file; nothing when there is none.
     void Remove();
     bool HasCopy() const { return m_bHasCopy; }

@@ -67,7 +67,8 @@ void Check(const std::string& bytes)
     loadcal::CTransformerArray transformers;
     loadcal::LoadRecords(&store, loads, transformers);
     loadcal::StoreRecords(again, loads, transformers);
-    if (loadcal::EncodeArchive(loads, transformers) != again.Serialize()) {
+    if (loadcal::EncodeArchive(loadcal::CLoadCalDocument(loads, transformers)) !=
+        again.Serialize()) {
         Broken("the archive writer and the tree disagree on the bytes of the records", again);
     }
     loadcal::CLoadArray loadsBack;

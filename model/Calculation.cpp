@@ -427,4 +427,14 @@ SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transfor
     return index.Totals();
 }
 
+SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
+{
+    return RecalculateDocument(doc.loads, doc.transformers);
+}
+
+SummaryTotals ComputeTotals(const CLoadCalDocument& doc)
+{
+    return ComputeTotals(doc.loads);
+}
+
 }  // namespace loadcal

@@ -4,6 +4,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "model/Document.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -167,6 +168,11 @@ SummaryTotals ComputeTotals(const CLoadArray& loads);
 /// A whole document: every circuit in order, then every transformer in order,
 /// then the six totals, which are returned.
 SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transformers);
+
+/// The same for a whole document.
+SummaryTotals RecalculateDocument(CLoadCalDocument& doc);
+/// The six grand totals of a document's circuits as they stand.
+SummaryTotals ComputeTotals(const CLoadCalDocument& doc);
 
 /// The 25 standard rated capacities, kVA, ascending.
 inline constexpr std::array<double, 25> kStandardCapacities = {

@@ -38,12 +38,11 @@ bool CQtFileOpener::Open(const std::filesystem::path& file)
     return QDesktopServices::openUrl(QUrl::fromLocalFile(ToQPath(file)));
 }
 
-bool CQtCalculationBookWriter::WriteBook(const CLoadArray& loads,
-                                         const CTransformerArray& transformers,
+bool CQtCalculationBookWriter::WriteBook(const CLoadCalDocument& doc,
                                          const std::wstring& documentPath, const std::wstring& path)
 {
     const std::filesystem::path file = ToFsPath(path);
-    WriteCalculationBook(file, loads, transformers, {BookProjectName(documentPath), {}});
+    WriteCalculationBook(file, doc.loads, doc.transformers, {BookProjectName(documentPath), {}});
     if (!m_bOpen) {
         return true;
     }

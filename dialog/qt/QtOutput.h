@@ -43,8 +43,8 @@ public:
     explicit CQtCalculationBookWriter(bool open = true, IFileOpener* opener = nullptr)
         : m_bOpen(open), m_pOpener(opener)
     {}
-    bool WriteBook(const CLoadArray& loads, const CTransformerArray& transformers,
-                   const std::wstring& documentPath, const std::wstring& path) override;
+    bool WriteBook(const CLoadCalDocument& doc, const std::wstring& documentPath,
+                   const std::wstring& path) override;
 
 private:
     bool m_bOpen;

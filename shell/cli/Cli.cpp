@@ -84,13 +84,15 @@ std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
 
 /// Checks the kinds of the input and (when given) output files before
 /// anything is read, then reads the input document.
-void ReadInput(const CliRun& run, CLoadArray& loads, CTransformerArray& transformers)
+CLoadCalDocument ReadInput(const CliRun& run)
 {
     DocumentKindOf(run.input);
     if (!run.output.empty()) {
         DocumentKindOf(run.output);
     }
-    ReadDocument(run.input, loads, transformers);
+    CLoadCalDocument doc;
+    ReadDocument(run.input, doc);
+    return doc;
 }
 
 void AddConvert(CLI::App& app, CliRun& run)
@@ -101,21 +103,17 @@ void AddConvert(CLI::App& app, CliRun& run)
     cmd->add_option("OUT", run.output, "document to write (.LDC or .json)")->required();
     cmd->callback([&run] {
         run.action = [&run] {
-            CLoadArray loads;
-            CTransformerArray transformers;
-            ReadInput(run, loads, transformers);
-            WriteDocument(run.output, loads, transformers);
+            WriteDocument(run.output, ReadInput(run));
         };
     });
 }
 
-void PrintDocument(CliRun& run, const CLoadArray& loads, const CTransformerArray& transformers,
-                   const SummaryTotals& totals)
+void PrintDocument(CliRun& run, const CLoadCalDocument& doc, const SummaryTotals& totals)
 {
     if (run.json) {
-        run.out << DocumentToJson(loads, transformers, totals);
+        run.out << DocumentToJson(doc, totals);
     } else {
-        PrintTables(run.out, loads, transformers, totals);
+        PrintTables(run.out, doc.loads, doc.transformers, totals);
     }
 }
 
@@ -127,14 +125,12 @@ void AddCalc(CLI::App& app, CliRun& run)
     cmd->add_flag("--json", run.json, "print the document as JSON instead of tables");
     cmd->callback([&run] {
         run.action = [&run] {
-            CLoadArray loads;
-            CTransformerArray transformers;
-            ReadInput(run, loads, transformers);
-            const SummaryTotals totals = RecalculateDocument(loads, transformers);
+            CLoadCalDocument doc = ReadInput(run);
+            const SummaryTotals totals = RecalculateDocument(doc);
             if (!run.output.empty()) {
-                WriteDocument(run.output, loads, transformers);
+                WriteDocument(run.output, doc);
             }
-            PrintDocument(run, loads, transformers, totals);
+            PrintDocument(run, doc, totals);
         };
     });
 }
@@ -149,15 +145,13 @@ void AddBalance(CLI::App& app, CliRun& run)
     cmd->add_option("--seed", run.seed, "seed of the genetic search (default: fixed)");
     cmd->callback([&run] {
         run.action = [&run] {
-            CLoadArray loads;
-            CTransformerArray transformers;
-            ReadInput(run, loads, transformers);
-            run.out << ToUtf8(BalancePhases(loads, transformers, run.seed));
+            CLoadCalDocument doc = ReadInput(run);
+            run.out << ToUtf8(BalancePhases(doc.loads, doc.transformers, run.seed));
             if (!run.output.empty()) {
-                WriteDocument(run.output, loads, transformers);
+                WriteDocument(run.output, doc);
             }
             if (run.json) {
-                run.out << DocumentToJson(loads, transformers, ComputeTotals(loads));
+                run.out << DocumentToJson(doc, ComputeTotals(doc));
             }
         };
     });
@@ -184,10 +178,10 @@ void AddExport(CLI::App& app, CliRun& run)
             if (!run.base.empty() && !(base = ParsePoint(run.base))) {
                 throw UsageError("--base " + run.base + ": expected X,Y or X,Y,Z");
             }
-            CLoadArray loads;
-            CTransformerArray transformers;
-            ReadInput(run, loads, transformers);
-            const SummaryTotals totals = ComputeTotals(loads);
+            const CLoadCalDocument doc = ReadInput(run);
+            const CLoadArray& loads = doc.loads;
+            const CTransformerArray& transformers = doc.transformers;
+            const SummaryTotals totals = ComputeTotals(doc);
             if (!run.xlsx.empty()) {
                 WriteWorkbook(run.xlsx, loads, transformers, totals);
                 return;
@@ -212,10 +206,8 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->add_option("--pdf", run.pdf, "calculation book to write (.pdf)")->required();
     cmd->callback([&run] {
         run.action = [&run] {
-            CLoadArray loads;
-            CTransformerArray transformers;
-            ReadInput(run, loads, transformers);
-            WriteCalculationBook(run.pdf, loads, transformers,
+            const CLoadCalDocument doc = ReadInput(run);
+            WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
                                  {BookProjectName(FromUtf8(run.input)), {}});
         };
     });
@@ -232,14 +224,15 @@ void AddDemo(CLI::App& app, CliRun& run)
         ->capture_default_str();
     cmd->callback([&run] {
         run.action = [&run] {
-            CLoadArray loads;
-            CTransformerArray transformers;
+            CLoadCalDocument doc;
             DocumentFromJson(std::string_view(BundledExample(), BundledExampleSize()),
-                             "bundled example", loads, transformers);
-            RecalculateDocument(loads, transformers);
-            const std::wstring report = BalancePhases(loads, transformers, std::nullopt);
-            const SummaryTotals totals = ComputeTotals(loads);
-            PrintDocument(run, loads, transformers, totals);
+                             "bundled example", doc);
+            RecalculateDocument(doc);
+            const std::wstring report = BalancePhases(doc.loads, doc.transformers, std::nullopt);
+            const SummaryTotals totals = ComputeTotals(doc);
+            PrintDocument(run, doc, totals);
+            const CLoadArray& loads = doc.loads;
+            const CTransformerArray& transformers = doc.transformers;
             if (!run.json) {
                 run.out << "\n调整相位\n" << ToUtf8(report);
             }

@@ -42,22 +42,21 @@ DocumentKind DocumentKindOf(const std::string& path)
     throw UsageError(path + ": unknown document type (use a .LDC archive or a .json file)");
 }
 
-void ReadDocument(const std::string& path, CLoadArray& loads, CTransformerArray& transformers)
+void ReadDocument(const std::string& path, CLoadCalDocument& doc)
 {
     if (DocumentKindOf(path) == DocumentKind::Archive) {
-        LoadArchiveFile(FromUtf8(path), loads, transformers);
+        LoadArchiveFile(FromUtf8(path), doc);
     } else {
-        DocumentFromJson(ReadWholeFile(path), path, loads, transformers);
+        DocumentFromJson(ReadWholeFile(path), path, doc);
     }
 }
 
-void WriteDocument(const std::string& path, const CLoadArray& loads,
-                   const CTransformerArray& transformers)
+void WriteDocument(const std::string& path, const CLoadCalDocument& doc)
 {
     if (DocumentKindOf(path) == DocumentKind::Archive) {
-        SaveArchiveFile(FromUtf8(path), loads, transformers);
+        SaveArchiveFile(FromUtf8(path), doc);
     } else {
-        WriteFileAtomically(path, DocumentToJson(loads, transformers, ComputeTotals(loads)));
+        WriteFileAtomically(path, DocumentToJson(doc, ComputeTotals(doc)));
     }
 }
 

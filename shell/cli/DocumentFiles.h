@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "model/Records.h"
+#include "model/Document.h"
 
 namespace loadcal {
 
@@ -14,12 +14,11 @@ enum class DocumentKind { Archive, Json };
 DocumentKind DocumentKindOf(const std::string& path);
 
 /// Reads a document in either form. DocumentError names the file and the problem.
-void ReadDocument(const std::string& path, CLoadArray& loads, CTransformerArray& transformers);
+void ReadDocument(const std::string& path, CLoadCalDocument& doc);
 
 /// Writes a document in either form, atomically: on any error no partial file
 /// is left and an existing file is unchanged. JSON carries the six totals of
 /// the records as they stand.
-void WriteDocument(const std::string& path, const CLoadArray& loads,
-                   const CTransformerArray& transformers);
+void WriteDocument(const std::string& path, const CLoadCalDocument& doc);
 
 }  // namespace loadcal

@@ -64,7 +64,8 @@ TEST_F(Cli, ConvertRoundTripKeepsEveryTextExactly)
     loads[1].m_strRatedPower = L"10.500";
     loads[2].m_strDemandFactor = L"约0.8";
     transformers[0].m_strCalcCapacity = L"备用";
-    const std::string original = DocumentToJson(loads, transformers, ComputeTotals(loads));
+    const std::string original =
+        DocumentToJson(CLoadCalDocument(loads, transformers), ComputeTotals(loads));
     Write("in.json", original);
 
     auto r = Run({"convert", "in.json", "doc.LDC"});
@@ -75,9 +76,10 @@ TEST_F(Cli, ConvertRoundTripKeepsEveryTextExactly)
     EXPECT_TRUE(r.out.empty());
 
     // The archive itself holds the records (read by the library, not the tool).
-    CLoadArray l2;
-    CTransformerArray t2;
-    LoadArchiveFile(folder.File("doc.LDC"), l2, t2);
+    CLoadCalDocument l2Doc;
+    LoadArchiveFile(folder.File("doc.LDC"), l2Doc);
+    CLoadArray& l2 = l2Doc.loads;
+    CTransformerArray& t2 = l2Doc.transformers;
     EXPECT_EQ(l2, loads);
     EXPECT_EQ(t2, transformers);
 }
@@ -87,18 +89,20 @@ TEST_F(Cli, CalcPrintsTheRecalculatedDocumentAndWritesIt)
     Write("in.json", OneCircuitJson());
     auto r = Run({"calc", "in.json", "--json", "-o", "out.ldc"});
     ASSERT_EQ(r.status, 0) << r.err;
-    CLoadArray loads;
-    CTransformerArray transformers;
-    DocumentFromJson(r.out, "stdout", loads, transformers);
+    CLoadCalDocument loadsDoc;
+    DocumentFromJson(r.out, "stdout", loadsDoc);
+    CLoadArray& loads = loadsDoc.loads;
+    CTransformerArray& transformers = loadsDoc.transformers;
     ASSERT_EQ(loads.GetSize(), 1);
     EXPECT_EQ(loads[0].m_strCalcI, L"15.1939");
     EXPECT_EQ(transformers[0].m_strCalcP, L"7.2");  // 0.9 x 8 kW
     EXPECT_NE(r.out.find(R"("P": "8")"), std::string::npos);
     EXPECT_NE(r.out.find(R"("cos": "0.8")"), std::string::npos);
 
-    CLoadArray written;
-    CTransformerArray writtenT;
-    LoadArchiveFile(folder.File("out.ldc"), written, writtenT);
+    CLoadCalDocument writtenDoc;
+    LoadArchiveFile(folder.File("out.ldc"), writtenDoc);
+    CLoadArray& written = writtenDoc.loads;
+    CTransformerArray& writtenT = writtenDoc.transformers;
     EXPECT_EQ(written, loads);
     EXPECT_EQ(writtenT, transformers);
 
@@ -192,17 +196,13 @@ TEST_F(Cli, AFailedWriteLeavesNoPartialFileAndTheOldOneIntact)
 TEST(Examples, ArchiveAndJsonHoldTheSameRecalculatedDocument)
 {
     const std::string base = std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building";
-    CLoadArray loads, archived;
-    CTransformerArray transformers, archivedT;
-    DocumentFromJson(testsupport::ReadBytes(base + ".json"), "example", loads, transformers);
-    LoadArchiveFile(FromUtf8(base + ".LDC"), archived, archivedT);
-    EXPECT_EQ(archived, loads);
-    EXPECT_EQ(archivedT, transformers);
-    CLoadArray again = loads;
-    CTransformerArray againT = transformers;
-    RecalculateDocument(again, againT);
-    EXPECT_EQ(again, loads);
-    EXPECT_EQ(againT, transformers);
+    CLoadCalDocument fromJson, archived;
+    DocumentFromJson(testsupport::ReadBytes(base + ".json"), "example", fromJson);
+    LoadArchiveFile(FromUtf8(base + ".LDC"), archived);
+    EXPECT_EQ(archived, fromJson);
+    CLoadCalDocument again = fromJson;
+    RecalculateDocument(again);
+    EXPECT_EQ(again, fromJson);
 }
 
 TEST_F(Cli, ExportWritesOneOutputAndAsksForTheBasePoint)
@@ -296,9 +296,10 @@ TEST_F(Cli, BalanceReportsThePhaseCurrentsAndWritesThePhasesBack)
     EXPECT_EQ(currents, (std::vector<std::string>{"20.00", "20.00", "30.00"})) << report;
     EXPECT_EQ(report.substr(report.size() - 2), "\n\n");
 
-    CLoadArray written;
-    CTransformerArray writtenT;
-    DocumentFromJson(Read("out.json"), "out.json", written, writtenT);
+    CLoadCalDocument writtenDoc;
+    DocumentFromJson(Read("out.json"), "out.json", writtenDoc);
+    CLoadArray& written = writtenDoc.loads;
+    CTransformerArray& writtenT = writtenDoc.transformers;
     int perPhase[3] = {0, 0, 0};
     for (int i = 0; i < 4; ++i) {
         const std::wstring& p = written[i].m_strPhase;
@@ -334,9 +335,9 @@ TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
     auto r = Run({"balance", "in.json", "-o", "out.LDC"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_EQ(r.out, "");
-    CLoadArray written;
-    CTransformerArray writtenT;
-    LoadArchiveFile(folder.File("out.LDC"), written, writtenT);
+    CLoadCalDocument writtenDoc;
+    LoadArchiveFile(folder.File("out.LDC"), writtenDoc);
+    const CLoadArray& written = writtenDoc.loads;
     EXPECT_EQ(written[0].m_strPhase, L"L1,N");
     EXPECT_EQ(written[1].m_strPhase, L"L2,N");
     EXPECT_EQ(written[2].m_strPhase, L"L3,N");
@@ -365,9 +366,10 @@ TEST_F(Cli, DemoBalancesTheExampleAndWritesTheWorkbookTheDrawingAndTheBookIntoIt
     const auto j = Run({"demo", "--json", "--out-dir", "elsewhere"});
     ASSERT_EQ(j.status, 0) << j.err;
     EXPECT_TRUE(fs::exists(Path("elsewhere/office-building.dxf")));
-    CLoadArray loads;
-    CTransformerArray transformers;
-    DocumentFromJson(j.out.substr(0, j.out.find("\n}\n") + 3), "demo", loads, transformers);
+    CLoadCalDocument loadsDoc;
+    DocumentFromJson(j.out.substr(0, j.out.find("\n}\n") + 3), "demo", loadsDoc);
+    CLoadArray& loads = loadsDoc.loads;
+    CTransformerArray& transformers = loadsDoc.transformers;
     EXPECT_GE(loads.GetSize(), 25);
     EXPECT_GE(transformers.GetSize(), 2);
     CLoadArray again = loads;

@@ -65,7 +65,7 @@ std::string RandomDocumentJson(int circuits)
     CLoadArray loads;
     CTransformerArray transformers;
     testsupport::MakeRandomDocument(rng, opt, loads, transformers);
-    return DocumentToJson(loads, transformers, ComputeTotals(loads));
+    return DocumentToJson(CLoadCalDocument(loads, transformers), ComputeTotals(loads));
 }
 
 /// A tmpfs of 64 KiB mounted for the test's lifetime (root only).
@@ -107,9 +107,10 @@ TEST_F(CliFiles, TextsWithNulCharactersSurviveEveryWritingCommand)
         fs::remove(Path("out.LDC"));
         auto r = Run(args);
         ASSERT_EQ(r.status, 0) << args[0] << ": " << r.err;
-        CLoadArray loads;
-        CTransformerArray transformers;
-        LoadArchiveFile(folder.File("out.LDC"), loads, transformers);
+        CLoadCalDocument loadsDoc;
+        LoadArchiveFile(folder.File("out.LDC"), loadsDoc);
+        CLoadArray& loads = loadsDoc.loads;
+        CTransformerArray& transformers = loadsDoc.transformers;
         ASSERT_EQ(loads.GetSize(), 1) << args[0];
         EXPECT_EQ(loads[0].m_strEquipName, name) << args[0];
         EXPECT_EQ(loads[0].m_strTransformer, owner) << args[0];

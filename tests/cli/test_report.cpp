@@ -88,9 +88,10 @@ TEST_F(Report, TheExamplesBookReadsBackEveryCircuitTransformerFigureAndTotal)
     ASSERT_EQ(text.status, 0) << text.err;
     const std::vector<std::string> lines = Lines(text.out);
 
-    CLoadArray loads;
-    CTransformerArray transformers;
-    LoadArchiveFile(FromUtf8(kExample), loads, transformers);
+    CLoadCalDocument loadsDoc;
+    LoadArchiveFile(FromUtf8(kExample), loadsDoc);
+    CLoadArray& loads = loadsDoc.loads;
+    CTransformerArray& transformers = loadsDoc.transformers;
     ASSERT_GT(loads.GetSize(), 30);
     ASSERT_EQ(transformers.GetSize(), 2);
 

@@ -26,13 +26,13 @@ public:
     bool shown = true;
     const char* failure = nullptr;
 
-    bool WriteBook(const CLoadArray& loads, const CTransformerArray& transformers,
-                   const std::wstring& documentPath, const std::wstring& path) override
+    bool WriteBook(const CLoadCalDocument& doc, const std::wstring& documentPath,
+                   const std::wstring& path) override
     {
         if (failure) {
             throw std::runtime_error(failure);
         }
-        calls.push_back({loads, transformers, documentPath, path});
+        calls.push_back({doc.loads, doc.transformers, documentPath, path});
         return shown;
     }
 };

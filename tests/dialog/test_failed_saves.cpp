@@ -37,10 +37,9 @@ std::wstring SavedThenChanged(DialogFixture& f)
 
 int CircuitsIn(const std::wstring& path)
 {
-    CLoadArray loads;
-    CTransformerArray transformers;
-    LoadArchiveFile(path, loads, transformers);
-    return loads.GetSize();
+    CLoadCalDocument doc;
+    LoadArchiveFile(path, doc);
+    return doc.loads.GetSize();
 }
 
 }  // namespace

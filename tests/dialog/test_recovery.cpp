@@ -69,10 +69,9 @@ TEST(Recovery, TheCopyWaitsUntilTheDocumentRestsOrChangesHaveWaitedTooLong)
     EXPECT_EQ(std::filesystem::last_write_time(copy), written);
     f.AddCircuit(L"LAST");
     f.dlg->OnRecoveryTimer(t);
-    CLoadArray loads;
-    CTransformerArray transformers;
-    LoadArchiveFile(FromFsPath(copy), loads, transformers);
-    EXPECT_EQ(loads.GetSize(), 2 + 10 + 1);
+    CLoadCalDocument doc;
+    LoadArchiveFile(FromFsPath(copy), doc);
+    EXPECT_EQ(doc.loads.GetSize(), 2 + 10 + 1);
 }
 
 TEST(Recovery, AfterACrashTheCopyIsOfferedAndRestoredAsAModifiedDocumentOfItsFile)
@@ -150,7 +149,8 @@ TEST(Recovery, SaveNewOpenAndEveryNormalEndRemoveTheCopyARefusedOpenKeepsIt)
         SCOPED_TRACE(command);
         DialogFixture f;
         testsupport::WriteBytes(f.folder / "bad.LDC", "not an archive");
-        SaveArchiveFile(f.folder.File("other.LDC"), CLoadArray(), CTransformerArray());
+        SaveArchiveFile(f.folder.File("other.LDC"),
+                        CLoadCalDocument(CLoadArray(), CTransformerArray()));
         f.AddCircuit(L"M1");
         Rest(*f.dlg);
         f.ui.boxAnswers = {IDNO};

@@ -115,7 +115,8 @@ TEST(Undo, EveryKindOfChangeIsOneStepThatUndoAndRedoTakeBackAndDoAgain)
             f.Type(GridId::Load, 3, 4, L"L2,N");
         },
         __LINE__);
-    ExpectUndoable(f, [&] { f.Own(3, {L"T1"}); }, __LINE__);
+    ExpectUndoable(
+        f, [&] { f.Own(3, {L"T1"}); }, __LINE__);
     // Rename of a transformer, carried into the owner lists.
     ExpectUndoable(
         f, [&] { f.Type(GridId::Transformer, 1, 1, L"TA"); }, __LINE__);

@@ -64,12 +64,14 @@ TEST(Archive, RandomDocumentRoundTripsTextForText)
     // The file writer that skips the tree writes the same bytes, for either table empty too,
     // and for texts the tree stores in their UTF-16 form.
     loads[3].m_strEquipName = std::wstring(L"\0\xD800\x110000", 3);
-    EXPECT_EQ(EncodeArchive(loads, transformers),
+    EXPECT_EQ(EncodeArchive(CLoadCalDocument(loads, transformers)),
               (StoreRecords(store, loads, transformers), store.Serialize()));
-    EXPECT_EQ(EncodeArchive({}, transformers),
+    EXPECT_EQ(EncodeArchive(CLoadCalDocument({}, transformers)),
               (StoreRecords(store, {}, transformers), store.Serialize()));
-    EXPECT_EQ(EncodeArchive(loads, {}), (StoreRecords(store, loads, {}), store.Serialize()));
-    EXPECT_EQ(EncodeArchive({}, {}), (StoreRecords(store, {}, {}), store.Serialize()));
+    EXPECT_EQ(EncodeArchive(CLoadCalDocument(loads, {})),
+              (StoreRecords(store, loads, {}), store.Serialize()));
+    EXPECT_EQ(EncodeArchive(CLoadCalDocument({}, {})),
+              (StoreRecords(store, {}, {}), store.Serialize()));
 }
 
 TEST(Archive, KeyTreeFollowsRecordOrderWithCrosswiseTransformerKeys)
@@ -222,10 +224,11 @@ TEST(Archive, FileConveniencesReportProblemsAndKeepTheArrays)
     CTransformerArray transformers;
     testsupport::MakeRandomDocument(rng, {40, 3, 0.2}, loads, transformers);
     const std::wstring file = folder.File("工程.LDC");
-    SaveArchiveFile(file, loads, transformers);
-    CLoadArray loadsBack;
-    CTransformerArray transformersBack;
-    LoadArchiveFile(file, loadsBack, transformersBack);
+    SaveArchiveFile(file, CLoadCalDocument(loads, transformers));
+    CLoadCalDocument loadsBackDoc;
+    LoadArchiveFile(file, loadsBackDoc);
+    CLoadArray& loadsBack = loadsBackDoc.loads;
+    CTransformerArray& transformersBack = loadsBackDoc.transformers;
     EXPECT_EQ(loadsBack, loads);
     EXPECT_EQ(transformersBack, transformers);
 
@@ -238,17 +241,16 @@ TEST(Archive, FileConveniencesReportProblemsAndKeepTheArrays)
         return std::string("no error");
     };
     const std::string missing =
-        message([&] { LoadArchiveFile(folder.File("x.LDC"), loadsBack, transformersBack); });
+        message([&] { LoadArchiveFile(folder.File("x.LDC"), loadsBackDoc); });
     EXPECT_NE(missing.find("x.LDC\": no such file"), std::string::npos) << missing;
     std::string bytes = testsupport::ReadBytes(ToFsPath(file));
     bytes[bytes.size() / 2] = static_cast<char>(bytes[bytes.size() / 2] ^ 0x20);
     testsupport::WriteBytes(ToFsPath(file), bytes);
-    const std::string damaged =
-        message([&] { LoadArchiveFile(file, loadsBack, transformersBack); });
+    const std::string damaged = message([&] { LoadArchiveFile(file, loadsBackDoc); });
     EXPECT_NE(damaged.find("工程.LDC\": damaged"), std::string::npos) << damaged;
     EXPECT_EQ(loadsBack, loads);
-    const std::string unwritable =
-        message([&] { SaveArchiveFile(folder.File("no/a.LDC"), loads, transformers); });
+    const std::string unwritable = message(
+        [&] { SaveArchiveFile(folder.File("no/a.LDC"), CLoadCalDocument(loads, transformers)); });
     EXPECT_NE(unwritable.find("no/a.LDC"), std::string::npos) << unwritable;
 }
 
@@ -263,7 +265,7 @@ TEST(Archive, TextsWithNulCharactersComeBackWhole)
     transformers.Add(CTransformerCalData());
     transformers[0].m_strName = std::wstring(L"T\0\0", 3);
     const std::wstring file = folder.File("nul.LDC");
-    SaveArchiveFile(file, loads, transformers);
+    SaveArchiveFile(file, CLoadCalDocument(loads, transformers));
 
     CInterDpData store;
     ASSERT_EQ(store.ReadDataFromIdpFile(file), 0) << store.LastError();
@@ -271,9 +273,10 @@ TEST(Archive, TextsWithNulCharactersComeBackWhole)
     ASSERT_NE(name, nullptr);
     EXPECT_EQ(name->ValueText(), std::wstring(L"a\0b", 3));
     EXPECT_EQ(name->ValueCount(), 4);  // the text's length + 1, as the archive passes it
-    CLoadArray loadsBack;
-    CTransformerArray transformersBack;
-    LoadArchiveFile(file, loadsBack, transformersBack);
+    CLoadCalDocument loadsBackDoc;
+    LoadArchiveFile(file, loadsBackDoc);
+    CLoadArray& loadsBack = loadsBackDoc.loads;
+    CTransformerArray& transformersBack = loadsBackDoc.transformers;
     EXPECT_EQ(loadsBack, loads);
     EXPECT_EQ(transformersBack, transformers);
 }
@@ -297,7 +300,7 @@ TEST(Archive, MoreRowsThanAReaderCountsAreRefusedAndNothingIsWritten)
         }
         std::string error;
         try {
-            SaveArchiveFile(file, loads, transformers);
+            SaveArchiveFile(file, CLoadCalDocument(loads, transformers));
         } catch (const DocumentError& e) {
             error = e.what();
         }
@@ -310,10 +313,11 @@ TEST(Archive, MoreRowsThanAReaderCountsAreRefusedAndNothingIsWritten)
         // The largest readable size is written and read back whole.
         if (!tooManyLoads) {
             transformers.RemoveAt(0);
-            SaveArchiveFile(file, loads, transformers);
-            CLoadArray loadsBack;
-            CTransformerArray transformersBack;
-            LoadArchiveFile(file, loadsBack, transformersBack);
+            SaveArchiveFile(file, CLoadCalDocument(loads, transformers));
+            CLoadCalDocument loadsBackDoc;
+            LoadArchiveFile(file, loadsBackDoc);
+            CLoadArray& loadsBack = loadsBackDoc.loads;
+            CTransformerArray& transformersBack = loadsBackDoc.transformers;
             EXPECT_EQ(loadsBack.GetSize(), 32767);
             EXPECT_EQ(transformersBack.GetSize(), 32767);
         }

@@ -23,12 +23,14 @@ TEST(JsonDocument, WrittenTextIsTheLibrarysOwnAndReadsBackExactly)
         if (circuits > 0) {
             loads[0].m_strEquipName = std::wstring(L"\"引号\"\\\n\t\0 \U0001F50C", 10);
         }
-        const std::string text = DocumentToJson(loads, tlist, ComputeTotals(loads));
+        const std::string text =
+            DocumentToJson(CLoadCalDocument(loads, tlist), ComputeTotals(loads));
         EXPECT_EQ(text, nlohmann::ordered_json::parse(text).dump(2) + "\n")
             << circuits << " circuits, " << transformers << " transformers";
-        CLoadArray loadsBack;
-        CTransformerArray tlistBack;
-        DocumentFromJson(text, "test", loadsBack, tlistBack);
+        CLoadCalDocument loadsBackDoc;
+        DocumentFromJson(text, "test", loadsBackDoc);
+        CLoadArray& loadsBack = loadsBackDoc.loads;
+        CTransformerArray& tlistBack = loadsBackDoc.transformers;
         EXPECT_EQ(loadsBack, loads);
         EXPECT_EQ(tlistBack, tlist);
     }

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <utility>
+
+#include "model/Records.h"
+
+namespace loadcal {
+
+/// A whole calculation document as the archive, the JSON form, the command
+/// line and the outputs take it: the circuit list and the transformer list,
+/// with whatever else a document holds beside them. A plain value that owns
+/// its records; the dialog keeps one and shows it in its grids.
+///
+/// A document that uses nothing beyond the two lists is exactly the
+/// original program's document: it computes, saves and shows as before.
+struct CLoadCalDocument {
+    CLoadCalDocument() = default;
+    /// A document of the original program's two lists only.
+    CLoadCalDocument(CLoadArray circuits, CTransformerArray transformerList)
+        : loads(std::move(circuits)), transformers(std::move(transformerList))
+    {}
+
+    CLoadArray loads;
+    CTransformerArray transformers;
+
+    friend bool operator==(const CLoadCalDocument&, const CLoadCalDocument&) = default;
+};
+
+}  // namespace loadcal
