@@ -93,7 +93,7 @@ Json RecordToJson(const Record& r, const std::array<const char*, N>& keys)
 void LeaveTypeFiguresEmpty(CLoadCalData& circuit,
                            const std::array<bool, CLoadCalData::kAnyFieldCount>& given)
 {
-    if (circuit.m_strLoadType.empty()) {
+    if (Trim(circuit.m_strLoadType).empty()) {
         return;
     }
     if (!given[CLoadCalData::kDemandFactor]) {

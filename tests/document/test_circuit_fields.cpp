@@ -161,7 +161,8 @@ TEST(CircuitFields, JsonWritesTheFourKeysOnlyWhenUsedAfterTheThirteen)
     EXPECT_LT(type, fire);
     EXPECT_EQ(json.find("quantity"), std::string::npos);
     EXPECT_EQ(json.find("loadClass"), std::string::npos);
-    EXPECT_EQ(json.find("\"loadType\"", type + 1), std::string::npos);  // not for the second circuit
+    EXPECT_EQ(json.find("\"loadType\"", type + 1),
+              std::string::npos);  // not for the second circuit
 }
 
 TEST(CircuitFields, ACircuitNamingATypeLeavesAnOmittedFactorForTheTypeToFill)
@@ -170,7 +171,7 @@ TEST(CircuitFields, ACircuitNamingATypeLeavesAnOmittedFactorForTheTypeToFill)
         {"circuitNo": "1", "loadType": "电梯", "ratedPower": "15"},
         {"circuitNo": "2", "loadType": "电梯", "demandFactor": "0.25"},
         {"circuitNo": "3", "ratedPower": "15"},
-        {"circuitNo": "4", "loadType": "", "ratedPower": "15"}]})";
+        {"circuitNo": "4", "loadType": " ", "ratedPower": "15"}]})";
     CLoadCalDocument doc;
     DocumentFromJson(json, "test", doc);
     ASSERT_EQ(doc.loads.GetSize(), 4);
