@@ -24,6 +24,32 @@ int16_t ValueCount(const std::wstring& text)
     return static_cast<int16_t>(static_cast<uint16_t>(Utf16Length(text) + 1));
 }
 
+/// Calls f(key, text) for every field a row holds beyond its table's fixed
+/// keys: for a circuit, each non-empty field beyond the original thirteen,
+/// in field order; a transformer has none.
+template <class F>
+void ForEachExtraField(const CLoadCalData& row, F f)
+{
+    for (size_t k = 0; k < archive::kLoadExtraKeys.size(); ++k) {
+        const std::wstring& text = row.AnyFieldAt(CLoadCalData::kFieldCount + static_cast<int>(k));
+        if (!text.empty()) {
+            f(archive::kLoadExtraKeys[k], text);
+        }
+    }
+}
+
+template <class F>
+void ForEachExtraField(const CTransformerCalData& /*row*/, F /*f*/)
+{}
+
+template <class Record>
+size_t ExtraFieldCount(const Record& row)
+{
+    size_t count = 0;
+    ForEachExtraField(row, [&count](std::wstring_view, const std::wstring&) { ++count; });
+    return count;
+}
+
 template <class Record, size_t N>
 void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Record>& rows,
                 const std::array<std::wstring_view, N>& keys)
@@ -37,6 +63,10 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
             store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text),
                                std::wstring_view(text), 0);
         }
+        ForEachExtraField(row, [&](std::wstring_view key, const std::wstring& text) {
+            store.SetSubValueW(rowPath + std::wstring(key), ValueCount(text),
+                               std::wstring_view(text), 0);
+        });
     }
 }
 
@@ -107,6 +137,9 @@ size_t TableSize(std::wstring_view group, const CArray<Record>& rows,
         for (size_t f = 0; f < N; ++f) {
             size += CIdpWriter::RecordSize(keys[f], rows[i].FieldAt(static_cast<int>(f)));
         }
+        ForEachExtraField(rows[i], [&size](std::wstring_view key, const std::wstring& text) {
+            size += CIdpWriter::RecordSize(key, text);
+        });
     }
     return size;
 }
@@ -119,12 +152,15 @@ void WriteTable(CIdpWriter& out, std::wstring_view group, const CArray<Record>& 
 {
     out.Node(group, 0, 0, {}, static_cast<size_t>(rows.GetSize()));
     for (int i = 0; i < rows.GetSize(); ++i) {
-        out.Node(std::to_wstring(i), 0, 0, {}, N);
         const Record& row = rows[i];
+        out.Node(std::to_wstring(i), 0, 0, {}, N + ExtraFieldCount(row));
         for (size_t f = 0; f < N; ++f) {
             const std::wstring& text = row.FieldAt(static_cast<int>(f));
             out.Node(keys[f], ValueCount(text), 0, text, 0);
         }
+        ForEachExtraField(row, [&out](std::wstring_view key, const std::wstring& text) {
+            out.Node(key, ValueCount(text), 0, text, 0);
+        });
     }
 }
 
@@ -158,15 +194,27 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
                 // The array was sized above and is filled now: large pages for it.
                 AdviseHugePages(&record, sizeof(CLoadCalData) * static_cast<size_t>(rows));
             }
+            size_t found = 0;
             for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
                 const auto text = Lookup(rowNode, field, archive::kLoadKeys[field]);
                 if (text) {
                     record.FieldAt(f) = *text;
+                    ++found;
                 } else if (f == CLoadCalData::kCircuitNo) {
                     record.FieldAt(f) = row.View();
                 } else {
                     record.FieldAt(f) = archive::kLoadReadDefaults[field];
+                }
+            }
+            // Sibling names are unique: a row with no child beside the
+            // thirteen found has none of the further keys.
+            if (rowNode != nullptr && rowNode->ChildrenSize() > found) {
+                for (size_t k = 0; k < archive::kLoadExtraKeys.size(); ++k) {
+                    const auto text = Lookup(rowNode, found + k, archive::kLoadExtraKeys[k]);
+                    if (text) {
+                        record.AnyFieldAt(CLoadCalData::kFieldCount + static_cast<int>(k)) = *text;
+                    }
                 }
             }
         }

@@ -12,8 +12,10 @@ namespace loadcal {
 /// tree is emptied, then every field of every load circuit is set at
 /// 负荷信息\<i>\<key> and every field of every transformer at
 /// 变压器信息\<i>\<key> (keys in ArchiveKeys.h), each as its whole text (NUL
-/// characters included) with the count Utf16Length(text) + 1 and flags 0. An empty array leaves no
-/// node for its table. Statuses of the store are not examined.
+/// characters included) with the count Utf16Length(text) + 1 and flags 0. A
+/// circuit's fields beyond the original thirteen follow its thirteen, each
+/// only when not empty. An empty array leaves no node for its table.
+/// Statuses of the store are not examined.
 void StoreRecords(CInterDpData& store, const CLoadArray& loads,
                   const CTransformerArray& transformers);
 
@@ -21,8 +23,9 @@ void StoreRecords(CInterDpData& store, const CLoadArray& loads,
 /// Rows are read by position: children "0" up to the table's signed 16-bit
 /// child count less one (a negative count reads none), whatever the children
 /// are actually named. Missing keys take the reading defaults of
-/// ArchiveKeys.h (a missing circuit number takes the row name); a load row is
-/// always appended, a transformer row without its name key is skipped.
+/// ArchiveKeys.h (a missing circuit number takes the row name; a missing
+/// field beyond the thirteen is empty); a load row is always appended, a
+/// transformer row without its name key is skipped.
 /// Nothing is recalculated.
 void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers);
 

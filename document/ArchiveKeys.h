@@ -33,6 +33,18 @@ inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadK
     L"归属变压器",  // owning transformer(s)
 };
 
+/// Keys of the load-row fields beyond the original thirteen, indexed by
+/// CLoadCalData::ExtraField less kFieldCount. Each is written after the
+/// thirteen and only when its text is not empty, so that a document without
+/// them is stored exactly as before; the original program's reader asks for
+/// its thirteen keys by name and passes these by. Missing on reading: empty.
+inline constexpr std::array<std::wstring_view, CLoadCalData::kExtraFieldCount> kLoadExtraKeys = {
+    L"负荷类型",  // load type, a name of the load-type library
+    L"数量",      // the quantity a tiered load type reads
+    L"负荷等级",  // load class
+    L"消防",      // fire role: "", "消防", "火灾时切除"
+};
+
 /// Keys of a transformer row, indexed by CTransformerCalData::Field. The
 /// crosswise keys: the spare figure m_strCalcCapacity is stored under
 /// "计算有功" and the calculated active power m_strCalcP under "计算容量".

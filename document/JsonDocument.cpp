@@ -12,10 +12,12 @@ namespace {
 
 using Json = nlohmann::ordered_json;
 
-/// JSON keys in record field order.
-constexpr std::array<const char*, CLoadCalData::kFieldCount> kLoadKeys = {
-    "circuitNo", "equipNo", "equipName", "phase", "ratedPower", "demandFactor", "powerFactor",
-    "calcP",     "calcQ",   "calcS",     "calcI", "voltage",    "transformer"};
+/// JSON keys in record field order: a circuit's original thirteen, then the
+/// four beyond them, which are written only when not empty.
+constexpr std::array<const char*, CLoadCalData::kAnyFieldCount> kLoadKeys = {
+    "circuitNo",   "equipNo",  "equipName", "phase",     "ratedPower", "demandFactor",
+    "powerFactor", "calcP",    "calcQ",     "calcS",     "calcI",      "voltage",
+    "transformer", "loadType", "quantity",  "loadClass", "fire"};
 
 constexpr std::array<const char*, CTransformerCalData::kFieldCount> kTransformerKeys = {
     "name",
@@ -40,15 +42,70 @@ constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
 constexpr const char* kTotalsKey = "totals";
 
+/// A record's field by its place in the key list: every field of a circuit,
+/// the original thirteen and those beyond them; a transformer's own.
+std::wstring& KeyedField(CLoadCalData& r, size_t f)
+{
+    return r.AnyFieldAt(static_cast<int>(f));
+}
+const std::wstring& KeyedField(const CLoadCalData& r, size_t f)
+{
+    return r.AnyFieldAt(static_cast<int>(f));
+}
+std::wstring& KeyedField(CTransformerCalData& r, size_t f)
+{
+    return r.FieldAt(static_cast<int>(f));
+}
+const std::wstring& KeyedField(const CTransformerCalData& r, size_t f)
+{
+    return r.FieldAt(static_cast<int>(f));
+}
+
+/// Whether a field's key is written when its text is empty: a circuit's
+/// fields beyond the original thirteen appear only when used, so that a
+/// document without them is written exactly as before.
+bool AlwaysWritten(const CLoadCalData& /*r*/, size_t f)
+{
+    return f < static_cast<size_t>(CLoadCalData::kFieldCount);
+}
+bool AlwaysWritten(const CTransformerCalData& /*r*/, size_t /*f*/)
+{
+    return true;
+}
+
 template <class Record, size_t N>
 Json RecordToJson(const Record& r, const std::array<const char*, N>& keys)
 {
     Json obj = Json::object();
     for (size_t f = 0; f < N; ++f) {
-        obj[keys[f]] = ToUtf8(r.FieldAt(static_cast<int>(f)));
+        const std::wstring& text = KeyedField(r, f);
+        if (text.empty() && !AlwaysWritten(r, f)) {
+            continue;
+        }
+        obj[keys[f]] = ToUtf8(text);
     }
     return obj;
 }
+
+/// A circuit that names a load type and leaves out its demand factor or
+/// power factor takes them from the type (calc fills empty ones), not the
+/// new-row defaults: those would stand as typed figures.
+void LeaveTypeFiguresEmpty(CLoadCalData& circuit,
+                           const std::array<bool, CLoadCalData::kAnyFieldCount>& given)
+{
+    if (Trim(circuit.m_strLoadType).empty()) {
+        return;
+    }
+    if (!given[CLoadCalData::kDemandFactor]) {
+        circuit.m_strDemandFactor.clear();
+    }
+    if (!given[CLoadCalData::kPowerFactor]) {
+        circuit.m_strPowerFactor.clear();
+    }
+}
+void LeaveTypeFiguresEmpty(CTransformerCalData& /*transformer*/,
+                           const std::array<bool, CTransformerCalData::kFieldCount>& /*given*/)
+{}
 
 [[noreturn]] void Fail(const std::string& source, const std::string& where, const std::string& what)
 {
@@ -74,6 +131,7 @@ void ReadRecords(const Json& doc, const char* listKey, const std::array<const ch
             Fail(source, where, "expected an object");
         }
         Record record;
+        std::array<bool, N> given{};
         for (const auto& [key, value] : item.items()) {
             size_t f = 0;
             while (f < N && key != keys[f]) {
@@ -86,9 +144,10 @@ void ReadRecords(const Json& doc, const char* listKey, const std::array<const ch
                 Fail(source, where + "." + key,
                      "expected a string, found " + std::string(value.type_name()));
             }
-            record.FieldAt(static_cast<int>(f)) =
-                FromUtf8(value.template get_ref<const std::string&>());
+            KeyedField(record, f) = FromUtf8(value.template get_ref<const std::string&>());
+            given[f] = true;
         }
+        LeaveTypeFiguresEmpty(record, given);
         out.Add(std::move(record));
     }
 }

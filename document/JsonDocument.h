@@ -15,10 +15,14 @@ namespace loadcal {
 ///     "totals": { "Pe", "P", "Q", "S", "cos", "I" } }
 ///
 /// Every value is a JSON string holding a field's text exactly; keys follow
-/// the record order. Output carries every key, and the six grand totals of
-/// the records as they stand. On input "totals" is ignored, a missing record
-/// key takes the record's construction default, and an unknown key, a
-/// non-string value or a malformed document is a DocumentError naming the
+/// the record order. A circuit's fields beyond the original thirteen
+/// ("loadType", "quantity", "loadClass", "fire") follow them and are written
+/// only when not empty; every other key is always written, with the six
+/// grand totals of the records as they stand. On input "totals" is ignored,
+/// a missing record key takes the record's construction default (except
+/// that a circuit naming a load type without "demandFactor" or
+/// "powerFactor" has them empty, for the type to fill), and an unknown key,
+/// a non-string value or a malformed document is a DocumentError naming the
 /// source and the position or key.
 std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals);
 

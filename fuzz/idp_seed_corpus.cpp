@@ -48,6 +48,23 @@ void SmallDocument(CInterDpData& store)
     StoreRecords(store, loads, transformers);
 }
 
+/// The same calculation with load types, quantities, classes and fire roles
+/// on some circuits (the fields beyond the original thirteen).
+void TypedDocument(CInterDpData& store)
+{
+    SmallDocument(store);
+    CLoadArray loads;
+    CTransformerArray transformers;
+    LoadRecords(&store, loads, transformers);
+    loads[0].m_strLoadType = L"照明插座";
+    loads[0].m_strQuantity = L"2000";
+    loads[1].m_strLoadType = L"消防水泵";
+    loads[1].m_strLoadClass = L"一级";
+    loads[1].m_strFire = L"消防";
+    loads[2].m_strFire = L"火灾时切除";
+    StoreRecords(store, loads, transformers);
+}
+
 /// The recent-files list as the settings file holds it.
 void Settings(CInterDpData& store)
 {
@@ -100,13 +117,16 @@ int main(int argc, char** argv)
     }
     CInterDpData archive;
     SmallDocument(archive);
+    CInterDpData typed;
+    TypedDocument(typed);
     CInterDpData settings;
     Settings(settings);
     CInterDpData unicode;
     Unicode(unicode);
     const CInterDpData empty;
     const bool ok =
-        Write(argv[1], "archive-small.LDC", archive) && Write(argv[1], "settings.idp", settings) &&
+        Write(argv[1], "archive-small.LDC", archive) &&
+        Write(argv[1], "archive-typed.LDC", typed) && Write(argv[1], "settings.idp", settings) &&
         Write(argv[1], "unicode-names.idp", unicode) && Write(argv[1], "empty.idp", empty);
     return ok ? 0 : 1;
 }

@@ -8,14 +8,16 @@ namespace {
 using LoadMember = std::wstring CLoadCalData::*;
 using TransformerMember = std::wstring CTransformerCalData::*;
 
-constexpr std::array<LoadMember, CLoadCalData::kFieldCount> kLoadMembers = {
+constexpr std::array<LoadMember, CLoadCalData::kAnyFieldCount> kLoadMembers = {
     &CLoadCalData::m_strCircuitNo,   &CLoadCalData::m_strEquipNo,
     &CLoadCalData::m_strEquipName,   &CLoadCalData::m_strPhase,
     &CLoadCalData::m_strRatedPower,  &CLoadCalData::m_strDemandFactor,
     &CLoadCalData::m_strPowerFactor, &CLoadCalData::m_strCalcP,
     &CLoadCalData::m_strCalcQ,       &CLoadCalData::m_strCalcS,
     &CLoadCalData::m_strCalcI,       &CLoadCalData::m_strVoltage,
-    &CLoadCalData::m_strTransformer,
+    &CLoadCalData::m_strTransformer, &CLoadCalData::m_strLoadType,
+    &CLoadCalData::m_strQuantity,    &CLoadCalData::m_strLoadClass,
+    &CLoadCalData::m_strFire,
 };
 
 constexpr std::array<TransformerMember, CTransformerCalData::kFieldCount> kTransformerMembers = {
@@ -62,6 +64,22 @@ std::wstring& CLoadCalData::FieldAt(int field)
 const std::wstring& CLoadCalData::FieldAt(int field) const
 {
     return this->*kLoadMembers[CheckField<kFieldCount>(field)];
+}
+
+std::wstring& CLoadCalData::AnyFieldAt(int field)
+{
+    return this->*kLoadMembers[CheckField<kAnyFieldCount>(field)];
+}
+
+const std::wstring& CLoadCalData::AnyFieldAt(int field) const
+{
+    return this->*kLoadMembers[CheckField<kAnyFieldCount>(field)];
+}
+
+bool CLoadCalData::HasExtraFields() const
+{
+    return !m_strLoadType.empty() || !m_strQuantity.empty() || !m_strLoadClass.empty() ||
+           !m_strFire.empty();
 }
 
 bool CLoadCalData::IsBlank() const

@@ -20,13 +20,32 @@ inline constexpr std::array<std::wstring_view, 4> kPhaseTexts = {kPhaseL1, kPhas
 inline constexpr std::wstring_view kVoltageSingle = L"0.22";
 inline constexpr std::wstring_view kVoltageThree = L"0.38";
 
-/// One load circuit: 13 texts in a fixed order. Figures stay the text typed or
-/// the "%G" text a calculation wrote; units: powers in kW / kVar / kVA,
-/// current in A, voltage in kV, factors as ratios. A plain value: copying
-/// copies every field.
+/// The load-class texts of the field 负荷等级, highest class first.
+inline constexpr std::wstring_view kLoadClassSpecial = L"一级中特别重要";
+inline constexpr std::wstring_view kLoadClassFirst = L"一级";
+inline constexpr std::wstring_view kLoadClassSecond = L"二级";
+inline constexpr std::wstring_view kLoadClassThird = L"三级";
+inline constexpr std::array<std::wstring_view, 4> kLoadClassTexts = {
+    kLoadClassSpecial, kLoadClassFirst, kLoadClassSecond, kLoadClassThird};
+/// The texts of the field 消防: empty for a normal load, a load that runs only
+/// in a fire, a load shed in a fire.
+inline constexpr std::wstring_view kFireNormal = L"";
+inline constexpr std::wstring_view kFireOnly = L"消防";
+inline constexpr std::wstring_view kFireShed = L"火灾时切除";
+inline constexpr std::array<std::wstring_view, 3> kFireTexts = {kFireNormal, kFireOnly, kFireShed};
+
+/// One load circuit: the original 13 texts in a fixed order, then four texts
+/// beyond them (load type, quantity, load class, fire role), all empty unless
+/// the designer fills them. Figures stay the text typed or the "%G" text a
+/// calculation wrote; units: powers in kW / kVar / kVA, current in A, voltage
+/// in kV, factors as ratios; the quantity's unit is the one its load type
+/// reads (m², units, households, kW). A plain value: copying copies every
+/// field.
 class CLoadCalData {
 public:
-    /// Field numbers in record order (archive and JSON order).
+    /// Field numbers of the original thirteen, in record order (archive and
+    /// JSON order). Everything that walks "the fields" of a circuit walks
+    /// these.
     enum Field {
         kCircuitNo,
         kEquipNo,
@@ -43,6 +62,12 @@ public:
         kTransformer,
         kFieldCount
     };
+    /// The fields beyond the original thirteen, numbered on from them so that
+    /// a table column or a warning names any field by one number. FieldAt
+    /// refuses them; AnyFieldAt takes both.
+    enum ExtraField { kLoadType = kFieldCount, kQuantity, kLoadClass, kFire, kAnyFieldCount };
+    static constexpr int kExtraFieldCount =
+        static_cast<int>(kAnyFieldCount) - static_cast<int>(kFieldCount);
 
     CLoadCalData();
 
@@ -59,10 +84,20 @@ public:
     std::wstring m_strCalcI;         ///< Ijs, A
     std::wstring m_strVoltage;       ///< working voltage U, kV
     std::wstring m_strTransformer;   ///< owner name(s), joined with ","
+    std::wstring m_strLoadType;      ///< 负荷类型: a name of the load-type library
+    std::wstring m_strQuantity;      ///< 数量: the scale a tiered load type reads
+    std::wstring m_strLoadClass;     ///< 负荷等级: one of kLoadClassTexts, or empty
+    std::wstring m_strFire;          ///< 消防: one of kFireTexts
 
     /// Field by record order (0 .. kFieldCount-1); throws CInvalidArgException otherwise.
     std::wstring& FieldAt(int field);
     const std::wstring& FieldAt(int field) const;
+    /// Any field, the original thirteen and the four beyond them
+    /// (0 .. kAnyFieldCount-1); throws CInvalidArgException otherwise.
+    std::wstring& AnyFieldAt(int field);
+    const std::wstring& AnyFieldAt(int field) const;
+    /// True when one of the four fields beyond the original thirteen is not empty.
+    bool HasExtraFields() const;
 
     /// True when circuit number, equipment number and name, rated power and
     /// owner are all empty; phase, factors, voltage and results do not count.

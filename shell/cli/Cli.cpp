@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <functional>
@@ -13,7 +14,10 @@
 #include "balancing/PhaseBalancing.h"
 #include "document/DocumentError.h"
 #include "document/JsonDocument.h"
+#include "document/LoadTypeFile.h"
+#include "document/RecentFiles.h"
 #include "model/Calculation.h"
+#include "model/LoadTypes.h"
 #include "model/Text.h"
 #include "output/DrawingExport.h"
 #include "output/ExcelExport.h"
@@ -51,6 +55,9 @@ struct CliRun {
     bool force = false;
     std::string outDir = "loadcal-demo";
     std::optional<std::uint64_t> seed;
+    /// The exit status of a subcommand that did its work but met a problem
+    /// it reported on `err` (kExitOk otherwise).
+    int status = kExitOk;
 };
 
 /// A drawing scale factor must be a finite number above zero.
@@ -95,6 +102,35 @@ CLoadCalDocument ReadInput(const CliRun& run)
     return doc;
 }
 
+/// The load-type library: the shipped one with the user library of the
+/// settings folder laid over it. A user library that is refused is named on
+/// `err` with its line and reason, and the shipped library is used alone.
+CLoadTypeLibrary ReadLoadTypeLibrary(CliRun& run, bool userErrorFails)
+{
+    const std::wstring userPath = UserLoadTypesPath(CLoadCalRecentFiles::DefaultSettingsPath());
+    CLoadTypeLibraryLoad load = LoadLoadTypeLibrary(userPath);
+    if (load.userError) {
+        run.err << "loadcal: " << *load.userError
+                << "; the user library is not used, only the shipped one\n";
+        if (userErrorFails) {
+            run.status = kExitIo;
+        }
+    }
+    return std::move(load.library);
+}
+
+/// Fills the empty demand and power factors of the circuits that name a
+/// load type from the library. Documents without types never read it.
+void FillFiguresFromTypes(CliRun& run, CLoadCalDocument& doc)
+{
+    const bool typed = std::any_of(doc.loads.begin(), doc.loads.end(), [](const CLoadCalData& c) {
+        return !Trim(c.m_strLoadType).empty();
+    });
+    if (typed) {
+        FillFromLoadTypes(doc, ReadLoadTypeLibrary(run, false));
+    }
+}
+
 void AddConvert(CLI::App& app, CliRun& run)
 {
     auto* cmd =
@@ -126,11 +162,29 @@ void AddCalc(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
+            FillFiguresFromTypes(run, doc);
             const SummaryTotals totals = RecalculateDocument(doc);
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
             }
             PrintDocument(run, doc, totals);
+        };
+    });
+}
+
+void AddTypes(CLI::App& app, CliRun& run)
+{
+    auto* cmd = app.add_subcommand(
+        "types", "List the load-type library: the shipped types and the user library's");
+    cmd->add_flag("--json", run.json, "print the library as a JSON list");
+    cmd->callback([&run] {
+        run.action = [&run] {
+            const CLoadTypeLibrary library = ReadLoadTypeLibrary(run, true);
+            if (run.json) {
+                run.out << LoadTypesListJson(library);
+            } else {
+                PrintLoadTypes(run.out, library);
+            }
         };
     });
 }
@@ -263,7 +317,7 @@ void AddDemo(CLI::App& app, CliRun& run)
 /// of the module, run by the host.
 bool IsSubcommand(const std::string& word)
 {
-    for (const char* name : {"convert", "calc", "balance", "export", "report", "demo"}) {
+    for (const char* name : {"convert", "calc", "types", "balance", "export", "report", "demo"}) {
         if (word == name) {
             return true;
         }
@@ -327,8 +381,8 @@ int RunHostCommand(const std::vector<std::string>& args, std::istream& in, std::
     out.flush();
     if (!found) {
         err << "loadcal: unknown command \"" << name
-            << "\" (commands: FHJS, sample; subcommands: convert, calc, balance, export, report, "
-               "demo)\n";
+            << "\" (commands: FHJS, sample; subcommands: convert, calc, types, balance, export, "
+               "report, demo)\n";
         return kExitUsage;
     }
     return host.Status();
@@ -348,6 +402,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
     app.require_subcommand(1);
     AddConvert(app, run);
     AddCalc(app, run);
+    AddTypes(app, run);
     AddBalance(app, run);
     AddExport(app, run);
     AddReport(app, run);
@@ -388,7 +443,7 @@ int RunCommandLine(const std::vector<std::string>& args, std::istream& in, std::
         err << "loadcal: cannot write to standard output\n";
         return kExitIo;
     }
-    return kExitOk;
+    return run.status;
 }
 
 }  // namespace loadcal

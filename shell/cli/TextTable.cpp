@@ -1,10 +1,14 @@
 #include "shell/cli/TextTable.h"
 
 #include <algorithm>
+#include <cwchar>
+#include <iterator>
 #include <string>
 #include <vector>
 
 #include "model/Columns.h"
+#include "model/LoadTypeTexts.h"
+#include "model/Numeric.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -50,6 +54,41 @@ void PrintTable(std::ostream& out, const char* caption, const std::array<TableCo
     }
 }
 
+/// Prints rows of cells aligned in columns, two blanks apart.
+void PrintAligned(std::ostream& out, const std::vector<std::vector<std::wstring>>& rows)
+{
+    std::vector<size_t> width;
+    for (const auto& row : rows) {
+        width.resize(std::max(width.size(), row.size()));
+        for (size_t c = 0; c < row.size(); ++c) {
+            width[c] = std::max(width[c], DisplayWidth(row[c]));
+        }
+    }
+    for (const auto& row : rows) {
+        std::wstring line;
+        for (size_t c = 0; c < row.size(); ++c) {
+            line += row[c];
+            if (c + 1 < row.size()) {
+                line.append(width[c] - DisplayWidth(row[c]) + 2, L' ');
+            }
+        }
+        out << ToUtf8(line) << '\n';
+    }
+}
+
+std::wstring Range(double low, double high)
+{
+    return low == high ? FormatG(low) : FormatG(low) + L"–" + FormatG(high);
+}
+
+/// tan φ as the tables print it: two decimals.
+std::wstring TwoDecimals(double value)
+{
+    wchar_t text[32];
+    std::swprintf(text, std::size(text), L"%.2f", value);
+    return text;
+}
+
 }  // namespace
 
 size_t DisplayWidth(std::wstring_view text)
@@ -59,6 +98,27 @@ size_t DisplayWidth(std::wstring_view text)
         w += IsWide(static_cast<char32_t>(c)) ? 2 : 1;
     }
     return w;
+}
+
+void PrintLoadTypes(std::ostream& out, const CLoadTypeLibrary& library)
+{
+    std::vector<std::vector<std::wstring>> rows;
+    rows.push_back(
+        {L"负荷类型", L"按", L"需要系数", L"典型值", L"cos φ", L"tan φ", L"来源", L"出处"});
+    for (const CLoadType& type : library.Types()) {
+        const auto tan = type.Tan();
+        rows.push_back({type.name, std::wstring(QuantityName(type.quantity)),
+                        Range(type.kxMin, type.kxMax),
+                        type.IsTiered() ? std::wstring(texts::kByTier) : FormatG(type.kx),
+                        type.cos ? FormatG(*type.cos) : L"—", tan ? TwoDecimals(*tan) : L"—",
+                        std::wstring(OriginName(type.origin)), type.Citation()});
+        for (const CLoadTypeTier& tier : type.tiers) {
+            rows.push_back(
+                {L"", L"  " + tier.label, Range(tier.kxMin, tier.kxMax), FormatG(tier.kx)});
+        }
+    }
+    out << "负荷类型库 (" << library.Types().size() << ")\n";
+    PrintAligned(out, rows);
 }
 
 void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerArray& transformers,

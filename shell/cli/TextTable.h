@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "model/Calculation.h"
+#include "model/LoadTypes.h"
 
 namespace loadcal {
 
@@ -11,6 +12,11 @@ namespace loadcal {
 /// which Chinese characters take two cells.
 void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerArray& transformers,
                  const SummaryTotals& totals);
+
+/// Prints the load-type library as an aligned text table: one line per type
+/// (Kx range, typical Kx, cos φ, tan φ, where it comes from, its source),
+/// and below a tiered type one line per tier.
+void PrintLoadTypes(std::ostream& out, const CLoadTypeLibrary& library);
 
 /// Terminal cells a text takes: two for East Asian wide characters, one otherwise.
 size_t DisplayWidth(std::wstring_view text);

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "dialog/LoadCalResources.h"
+#include "document/Archive.h"
 #include "document/AtomicFile.h"
 #include "model/Errors.h"
 #include "tests/dialog/ScriptedUi.h"
@@ -280,4 +281,58 @@ TEST(RecentFileCommands, AMissingFileIsReportedAndStaysInTheList)
     EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
     EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 1);
     EXPECT_THROW(f.dlg->OnCommand(4003), CInvalidArgException);
+}
+
+TEST(Documents, TheFieldsBeyondTheThirteenSurviveEditingCopyingUndoAndSaving)
+{
+    // The window shows none of them yet; whatever it does to a circuit keeps them.
+    DialogFixture f;
+    CLoadCalDocument doc;
+    CLoadCalData lift;
+    lift.m_strCircuitNo = L"WL1";
+    lift.m_strRatedPower = L"15";
+    lift.m_strLoadType = L"电梯";
+    lift.m_strLoadClass = L"二级";
+    CLoadCalData pump;
+    pump.m_strCircuitNo = L"WL2";
+    pump.m_strLoadType = L"消防水泵";
+    pump.m_strQuantity = L"2";
+    pump.m_strFire = L"消防";
+    doc.loads.Add(lift);
+    doc.loads.Add(pump);
+    const std::wstring path = f.folder.File("typed.LDC");
+    SaveArchiveFile(path, doc);
+
+    f.ui.openAnswers.push_back(path);
+    f.dlg->OnCommand(res::ID_FILE_OPEN);
+    ASSERT_EQ(f.dlg->GetLoads().GetSize(), 2);
+    f.Type(GridId::Load, 1, 5, L"20");
+    f.SelectRows(GridId::Load, 2, 2);
+    f.dlg->OnCopyRows(GridId::Load);
+    f.Load().SetFocusCell(1, 1);
+    f.dlg->OnCommand(res::ID_LOAD_PASTE);
+    ASSERT_EQ(f.dlg->GetLoads().GetSize(), 3);
+    int copies = 0;
+    for (const CLoadCalData& c : f.dlg->GetLoads()) {
+        if (c.m_strCircuitNo == L"WL2") {
+            ++copies;
+            EXPECT_EQ(c.m_strLoadType, L"消防水泵");
+            EXPECT_EQ(c.m_strQuantity, L"2");
+            EXPECT_EQ(c.m_strFire, L"消防");
+        }
+    }
+    EXPECT_EQ(copies, 2);
+    f.dlg->OnCommand(res::ID_EDIT_UNDO);
+    ASSERT_EQ(f.dlg->GetLoads().GetSize(), 2);
+    f.dlg->OnCommand(res::ID_FILE_SAVE);
+    EXPECT_FALSE(f.dlg->IsModified());
+
+    CLoadCalDocument saved;
+    LoadArchiveFile(path, saved);
+    ASSERT_EQ(saved.loads.GetSize(), 2);
+    EXPECT_EQ(saved.loads[0].m_strRatedPower, L"20");
+    for (int f2 = CLoadCalData::kFieldCount; f2 < CLoadCalData::kAnyFieldCount; ++f2) {
+        EXPECT_EQ(saved.loads[0].AnyFieldAt(f2), lift.AnyFieldAt(f2));
+        EXPECT_EQ(saved.loads[1].AnyFieldAt(f2), pump.AnyFieldAt(f2));
+    }
 }
