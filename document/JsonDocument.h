@@ -10,13 +10,19 @@ namespace loadcal {
 
 /// The JSON form of a calculation document, for scripts and other tools:
 ///
-///   { "loads": [ { "circuitNo", ..., "transformer" } ],
+///   { "project": { "name", "number", "stage", "client", "institute",
+///                  "subproject", "revision", "date", "designer", "checker",
+///                  "reviewer", "approver" },
+///     "loads": [ { "circuitNo", ..., "transformer" } ],
 ///     "transformers": [ { "name", ..., "actualCompCapacity" } ],
 ///     "totals": { "Pe", "P", "Q", "S", "cos", "I" } }
 ///
 /// Every value is a JSON string holding a field's text exactly; keys follow
 /// the record order. Output carries every key, and the six grand totals of
-/// the records as they stand. On input "totals" is ignored, a missing record
+/// the records as they stand; "project" is written only when some field of
+/// the project information holds text (all twelve keys then), so a document
+/// without it gives the JSON it always gave. On input "totals" is ignored, a
+/// missing "project" or project key is empty text, a missing record
 /// key takes the record's construction default, and an unknown key, a
 /// non-string value or a malformed document is a DocumentError naming the
 /// source and the position or key.
