@@ -208,7 +208,7 @@ void AddReport(CLI::App& app, CliRun& run)
         run.action = [&run] {
             const CLoadCalDocument doc = ReadInput(run);
             WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
-                                 {BookProjectName(FromUtf8(run.input)), {}});
+                                 {BookProjectName(FromUtf8(run.input)), {}, doc.project});
         };
     });
 }
@@ -248,7 +248,7 @@ void AddDemo(CLI::App& app, CliRun& run)
             ExportDrawing(loads, transformers, totals, {dir / "office-building.dxf", 1.0, true},
                           origin);
             WriteCalculationBook(dir / "office-building.pdf", loads, transformers,
-                                 {L"office-building", {}});
+                                 {L"office-building", {}, doc.project});
             if (!run.json) {
                 run.out << "\n"
                         << (dir / "office-building.xlsx").string() << "\n"
