@@ -6,9 +6,7 @@
 #include "model/Numeric.h"
 
 namespace loadcal {
-namespace {
-
-}  // namespace
+namespace {}  // namespace
 
 std::wstring FormatFixed(double value, int decimals)
 {

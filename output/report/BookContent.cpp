@@ -111,8 +111,8 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
         {L"有功功率合计", GroupSumStep(b.phases, SumField::Active, L"Pjs", b.activeSum, L"kW")});
     s.push_back({L"无功功率合计",
                  GroupSumStep(b.phases, SumField::Reactive, L"Qjs", b.reactiveSum, L"kvar")});
-    s.push_back({L"计算有功功率", L"Pc = K∑p × ΣPjs = " + Fa(t.m_strKp) + L" × " +
-                                      Pw(b.activeSum) + L" = " + Pw(t.m_strCalcP) + L" kW"});
+    s.push_back({L"计算有功功率", L"Pc = K∑p × ΣPjs = " + Fa(t.m_strKp) + L" × " + Pw(b.activeSum) +
+                                      L" = " + Pw(t.m_strCalcP) + L" kW"});
     s.push_back({L"计算无功功率", L"Qc = K∑q × ΣQjs = " + Fa(t.m_strKq) + L" × " +
                                       Pw(b.reactiveSum) + L" = " + qcText + L" kvar"});
     const double alpha = ParseNumber(t.m_strAlpha);
@@ -121,10 +121,10 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
                                             Pw(t.m_strCalcP) + L" = 0，取 cosφ1 = " +
                                             Fa(t.m_strCosBefore)});
     } else {
-        s.push_back({L"补偿前功率因数", L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (" +
-                                            Fa(t.m_strBeta) + L" × " + qcText + L" / (" +
-                                            Fa(t.m_strAlpha) + L" × " + Pw(t.m_strCalcP) +
-                                            L"))²)) = " + Fa(t.m_strCosBefore)});
+        s.push_back({L"补偿前功率因数",
+                     L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (" + Fa(t.m_strBeta) +
+                         L" × " + qcText + L" / (" + Fa(t.m_strAlpha) + L" × " + Pw(t.m_strCalcP) +
+                         L"))²)) = " + Fa(t.m_strCosBefore)});
     }
     // tan φ from the stored power factors, as the calculation takes them.
     const auto tanOf = [](const std::wstring& cosText) {
@@ -153,8 +153,7 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
     s.push_back({L"补偿后无功功率", L"Q2 = Qc − Qb = " + qcText + L" − " + Pw(installed) + L" = " +
                                         Pw(t.m_strCalcQ) + L" kvar"});
     s.push_back({L"补偿后视在功率", L"S2 = √(Pc² + Q2²) = √(" + Pw(t.m_strCalcP) + L"² + " +
-                                        Pw(t.m_strCalcQ) + L"²) = " + Pw(t.m_strCalcS) +
-                                        L" kV·A"});
+                                        Pw(t.m_strCalcQ) + L"²) = " + Pw(t.m_strCalcS) + L" kV·A"});
     s.push_back({L"补偿后计算电流", L"I2 = S2 / (√3 × 0.38) = " + Pw(t.m_strCalcS) +
                                         L" / (√3 × 0.38) = " + Cu(t.m_strCalcI) + L" A"});
     s.push_back({L"补偿后功率因数", L"cosφ2' = Pc / S2 = " + Pw(t.m_strCalcP) + L" / " +
@@ -172,8 +171,7 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
                                       Se(t.m_strRatedCapacity) + L" kV·A"});
     }
     s.push_back({L"实际负载率", L"S2 / Se = " + Pw(t.m_strCalcS) + L" / " +
-                                    Se(t.m_strRatedCapacity) + L" = " +
-                                    Pc(t.m_strActualLoadRate)});
+                                    Se(t.m_strRatedCapacity) + L" = " + Pc(t.m_strActualLoadRate)});
     return s;
 }
 

@@ -401,7 +401,8 @@ void CBookLayout::BarChart(const QString& title, const QString& axisLabel,
     const double mean = finite > 0 ? sum / finite : 0;
     const double slot = (kMargin + width - axisX) / static_cast<double>(values.size());
     for (size_t k = 0; k < values.size(); ++k) {
-        const double v = std::isfinite(values[k]) ? std::clamp(values[k], axisLow, axisHigh) : axisLow;
+        const double v =
+            std::isfinite(values[k]) ? std::clamp(values[k], axisLow, axisHigh) : axisLow;
         const double barHeight = height * (v - axisLow) / span;
         const double x = axisX + slot * static_cast<double>(k) + slot * 0.25;
         page.boxes.push_back({QRectF(x, base - barHeight, slot * 0.5, barHeight), kBarFill});

@@ -14,8 +14,8 @@
 #include "document/AtomicFile.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
-#include "output/OutputError.h"
 #include "output/Figures.h"
+#include "output/OutputError.h"
 #include "output/OutputFile.h"
 #include "output/report/BookContent.h"
 #include "output/report/BookLayout.h"
@@ -119,23 +119,24 @@ void TitlePage(CBookLayout& book, const TitleFacts& facts, const CLoadArray& loa
     book.Space(500);
     const std::vector<BookColumn> facts2 = {{QStringLiteral("项目"), 1},
                                             {QStringLiteral("内容"), 3}};
-    book.Table(facts2,
-               {
-                   {QStringLiteral("工程名称"), facts.name},
-                   {QStringLiteral("工程编号"), Field(p, CProjectInfo::kNumber)},
-                   {QStringLiteral("子项"), Field(p, CProjectInfo::kSubproject)},
-                   {QStringLiteral("建设单位"), Field(p, CProjectInfo::kClient)},
-                   {QStringLiteral("设计阶段"), Field(p, CProjectInfo::kStage)},
-                   {QStringLiteral("版次"), Field(p, CProjectInfo::kRevision)},
-                   {QStringLiteral("日期"), facts.date},
-                   {QStringLiteral("负荷回路 / 变压器"),
-                    QStringLiteral("%1 个 / %2 台").arg(loads.GetSize()).arg(transformers.GetSize())},
-                   {QStringLiteral("总有功功率 Ptot"),
-                    Q(ShowFigure(FigureKind::Power, content.totals.active)) + " kW"},
-                   {QStringLiteral("总视在功率 Stot"),
-                    Q(ShowFigure(FigureKind::Power, content.totals.apparent)) + " kV·A"},
-               },
-               {.size = CBookLayout::kBodySize, .keepTogether = true});
+    book.Table(
+        facts2,
+        {
+            {QStringLiteral("工程名称"), facts.name},
+            {QStringLiteral("工程编号"), Field(p, CProjectInfo::kNumber)},
+            {QStringLiteral("子项"), Field(p, CProjectInfo::kSubproject)},
+            {QStringLiteral("建设单位"), Field(p, CProjectInfo::kClient)},
+            {QStringLiteral("设计阶段"), Field(p, CProjectInfo::kStage)},
+            {QStringLiteral("版次"), Field(p, CProjectInfo::kRevision)},
+            {QStringLiteral("日期"), facts.date},
+            {QStringLiteral("负荷回路 / 变压器"),
+             QStringLiteral("%1 个 / %2 台").arg(loads.GetSize()).arg(transformers.GetSize())},
+            {QStringLiteral("总有功功率 Ptot"),
+             Q(ShowFigure(FigureKind::Power, content.totals.active)) + " kW"},
+            {QStringLiteral("总视在功率 Stot"),
+             Q(ShowFigure(FigureKind::Power, content.totals.apparent)) + " kV·A"},
+        },
+        {.size = CBookLayout::kBodySize, .keepTogether = true});
     book.Space(350);
     const std::vector<BookColumn> signatures = {{QStringLiteral("职责"), 1},
                                                 {QStringLiteral("姓名"), 1.6},
@@ -198,13 +199,15 @@ void BasisAndFormulas(CBookLayout& book)
         QStringLiteral("3. 单相负荷按下节的 15 % 规则计入：三相平衡时直接相加，"
                        "不平衡时按最大一相的 3 倍计为等效三相负荷。回路电流按回路工作电压计算，"
                        "变压器低压侧电流按 0.38 kV 计算。"),
-        QStringLiteral("4. 符号与单位：Pe 设备功率（kW），Kx 需要系数，cosφ 功率因数，"
-                       "Pjs、Qjs、Sjs、Ijs 回路计算有功功率（kW）、无功功率（kvar）、视在功率（kV·A）"
-                       "和计算电流（A），K∑p、K∑q 有功、无功同时系数，负载率以百分数表示。"),
-        QStringLiteral("5. 数值修约：计算以计算文件中保存的数值进行（回路结果与分组合计保存为六位有效数字，"
-                       "变压器各步以全精度连续计算）；本计算书中功率修约至 0.01，系数修约至 0.01～0.001，"
-                       "电流修约至 0.1 A，负载率修约至 0.1 %。各式中代入的是修约后的数值，"
-                       "以之复算的结果与所示结果之差在修约误差以内。"),
+        QStringLiteral(
+            "4. 符号与单位：Pe 设备功率（kW），Kx 需要系数，cosφ 功率因数，"
+            "Pjs、Qjs、Sjs、Ijs 回路计算有功功率（kW）、无功功率（kvar）、视在功率（kV·A）"
+            "和计算电流（A），K∑p、K∑q 有功、无功同时系数，负载率以百分数表示。"),
+        QStringLiteral(
+            "5. 数值修约：计算以计算文件中保存的数值进行（回路结果与分组合计保存为六位有效数字，"
+            "变压器各步以全精度连续计算）；本计算书中功率修约至 0.01，系数修约至 0.01～0.001，"
+            "电流修约至 0.1 A，负载率修约至 0.1 %。各式中代入的是修约后的数值，"
+            "以之复算的结果与所示结果之差在修约误差以内。"),
     };
     for (const QString& p : basis) {
         book.Paragraph(p);
@@ -225,7 +228,8 @@ void BasisAndFormulas(CBookLayout& book)
     FormulaBlock(
         book, QStringLiteral("2. 按变压器分组合计（15 % 规则）"),
         {
-            u"归属变压器栏中任一名称（以 \",\" 分隔，不分大小写）与变压器名称相同的回路属于该变压器；"
+            u"归属变压器栏中任一名称（以 \",\" "
+            u"分隔，不分大小写）与变压器名称相同的回路属于该变压器；"
             u"一个回路可属于多台变压器，分别计入各台。",
             u"相位为 \"L1,N\"、\"L2,N\"、\"L3,N\" 的回路按相累加电流 IL1、IL2、IL3 和功率 "
             u"PL1、PL2、PL3（无功、设备功率同法）；相位为 \"L1,L2,L3,N\" 的回路累加为 "
@@ -290,12 +294,11 @@ void LoadTable(CBookLayout& book, const CLoadArray& loads, const SummaryTotals& 
         }
         rows.push_back(std::move(row));
     }
-    rows.push_back({"", QStringLiteral("总计"), "", "", Figure(FigureKind::Power, totals.installed),
-                    "", "", Figure(FigureKind::Factor, totals.powerFactor),
-                    Figure(FigureKind::Power, totals.active),
-                    Figure(FigureKind::Power, totals.reactive),
-                    Figure(FigureKind::Power, totals.apparent),
-                    Figure(FigureKind::Current, totals.current), ""});
+    rows.push_back(
+        {"", QStringLiteral("总计"), "", "", Figure(FigureKind::Power, totals.installed), "", "",
+         Figure(FigureKind::Factor, totals.powerFactor), Figure(FigureKind::Power, totals.active),
+         Figure(FigureKind::Power, totals.reactive), Figure(FigureKind::Power, totals.apparent),
+         Figure(FigureKind::Current, totals.current), ""});
     book.Table(Columns(kIssuedLoadHeaders, {0.8, 0.9, 1.7, 1.1, 1, 1, 1, 1, 1, 1, 1.1, 1, 1.6}),
                rows, {.shadeLastRow = true});
 }

@@ -28,8 +28,8 @@ std::wstring BookProjectName(const std::wstring& documentPath);
 /// (headers repeated on every page), each transformer's sizing step by step
 /// with its phase-current chart, the grand totals, the reviewer's checks, and
 /// page numbers "第 n 页 共 m 页". The figures are the document's texts as they
-/// stand, rounded for reading (output/Figures.h); nothing is recalculated. Needs a Qt GUI application, which it
-/// starts on the offscreen platform when the process has none.
+/// stand, rounded for reading (output/Figures.h); nothing is recalculated. Needs a Qt GUI
+/// application, which it starts on the offscreen platform when the process has none.
 std::string RenderCalculationBook(const CLoadArray& loads, const CTransformerArray& transformers,
                                   const BookInfo& info);
 

@@ -189,9 +189,9 @@ TEST_F(Report, TheExamplesBookReadsBackEveryCircuitTransformerFigureAndTotal)
         EXPECT_EQ(CountRows(lines, row), 1) << row[0];
         const std::string p = Rounded('P', GroupActiveSum(loads, t.m_strName));
         const std::string q = Rounded('P', GroupReactiveSum(loads, t.m_strName));
-        const std::string qc =
-            Rounded('P', FormatG(ParseNumber(GroupReactiveSum(loads, t.m_strName)) *
-                                 ParseNumber(t.m_strKq)));
+        const std::string qc = Rounded(
+            'P',
+            FormatG(ParseNumber(GroupReactiveSum(loads, t.m_strName)) * ParseNumber(t.m_strKq)));
         const std::string pc = Rounded('P', t.m_strCalcP);
         for (const std::string& step : {
                  "Pc = K∑p × ΣPjs = " + Rounded('F', t.m_strKp) + " × " + p + " = " + pc + " kW",
@@ -214,11 +214,11 @@ TEST_F(Report, TheExamplesBookReadsBackEveryCircuitTransformerFigureAndTotal)
 
     // The total row of the load table and the totals' section.
     const SummaryTotals totals = ComputeTotals(loads);
-    EXPECT_EQ(CountRows(lines, {"总计", Rounded('P', totals.installed),
-                                Rounded('F', totals.powerFactor), Rounded('P', totals.active),
-                                Rounded('P', totals.reactive), Rounded('P', totals.apparent),
-                                Rounded('I', totals.current)}),
-              1);
+    EXPECT_EQ(
+        CountRows(lines, {"总计", Rounded('P', totals.installed), Rounded('F', totals.powerFactor),
+                          Rounded('P', totals.active), Rounded('P', totals.reactive),
+                          Rounded('P', totals.apparent), Rounded('I', totals.current)}),
+        1);
     EXPECT_TRUE(Contains(text.out, "Itot = Stot / (√3 × 0.38) = " + Rounded('P', totals.apparent) +
                                        " / (√3 × 0.38) = " + Rounded('I', totals.current) + " A"));
 
@@ -251,9 +251,9 @@ TEST_F(Report, TheStandardsInForceAreCitedByNumberAndTitleWithSymbolsAndUnitsOfP
     for (const char* gone : {"JGJ 16", "现行版本", "复核", "kVar"}) {
         EXPECT_FALSE(Contains(text, gone)) << gone;
     }
-    for (const char* symbol : {"设备功率 Pe", "需要系数 Kx", "有功功率 Pjs", "无功功率 Qjs",
-                               "视在功率 Sjs", "计算电流 Ijs", "K∑p", "K∑q", "(kvar)", "(kV·A)",
-                               "(%)"}) {
+    for (const char* symbol :
+         {"设备功率 Pe", "需要系数 Kx", "有功功率 Pjs", "无功功率 Qjs", "视在功率 Sjs",
+          "计算电流 Ijs", "K∑p", "K∑q", "(kvar)", "(kV·A)", "(%)"}) {
         EXPECT_TRUE(Contains(text, symbol)) << symbol;
     }
 }
@@ -263,12 +263,18 @@ TEST_F(Report, TheTitlePageNamesTheProjectAndTheContentsGiveThePagesTheSectionsS
     CLoadCalDocument doc;
     LoadArchiveFile(FromUtf8(kExample), doc);
     const std::pair<int, std::string> fields[] = {
-        {CProjectInfo::kName, "滨江科技园 8 号楼"},   {CProjectInfo::kNumber, "2024-031"},
-        {CProjectInfo::kStage, "施工图设计"},         {CProjectInfo::kClient, "滨江置业有限公司"},
-        {CProjectInfo::kInstitute, "某建筑设计研究院"}, {CProjectInfo::kSubproject, "8 号楼变配电"},
-        {CProjectInfo::kRevision, "B"},               {CProjectInfo::kDate, "2024-06-18"},
-        {CProjectInfo::kDesigner, "张工"},            {CProjectInfo::kChecker, "李工"},
-        {CProjectInfo::kReviewer, "王工"},            {CProjectInfo::kApprover, "赵工"},
+        {CProjectInfo::kName, "滨江科技园 8 号楼"},
+        {CProjectInfo::kNumber, "2024-031"},
+        {CProjectInfo::kStage, "施工图设计"},
+        {CProjectInfo::kClient, "滨江置业有限公司"},
+        {CProjectInfo::kInstitute, "某建筑设计研究院"},
+        {CProjectInfo::kSubproject, "8 号楼变配电"},
+        {CProjectInfo::kRevision, "B"},
+        {CProjectInfo::kDate, "2024-06-18"},
+        {CProjectInfo::kDesigner, "张工"},
+        {CProjectInfo::kChecker, "李工"},
+        {CProjectInfo::kReviewer, "王工"},
+        {CProjectInfo::kApprover, "赵工"},
     };
     for (const auto& [field, value] : fields) {
         doc.project.FieldAt(field) = FromUtf8(value);
@@ -289,8 +295,8 @@ TEST_F(Report, TheTitlePageNamesTheProjectAndTheContentsGiveThePagesTheSectionsS
     for (const std::string& line : contents) {
         const std::vector<std::string> t = Tokens(line);
         if (t.size() < 2 || t.back().find_first_not_of("0123456789") != std::string::npos ||
-            (t.front().find("、") == std::string::npos && t.front().find(". ") == std::string::npos &&
-             t.front().back() != '.')) {
+            (t.front().find("、") == std::string::npos &&
+             t.front().find(". ") == std::string::npos && t.front().back() != '.')) {
             continue;
         }
         const int page = std::stoi(t.back());

@@ -54,12 +54,26 @@ def read_xlsx(path):
                           "type": c.data_type, "horizontal": c.alignment.horizontal,
                           "vertical": c.alignment.vertical, "font": c.font.name,
                           "size": c.font.sz, "bold": bool(c.font.b),
-                          "number_format": c.number_format})
+                          "number_format": c.number_format, "wrap": bool(c.alignment.wrap_text),
+                          "borders": [side.style for side in (c.border.left, c.border.right,
+                                                              c.border.top, c.border.bottom)]})
     widths = [key for key, dim in ws.column_dimensions.items() if dim.customWidth]
+    width_of = {key: dim.width for key, dim in ws.column_dimensions.items() if dim.customWidth}
+    setup = ws.page_setup
+    page = {"orientation": setup.orientation, "paper": setup.paperSize,
+            # an absent fitToWidth or fitToHeight is 1 (the file format's default)
+            "fit_width": 1 if setup.fitToWidth is None else setup.fitToWidth,
+            "fit_height": 1 if setup.fitToHeight is None else setup.fitToHeight,
+            "fit_to_page": bool(ws.sheet_properties.pageSetUpPr.fitToPage)
+            if ws.sheet_properties.pageSetUpPr is not None else False,
+            "title_rows": ws.print_title_rows, "print_area": ws.print_area,
+            "freeze": ws.freeze_panes}
+    heights = {str(k): d.height for k, d in ws.row_dimensions.items() if d.height}
     with zipfile.ZipFile(path) as z:
         sheet = z.read("xl/worksheets/sheet1.xml").decode("utf-8")
     ignored = re.findall(r'<ignoredError sqref="([^"]*)" numberStoredAsText="1"', sheet)
     return {"sheets": wb.sheetnames, "cells": cells, "custom_widths": widths,
+            "widths": width_of, "page": page, "heights": heights,
             "number_as_text_ignored": ignored}
 
 

@@ -161,13 +161,14 @@ TEST(BookSteps, TheStepsShowTheDocumentsFiguresWithTheInputsPutIn)
                         L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (0.76 × 75.00 / "
                         L"(0.70 × 100.00))²)) = 0.775"));
     // tan(arccos 0.775436) = 0.81429, tan(arccos 0.9) = 0.48432.
-    EXPECT_TRUE(HasStep(b, L"Qcc = Pc × (tanφ1 − tanφ2) = 100.00 × (0.8143 − 0.4843) = 33.00 kvar"
-                           L"（cosφ1 = 0.775，目标 cosφ2 = 0.90）"));
+    EXPECT_TRUE(HasStep(b,
+                        L"Qcc = Pc × (tanφ1 − tanφ2) = 100.00 × (0.8143 − 0.4843) = 33.00 kvar"
+                        L"（cosφ1 = 0.775，目标 cosφ2 = 0.90）"));
     EXPECT_TRUE(HasStep(b, L"Q2 = Qc − Qb = 75.00 − 33.00 = 42.00 kvar"));
     EXPECT_TRUE(HasStep(b, L"ΣPjs = P3φ = 100.00 kW"));
     EXPECT_TRUE(HasStep(b, L"S2 / Se = " + ShowFigure(FigureKind::Power, r.m_strCalcS) +
-                               L" / 160 = " + ShowFigure(FigureKind::Percent, r.m_strActualLoadRate) +
-                               L" %"));
+                               L" / 160 = " +
+                               ShowFigure(FigureKind::Percent, r.m_strActualLoadRate) + L" %"));
     // A three-phase circuit carries its whole current in every phase.
     const double current = ParseNumber(loads[0].m_strCalcI);
     for (double phase : b.phaseCurrents) {

@@ -177,8 +177,9 @@ std::optional<Literal> PrintedResult(const std::wstring& part)
     }
     const std::wstring digits = part.substr(0, end);
     const size_t point = digits.find(L'.');
-    double half =
-        point == std::wstring::npos ? 0.5 : 0.5 * std::pow(10.0, -static_cast<double>(end - point - 1));
+    double half = point == std::wstring::npos
+                      ? 0.5
+                      : 0.5 * std::pow(10.0, -static_cast<double>(end - point - 1));
     double value = std::stod(ToUtf8(digits));
     if (part.compare(end, 2, L" %") == 0) {
         value /= 100;
