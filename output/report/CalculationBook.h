@@ -13,7 +13,7 @@ namespace loadcal {
 struct BookInfo {
     std::wstring project;  ///< the document's name, shown when details has no project name
     std::wstring date;     ///< shown when details has no date; empty: today, as yyyy-mm-dd
-    CProjectInfo details;  ///< the document's project information (may be empty)
+    CProjectInfo details = {};  ///< the document's project information (may be empty)
 };
 
 /// The project name of a document: its file name without the extension, or

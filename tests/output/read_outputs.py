@@ -21,23 +21,53 @@ def read_dxf(path):
               for layer in doc.layers]
     styles = [{"name": s.dxf.name, "font": s.dxf.font, "bigfont": s.dxf.bigfont,
                "width": s.dxf.width, "height": s.dxf.height} for s in doc.styles]
-    lines, texts, others = [], [], []
+    import ezdxf
+    from ezdxf.tools.text_size import text_size
+
+    # ezdxf's own measure of a text, without font files (the SHX fonts are
+    # the CAD application's): every character as wide as the text is high,
+    # times the width factor.
+    ezdxf.options.use_matplotlib = False
+    lines, texts, others, polylines = [], [], [], []
     for e in doc.modelspace():
         kind = e.dxftype()
-        if kind == "LINE":
+        if kind == "LWPOLYLINE":
+            polylines.append({"points": [[p[0], p[1]] for p in e.get_points("xy")],
+                              "width": e.dxf.const_width, "closed": e.closed,
+                              "layer": e.dxf.layer})
+        elif kind == "LINE":
             lines.append([*e.dxf.start, *e.dxf.end, e.dxf.layer])
         elif kind == "TEXT":
             p = e.dxf.align_point
             texts.append({"x": p[0], "y": p[1], "z": p[2], "height": e.dxf.height,
                           "rotation": e.dxf.rotation, "width": e.dxf.width,
                           "halign": e.dxf.halign, "valign": e.dxf.valign,
-                          "style": e.dxf.style, "layer": e.dxf.layer, "text": e.dxf.text})
+                          "style": e.dxf.style, "layer": e.dxf.layer, "text": e.dxf.text,
+                          "measured": text_size(e).width})
         else:
             others.append(kind)
     return {"recover_errors": len(auditor.errors), "audit_errors": len(audit.errors),
             "audit_messages": [str(m.message) for m in audit.errors][:5],
             "header": header, "layers": layers, "styles": styles,
-            "lines": lines, "texts": texts, "others": others}
+            "lines": lines, "texts": texts, "others": others, "polylines": polylines,
+            "cells": cells_of(lines, texts)}
+
+
+def cells_of(lines, texts):
+    """For each text, the cell of the drawn grid around its insertion point:
+    the nearest vertical lines left and right of it that pass its height, and
+    the nearest horizontal lines above and below that pass its place."""
+    verticals = [(l[0], min(l[1], l[4]), max(l[1], l[4])) for l in lines if l[0] == l[3]]
+    horizontals = [(l[1], min(l[0], l[3]), max(l[0], l[3])) for l in lines if l[1] == l[4]]
+    cells = []
+    for t in texts:
+        x, y = t["x"], t["y"]
+        left = max((v[0] for v in verticals if v[0] <= x and v[1] <= y <= v[2]), default=None)
+        right = min((v[0] for v in verticals if v[0] > x and v[1] <= y <= v[2]), default=None)
+        top = min((h[0] for h in horizontals if h[0] > y and h[1] <= x <= h[2]), default=None)
+        bottom = max((h[0] for h in horizontals if h[0] <= y and h[1] <= x <= h[2]), default=None)
+        cells.append({"left": left, "right": right, "top": top, "bottom": bottom})
+    return cells
 
 
 def read_xlsx(path):
