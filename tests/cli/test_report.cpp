@@ -222,18 +222,35 @@ TEST_F(Report, TheExamplesBookReadsBackEveryCircuitTransformerFigureAndTotal)
     EXPECT_TRUE(Contains(text.out, "Itot = Stot / (√3 × 0.38) = " + Rounded('P', totals.apparent) +
                                        " / (√3 × 0.38) = " + Rounded('I', totals.current) + " A"));
 
-    // Title page without project information: the file's name as the
-    // project; the basis, checks and page numbers.
-    for (const char* part : {"负荷计算书", "office-building", "编制", "校对", "审核", "审定",
-                             "计算依据", "需要系数法", "审核检查", "满足", "目", "录"}) {
+    // The title page with the example's project information; the basis,
+    // checks and page numbers.
+    for (const char* part :
+         {"负荷计算书", "滨江科技园 8 号办公楼", "编制", "校对", "审核", "审定", "张明", "赵军",
+          "计算依据", "需要系数法", "审核检查", "满足", "目", "录"}) {
         EXPECT_TRUE(Contains(text.out, part)) << part;
     }
+    EXPECT_FALSE(Contains(text.out, "office-building"));
     const int pages = PageCount(Path("book.pdf"));
     EXPECT_GE(pages, 7);
     for (int n = 1; n <= pages; ++n) {
         EXPECT_TRUE(Contains(WithoutBlanks(text.out),
                              "第" + std::to_string(n) + "页共" + std::to_string(pages) + "页"))
             << n;
+    }
+}
+
+TEST_F(Report, WithoutProjectInformationTheFileNameIsTheProject)
+{
+    const std::string archive =
+        std::string(LOADCAL_SOURCE_DIR) + "/tests/document/data/without-project.LDC";
+    ASSERT_EQ(Run({"report", archive, "--pdf", "book.pdf"}).status, 0);
+    const std::string title = PageText(Path("book.pdf"), 1);
+    EXPECT_TRUE(Contains(title, "without-project")) << title;
+    EXPECT_TRUE(Contains(title, "负荷计算书"));
+    // Every footer names it too.
+    const int pages = PageCount(Path("book.pdf"));
+    for (int n = 1; n <= pages; ++n) {
+        EXPECT_TRUE(Contains(PageText(Path("book.pdf"), n), "without-project 负荷计算书")) << n;
     }
 }
 

@@ -60,9 +60,10 @@ CLoadCalDocument RandomDocument(unsigned seed, int circuits, int transformers)
 
 TEST(ProjectArchive, ADocumentWithoutProjectInformationKeepsTheOriginalBytes)
 {
-    // The bundled example was written before the project information existed:
-    // read and written again it gives the file's bytes exactly.
-    const std::string path = std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building.LDC";
+    // An archive written before the project information existed (the bundled
+    // example as it was): read and written again it gives its bytes exactly.
+    const std::string path =
+        std::string(LOADCAL_SOURCE_DIR) + "/tests/document/data/without-project.LDC";
     std::string bytes;
     ASSERT_EQ(ReadFileBytes(path, uint64_t{1} << 30, bytes), 0);
     CLoadCalDocument doc;
