@@ -125,6 +125,7 @@ public:
     double LineHeight(int size) { return size * 1.45; }
 
     std::vector<BookPage>& Pages() { return m_pages; }
+    const std::vector<BookPage>& Pages() const { return m_pages; }
 
     /// Draws every page with "第 n 页 共 m 页" and footer centred at its foot,
     /// starting a new page (with its orientation) before each but the first.

@@ -9,7 +9,9 @@
 #include <QPdfWriter>
 
 #include <initializer_list>
+#include <map>
 #include <memory>
+#include <set>
 
 #include "document/AtomicFile.h"
 #include "model/Columns.h"
@@ -19,6 +21,7 @@
 #include "output/OutputFile.h"
 #include "output/report/BookContent.h"
 #include "output/report/BookLayout.h"
+#include "output/report/PdfTextMap.h"
 
 namespace loadcal {
 namespace {
@@ -406,6 +409,41 @@ void Checks(CBookLayout& book, const BookContent& content)
                rows, {.keepTogether = true});
 }
 
+/// The characters beyond the basic plane on the pages, by the font that
+/// draws them (the first of the book's families that has the glyph), in the
+/// order they are drawn.
+RareCharacters RareCharactersOf(const CBookLayout& book)
+{
+    RareCharacters rare;
+    std::vector<std::pair<std::string, QFontMetricsF>> families;
+    for (const QString& family : book.Font(100).families()) {
+        QFont font(family);
+        font.setStyleStrategy(QFont::NoFontMerging);
+        QString name = family;
+        name.remove(u' ');
+        families.emplace_back(name.toStdString(), QFontMetricsF(font));
+    }
+    std::map<std::string, std::set<char32_t>> seen;
+    for (const BookPage& page : book.Pages()) {
+        for (const BookPage::Text& text : page.texts) {
+            for (const char32_t c : text.text.toUcs4()) {
+                if (c < 0x10000) {
+                    continue;
+                }
+                for (const auto& [name, metrics] : families) {
+                    if (metrics.inFontUcs4(c)) {
+                        if (seen[name].insert(c).second) {
+                            rare[name].push_back(c);
+                        }
+                        break;
+                    }
+                }
+            }
+        }
+    }
+    return rare;
+}
+
 }  // namespace
 
 std::wstring BookProjectName(const std::wstring& documentPath)
@@ -477,7 +515,8 @@ std::string RenderCalculationBook(const CLoadArray& loads, const CTransformerArr
         painter.end();
     }
     const QByteArray& bytes = buffer.data();
-    return std::string(bytes.constData(), static_cast<size_t>(bytes.size()));
+    return CompleteToUnicodeMaps(std::string(bytes.constData(), static_cast<size_t>(bytes.size())),
+                                 RareCharactersOf(book));
 }
 
 void WriteCalculationBook(const std::filesystem::path& path, const CLoadArray& loads,

@@ -11,8 +11,8 @@ namespace loadcal {
 /// What the title page of a calculation book names: the document's project
 /// information where it has it, else the document's name and the date given.
 struct BookInfo {
-    std::wstring project;  ///< the document's name, shown when details has no project name
-    std::wstring date;     ///< shown when details has no date; empty: today, as yyyy-mm-dd
+    std::wstring project;       ///< the document's name, shown when details has no project name
+    std::wstring date;          ///< shown when details has no date; empty: today, as yyyy-mm-dd
     CProjectInfo details = {};  ///< the document's project information (may be empty)
 };
 
