@@ -189,7 +189,8 @@ TEST(BookSteps, PhaseCurrentsAddSinglePhaseCircuitsToTheirPhaseAndThreePhaseToEv
     const double i1 = ParseNumber(loads[0].m_strCalcI);
     const double i2 = ParseNumber(loads[1].m_strCalcI);
     const double i3 = ParseNumber(loads[2].m_strCalcI);
-    const BookTransformer& b = BuildBookContent(loads, transformers).transformers[0];
+    const BookContent book = BuildBookContent(loads, transformers);
+    const BookTransformer& b = book.transformers[0];
     EXPECT_NEAR(b.phaseCurrents[0], i1 + i3, 1e-9);
     EXPECT_NEAR(b.phaseCurrents[1], i2 + i3, 1e-9);
     EXPECT_NEAR(b.phaseCurrents[2], i3, 1e-9);

@@ -7,22 +7,11 @@
 #include <QGuiApplication>
 #include <QTextBoundaryFinder>
 
-#include <memory>
-
 #include "output/report/BookLayout.h"
 
 using namespace loadcal;
 
 namespace {
-
-QGuiApplication& App()
-{
-    static int argc = 1;
-    static char name[] = "report_tests";
-    static char* argv[] = {name, nullptr};
-    static QGuiApplication app(argc, argv);
-    return app;
-}
 
 /// The text's grapheme clusters, each as its own string.
 QStringList Clusters(const QString& text)
@@ -41,7 +30,10 @@ QStringList Clusters(const QString& text)
 
 TEST(BookLayout, LinesBreakOnlyBetweenWholeGraphemeClusters)
 {
-    App();
+    int argc = 1;
+    char name[] = "report_tests";
+    char* argv[] = {name, nullptr};
+    const QGuiApplication app(argc, argv);
     CBookLayout book;
     // Extension B characters, a letter with two combining marks, Chinese,
     // digits and blanks.
