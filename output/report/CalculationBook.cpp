@@ -120,10 +120,10 @@ void TitlePage(CBookLayout& book, const TitleFacts& facts, const CLoadArray& loa
     book.Space(100);
     book.CentredText(QStringLiteral("（需要系数法）"), kSubsectionSize);
     book.Space(500);
-    const std::vector<BookColumn> facts2 = {{QStringLiteral("项目"), 1},
+    const std::vector<BookColumn> factRows = {{QStringLiteral("项目"), 1},
                                             {QStringLiteral("内容"), 3}};
     book.Table(
-        facts2,
+        factRows,
         {
             {QStringLiteral("工程名称"), facts.name},
             {QStringLiteral("工程编号"), Field(p, CProjectInfo::kNumber)},
