@@ -164,6 +164,58 @@ void WriteTable(CIdpWriter& out, std::wstring_view group, const CArray<Record>& 
     }
 }
 
+/// The project group's path prefix, "工程信息\".
+std::wstring ProjectPrefix()
+{
+    return std::wstring(archive::kProjectGroup) + std::wstring(kSeparator);
+}
+
+void StoreProject(CInterDpData& store, const CProjectInfo& project)
+{
+    if (project.IsEmpty()) {
+        return;
+    }
+    const std::wstring prefix = ProjectPrefix();
+    for (int f = 0; f < CProjectInfo::kFieldCount; ++f) {
+        const std::wstring& text = project.FieldAt(f);
+        store.SetSubValueW(prefix + std::wstring(archive::kProjectKeys[static_cast<size_t>(f)]),
+                           ValueCount(text), std::wstring_view(text), 0);
+    }
+}
+
+/// A missing group or key reads as empty text.
+void RestoreProject(const CInterDpData& store, CProjectInfo& project)
+{
+    const CInterDpNode* group = store.GetSubValueFromPathW(0, std::wstring(archive::kProjectGroup));
+    for (int f = 0; f < CProjectInfo::kFieldCount; ++f) {
+        const auto field = static_cast<size_t>(f);
+        const auto text = Lookup(group, field, archive::kProjectKeys[field]);
+        project.FieldAt(f) = text ? std::wstring(*text) : std::wstring();
+    }
+}
+
+size_t ProjectSize(const CProjectInfo& project)
+{
+    if (project.IsEmpty()) {
+        return 0;
+    }
+    size_t size = CIdpWriter::RecordSize(archive::kProjectGroup, {});
+    for (int f = 0; f < CProjectInfo::kFieldCount; ++f) {
+        size += CIdpWriter::RecordSize(archive::kProjectKeys[static_cast<size_t>(f)],
+                                       project.FieldAt(f));
+    }
+    return size;
+}
+
+void WriteProject(CIdpWriter& out, const CProjectInfo& project)
+{
+    out.Node(archive::kProjectGroup, 0, 0, {}, CProjectInfo::kFieldCount);
+    for (int f = 0; f < CProjectInfo::kFieldCount; ++f) {
+        const std::wstring& text = project.FieldAt(f);
+        out.Node(archive::kProjectKeys[static_cast<size_t>(f)], ValueCount(text), 0, text, 0);
+    }
+}
+
 }  // namespace
 
 void StoreRecords(CInterDpData& store, const CLoadArray& loads,
@@ -247,12 +299,16 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
 void StoreDocument(CInterDpData& store, const CLoadCalDocument& doc)
 {
     StoreRecords(store, doc.loads, doc.transformers);
+    StoreProject(store, doc.project);
 }
 
 void RestoreDocument(const CInterDpData* store, CLoadCalDocument& doc)
 {
     CLoadCalDocument read;
     LoadRecords(store, read.loads, read.transformers);
+    if (store != nullptr) {
+        RestoreProject(*store, read.project);
+    }
     doc = std::move(read);
 }
 
@@ -262,13 +318,18 @@ std::string EncodeArchive(const CLoadCalDocument& doc)
     const CTransformerArray& transformers = doc.transformers;
     CIdpWriter out(TableSize(archive::kLoadGroup, loads, archive::kLoadKeys) +
                    TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys) +
-                   kRootSize);
-    out.Node({}, 0, 0, {}, (loads.IsEmpty() ? 0U : 1U) + (transformers.IsEmpty() ? 0U : 1U));
+                   ProjectSize(doc.project) + kRootSize);
+    out.Node({}, 0, 0, {},
+             (loads.IsEmpty() ? 0U : 1U) + (transformers.IsEmpty() ? 0U : 1U) +
+                 (doc.project.IsEmpty() ? 0U : 1U));
     if (!loads.IsEmpty()) {
         WriteTable(out, archive::kLoadGroup, loads, archive::kLoadKeys);
     }
     if (!transformers.IsEmpty()) {
         WriteTable(out, archive::kTransformerGroup, transformers, archive::kTransformerKeys);
+    }
+    if (!doc.project.IsEmpty()) {
+        WriteProject(out, doc.project);
     }
     return out.Finish();
 }

@@ -6,6 +6,7 @@
 #include <array>
 #include <string_view>
 
+#include "model/ProjectInfo.h"
 #include "model/Records.h"
 
 namespace loadcal::archive {
@@ -82,6 +83,26 @@ inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
     kTransformerReadDefaults = {
         L"", L"", L"",    L"0.7",  L"0.9", L"0.97", L"", L"", L"",
         L"", L"", L"0.7", L"0.76", L"",    L"0.9",  L"", L"",
+};
+
+/// The project information (工程信息): one value per field of CProjectInfo,
+/// by field, below this group. Written only when some field holds text, so a
+/// document without project information gives the original archive; the
+/// original program's reader looks up only its two tables and skips it.
+inline constexpr std::wstring_view kProjectGroup = L"工程信息";
+inline constexpr std::array<std::wstring_view, CProjectInfo::kFieldCount> kProjectKeys = {
+    L"工程名称",  // project name
+    L"工程编号",  // project number
+    L"设计阶段",  // design stage
+    L"建设单位",  // client
+    L"设计单位",  // design institute
+    L"子项",      // sub-project
+    L"版次",      // revision
+    L"日期",      // date of issue
+    L"编制",      // prepared by
+    L"校对",      // checked by
+    L"审核",      // reviewed by
+    L"审定",      // approved by
 };
 
 /// Settings file: the recent-files group. Entries are values "1" to "4" below

@@ -38,6 +38,12 @@ constexpr std::array<const char*, CTransformerCalData::kFieldCount> kTransformer
     "compCapacity",
     "actualCompCapacity"};
 
+/// JSON keys of the project information, by CProjectInfo field.
+constexpr std::array<const char*, CProjectInfo::kFieldCount> kProjectKeys = {
+    "name",     "number", "stage",    "client",  "institute", "subproject",
+    "revision", "date",   "designer", "checker", "reviewer",  "approver"};
+
+constexpr const char* kProjectKey = "project";
 constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
 constexpr const char* kTotalsKey = "totals";
@@ -152,6 +158,33 @@ void ReadRecords(const Json& doc, const char* listKey, const std::array<const ch
     }
 }
 
+/// The project object; absent: all fields empty.
+void ReadProject(const Json& doc, const std::string& source, CProjectInfo& out)
+{
+    out = CProjectInfo();
+    const auto found = doc.find(kProjectKey);
+    if (found == doc.end()) {
+        return;
+    }
+    if (!found->is_object()) {
+        Fail(source, kProjectKey, "expected an object");
+    }
+    for (const auto& [key, value] : found->items()) {
+        size_t f = 0;
+        while (f < kProjectKeys.size() && key != kProjectKeys[f]) {
+            ++f;
+        }
+        if (f == kProjectKeys.size()) {
+            Fail(source, kProjectKey, "unknown key \"" + key + "\"");
+        }
+        if (!value.is_string()) {
+            Fail(source, std::string(kProjectKey) + "." + key,
+                 "expected a string, found " + std::string(value.type_name()));
+        }
+        out.FieldAt(static_cast<int>(f)) = FromUtf8(value.get_ref<const std::string&>());
+    }
+}
+
 /// nlohmann's messages start with "[json.exception.parse_error.101] parse error at ...".
 std::string PlainParseMessage(const std::string& what)
 {
@@ -186,6 +219,17 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
         out += records.IsEmpty() ? "]" : "\n  ]";
         out += last ? "\n" : ",\n";
     };
+    if (!doc.project.IsEmpty()) {
+        Json project = Json::object();
+        for (size_t f = 0; f < kProjectKeys.size(); ++f) {
+            project[kProjectKeys[f]] = ToUtf8(doc.project.FieldAt(static_cast<int>(f)));
+        }
+        out += "  \"";
+        out += kProjectKey;
+        out += "\": ";
+        append(project, "  ");
+        out += ",\n";
+    }
     list(kLoadsKey, doc.loads, kLoadKeys, false);
     list(kTransformersKey, doc.transformers, kTransformerKeys, false);
     out += "  \"";
@@ -214,13 +258,15 @@ void DocumentFromJson(std::string_view json, const std::string& source, CLoadCal
         Fail(source, "top level", "expected an object with \"loads\" and \"transformers\"");
     }
     for (const auto& [key, value] : root.items()) {
-        if (key != kLoadsKey && key != kTransformersKey && key != kTotalsKey) {
+        if (key != kProjectKey && key != kLoadsKey && key != kTransformersKey &&
+            key != kTotalsKey) {
             Fail(source, "top level", "unknown key \"" + key + "\"");
         }
     }
     CLoadCalDocument read;
     ReadRecords(root, kLoadsKey, kLoadKeys, source, read.loads);
     ReadRecords(root, kTransformersKey, kTransformerKeys, source, read.transformers);
+    ReadProject(root, source, read.project);
     doc = std::move(read);
 }
 

@@ -2,13 +2,15 @@
 
 #include <utility>
 
+#include "model/ProjectInfo.h"
 #include "model/Records.h"
 
 namespace loadcal {
 
 /// A whole calculation document as the archive, the JSON form, the command
 /// line and the outputs take it: the circuit list and the transformer list,
-/// with whatever else a document holds beside them. A plain value that owns
+/// with whatever else a document holds beside them (the project information
+/// its outputs carry on their title). A plain value that owns
 /// its records; the dialog keeps one and shows it in its grids.
 ///
 /// A document that uses nothing beyond the two lists is exactly the
@@ -22,6 +24,7 @@ struct CLoadCalDocument {
 
     CLoadArray loads;
     CTransformerArray transformers;
+    CProjectInfo project;
 
     friend bool operator==(const CLoadCalDocument&, const CLoadCalDocument&) = default;
 };

@@ -67,6 +67,11 @@ public:
     /// the drawing run sends are multiplied by it.
     virtual double GetDQTzbl() = 0;
 
+    /// Gives the text created last (by "_.TEXT") its own width factor, as a
+    /// CAD application does with the last entity opened as a text
+    /// (acdbEntLast, AcDbText::setWidthFactor). False when the last entity
+    /// is no text or the factor is not finite and above 0.
+    virtual bool SetLastTextWidthFactor(double factor) = 0;
     /// Asks for a point on the command line with prompt. Nothing when the user
     /// declines (Enter, end of input, cancel).
     virtual std::optional<CadPoint> acedGetPoint(const std::wstring& prompt) = 0;

@@ -245,6 +245,9 @@ bool CDrawing::acedCommand(const CadCommand& command)
     if (name == L"text") {
         return RunText(command);
     }
+    if (name == L"pline") {
+        return RunPline(command);
+    }
     if (name == L"style") {
         return RunStyle(command);
     }
@@ -268,6 +271,58 @@ bool CDrawing::RunLine(const CadCommand& command)
     for (size_t i = 2; i < last; ++i) {
         m_lines.push_back({*PointAt(command, i - 1), *PointAt(command, i), m_currentLayer});
     }
+    m_lastIsText = false;
+    return true;
+}
+
+bool CDrawing::RunPline(const CadCommand& command)
+{
+    CadPolyline polyline;
+    polyline.layer = m_currentLayer;
+    bool widthSet = false;
+    size_t i = 1;
+    for (; i < command.size(); ++i) {
+        if (const CadPoint* point = PointAt(command, i)) {
+            polyline.points.push_back(*point);
+            continue;
+        }
+        const std::wstring* text = TextAt(command, i);
+        if (!text) {
+            return false;
+        }
+        const std::wstring option = FoldCase(Trim(*text));
+        if (option == L"w" && !polyline.points.empty()) {
+            const Number start = NumberAt(command, i + 1);
+            const Number end = NumberAt(command, i + 2);
+            if (start.kind != Number::Value || end.kind != Number::Value || start.value < 0 ||
+                start.value != end.value || (widthSet && start.value != polyline.width)) {
+                return false;
+            }
+            polyline.width = start.value;
+            widthSet = true;
+            i += 2;
+            continue;
+        }
+        if (option == L"c" || option.empty()) {
+            polyline.closed = option == L"c";
+            break;
+        }
+        return false;
+    }
+    if (i + 1 != command.size() || polyline.points.size() < 2) {
+        return false;
+    }
+    m_polylines.push_back(std::move(polyline));
+    m_lastIsText = false;
+    return true;
+}
+
+bool CDrawing::SetLastTextWidthFactor(double factor)
+{
+    if (!m_lastIsText || !std::isfinite(factor) || !(factor > 0)) {
+        return false;
+    }
+    m_texts.back().widthFactor = factor;
     return true;
 }
 
@@ -331,6 +386,7 @@ bool CDrawing::RunText(const CadCommand& command)
     text.obliqueAngle = style.obliqueAngle;
     text.text = *content;
     m_texts.push_back(std::move(text));
+    m_lastIsText = true;
     return true;
 }
 

@@ -38,6 +38,15 @@ struct CadLine {
     int layer = 0;
 };
 
+/// A polyline of straight segments with a constant width (drawing units);
+/// closed joins the last point to the first. layer indexes CDrawing::Layers().
+struct CadPolyline {
+    std::vector<CadPoint> points;
+    double width = 0;
+    bool closed = false;
+    int layer = 0;
+};
+
 /// A single-line text. position is the justification point (the middle
 /// centre for "MC"); horizontal and vertical are the DXF justification codes
 /// (72: 0 left, 1 centre, 2 right, 4 middle; 73: 0 baseline, 1 bottom,
@@ -59,8 +68,9 @@ struct CadText {
 
 /// An in-memory drawing that plays the CAD application for the drawing run:
 /// it holds layers, text styles, the system variables OSMODE, CLAYER,
-/// TEXTSTYLE and TEXTSIZE, lines and texts, and executes the commands "LINE",
-/// "TEXT", "STYLE" and "LAYER" (with or without the "_" and "." prefixes)
+/// TEXTSTYLE and TEXTSIZE, lines, polylines and texts, and executes the
+/// commands "LINE", "PLINE", "TEXT", "STYLE" and "LAYER" (with or without the
+/// "_" and "." prefixes)
 /// with the answers a command line would take. It starts as a new drawing:
 /// layer "0", text style "Standard" (font txt.shx), OSMODE 4133 (the value of
 /// a new drawing), TEXTSIZE 2.5.
@@ -68,6 +78,9 @@ struct CadText {
 /// Command rules, where they go beyond the prompts:
 /// - LINE: two or more points, then an empty answer; one segment per
 ///   consecutive pair.
+/// - PLINE: a point, then points, each optionally preceded by "W" and the
+///   start and end width (equal: the polyline has one width); ended by "C"
+///   (closed) or an empty answer; two or more points.
 /// - TEXT: optionally "J" and a one-point justification (C, M, R, TL, TC, TR,
 ///   ML, MC, MR, BL, BC, BR); the point; the height only when the current
 ///   style's height is 0 (empty: TEXTSIZE); the rotation (empty: 0); the text.
@@ -101,6 +114,7 @@ public:
     bool SetToCurrentLayer(const wchar_t* layer, const wchar_t* description,
                            const wchar_t* reserved1, const wchar_t* reserved2) override;
     double GetDQTzbl() override { return m_scale; }
+    bool SetLastTextWidthFactor(double factor) override;
     std::optional<CadPoint> acedGetPoint(const std::wstring& prompt) override;
 
     /// Keeps every command sent from now on (off by default: a large table
@@ -112,6 +126,7 @@ public:
     const std::vector<CadTextStyle>& Styles() const { return m_styles; }
     const std::vector<CadLine>& Lines() const { return m_lines; }
     const std::vector<CadText>& Texts() const { return m_texts; }
+    const std::vector<CadPolyline>& Polylines() const { return m_polylines; }
     const CadLayer& CurrentLayer() const { return m_layers[static_cast<size_t>(m_currentLayer)]; }
     const CadTextStyle& CurrentStyle() const
     {
@@ -128,6 +143,7 @@ public:
 private:
     bool RunLine(const CadCommand& command);
     bool RunText(const CadCommand& command);
+    bool RunPline(const CadCommand& command);
     bool RunStyle(const CadCommand& command);
     bool RunLayer(const CadCommand& command);
 
@@ -138,6 +154,8 @@ private:
     std::vector<CadTextStyle> m_styles;
     std::vector<CadLine> m_lines;
     std::vector<CadText> m_texts;
+    std::vector<CadPolyline> m_polylines;
+    bool m_lastIsText = false;  ///< the last entity created is m_texts.back()
     std::vector<CadCommand> m_commands;
     int m_currentLayer = 0;
     int m_currentStyle = 0;

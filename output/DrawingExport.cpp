@@ -21,7 +21,7 @@ DrawingExportResult ExportDrawing(const CLoadArray& loads, const CTransformerArr
     }
     RequireTarget(options.path, options.replace);
     CDrawing drawing(options.scale, &points, commandLine);
-    if (!DrawCalculationTable(drawing, loads, transformers, totals)) {
+    if (!DrawCalculationTable(drawing, loads, transformers, totals, options.project)) {
         return DrawingExportResult::Declined;
     }
     SaveDrawing(drawing, options.path, options.replace);

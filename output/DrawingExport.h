@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <iosfwd>
+#include <string>
 
 #include "model/Calculation.h"
 #include "model/Records.h"
@@ -14,6 +15,7 @@ struct DrawingExportOptions {
     std::filesystem::path path;  ///< the .dxf file to write
     double scale = 1.0;          ///< drawing scale factor; finite and > 0
     bool replace = false;        ///< whether an existing file may be replaced
+    std::wstring project = {};   ///< the project's name for the title line; empty: none
 };
 
 enum class DrawingExportResult {

@@ -1,13 +1,47 @@
 #include "output/DrawingRun.h"
 
+#include <algorithm>
 #include <optional>
 #include <string>
 
 #include "model/Columns.h"
+#include "model/Numeric.h"
+#include "output/Figures.h"
 #include "output/TableLayout.h"
 
 namespace loadcal {
 namespace {
+
+/// The width factor the table's style gives its texts (kTableStyleWidth).
+constexpr double kStyleWidthFactor = 0.7;
+
+/// Advance widths of the roman simplex glyphs wider than their cap height,
+/// in its units (cap height 21).
+double SimplexAdvance(wchar_t c)
+{
+    switch (c) {
+        case L'm':
+            return 30;
+        case L'+':
+        case L'-':
+        case L'=':
+        case L'&':
+            return 26;
+        case L'@':
+            return 27;
+        case L'M':
+        case L'W':
+        case L'%':
+        case L'<':
+        case L'>':
+        case L'~':
+            return 24;
+        case L'w':
+            return 22;
+        default:
+            return 21;
+    }
+}
 
 /// Sends the rows of both tables to a host at one scale. It keeps one text and
 /// one line command whose fixed answers are built once; each primitive only
@@ -83,11 +117,36 @@ private:
 
     void Text(CadPoint centre, std::wstring_view text)
     {
-        m_text[3] = centre;
-        std::get<std::wstring>(m_text[6]).assign(text);
-        m_host.acedCommand(m_text);
+        TextIn(centre, text, kTextHeight, (kColumnWidth - 2 * kCellMargin) * m_scale, L"MC");
     }
 
+public:
+    /// A text of height (at scale 1) at a point with a justification, its
+    /// width factor narrowed when it would be wider than room.
+    void TextIn(CadPoint at, std::wstring_view text, double height, double room,
+                std::wstring_view justification)
+    {
+        m_text[2] = std::wstring(justification);
+        m_text[3] = at;
+        m_text[4] = height * m_scale;
+        std::get<std::wstring>(m_text[6]).assign(text);
+        m_host.acedCommand(m_text);
+        const double width = EstimatedTextWidth(text, height * m_scale, kStyleWidthFactor);
+        if (width > room) {
+            m_host.SetLastTextWidthFactor(kStyleWidthFactor * room / width);
+        }
+    }
+
+    /// The heavy frame through the corners.
+    void Frame(CadPoint topLeft, CadPoint bottomRight)
+    {
+        const std::wstring width = FormatG(kFrameWidth * m_scale);
+        m_host.acedCommand({std::wstring(L"_.PLINE"), topLeft, std::wstring(L"W"), width, width,
+                            CadPoint{bottomRight.x, topLeft.y, topLeft.z}, bottomRight,
+                            CadPoint{topLeft.x, bottomRight.y, topLeft.z}, std::wstring(L"C")});
+    }
+
+private:
     void Line(CadPoint from, CadPoint to)
     {
         m_line[1] = from;
@@ -109,8 +168,18 @@ void RestoreLayerAndStyle(CadHost& host, const std::wstring& layer, const std::w
 
 }  // namespace
 
+double EstimatedTextWidth(std::wstring_view text, double height, double widthFactor)
+{
+    double units = 0;
+    for (const wchar_t c : text) {
+        units += c < 0x80 ? SimplexAdvance(c) / 21.0 : 1.0;
+    }
+    return units * height * widthFactor;
+}
+
 bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
-                          const CTransformerArray& transformers, const SummaryTotals& totals)
+                          const CTransformerArray& transformers, const SummaryTotals& totals,
+                          const std::wstring& project)
 {
     std::optional<short> osmode;
     if (const auto value = host.acedGetVar(L"OSMODE")) {
@@ -145,30 +214,51 @@ bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
     }
 
     CTableDrawer draw(host, scale);
+    const double wide = kColumnWidth * scale * static_cast<double>(kTransformerColumns.size());
+    const CadPoint titleCentre{base->x + wide / 2, base->y + kTitleBand * scale / 2, base->z};
+    draw.TextIn(titleCentre, kTableTitle, kTitleHeight, wide / 3, L"MC");
+    if (!project.empty()) {
+        draw.TextIn({base->x + kCellMargin * scale, titleCentre.y, base->z},
+                    std::wstring(kProjectLabel) + project, kTextHeight,
+                    wide / 3 - 2 * kCellMargin * scale, L"ML");
+    }
+
     CadPoint o = *base;
     draw.HeaderRow(o, kLoadColumns, false);
     o.y -= draw.RowStep();
+    std::wstring shown;
     for (const CLoadCalData& load : loads) {
         draw.BodyRow<kLoadColumns.size()>(o, [&](size_t i) {
-            return std::optional<std::wstring_view>(load.FieldAt(kLoadColumns[i].field));
+            shown = ShowFigure(kLoadColumnKinds[i], load.FieldAt(kLoadColumns[i].field));
+            return std::optional<std::wstring_view>(shown);
         });
         o.y -= draw.RowStep();
     }
     draw.BodyRow<kLoadColumns.size()>(o, [](size_t) { return std::optional<std::wstring_view>(); });
     o.y -= draw.RowStep();
     const auto totalCells = TotalRowCells(totals);
-    draw.BodyRow<kLoadColumns.size()>(o, [&](size_t i) { return totalCells[i]; });
+    draw.BodyRow<kLoadColumns.size()>(o, [&](size_t i) -> std::optional<std::wstring_view> {
+        if (!totalCells[i]) {
+            return std::nullopt;
+        }
+        shown = ShowFigure(kLoadColumnKinds[i], *totalCells[i]);
+        return std::optional<std::wstring_view>(shown);
+    });
     o.y -= draw.RowStep();
     o.y -= draw.RowStep();
     draw.HeaderRow(o, kTransformerColumns, true);
     o.y -= draw.RowStep();
     for (const CTransformerCalData& transformer : transformers) {
         draw.BodyRow<kTransformerColumns.size()>(o, [&](size_t i) {
-            return std::optional<std::wstring_view>(
-                transformer.FieldAt(kTransformerColumns[i].field));
+            shown = ShowFigure(kTransformerColumnKinds[i],
+                               transformer.FieldAt(kTransformerColumns[i].field));
+            return std::optional<std::wstring_view>(shown);
         });
         o.y -= draw.RowStep();
     }
+    const double margin = kFrameMargin * scale;
+    draw.Frame({base->x - margin, base->y + kTitleBand * scale + margin, base->z},
+               {base->x + wide + margin, o.y - margin, base->z});
 
     RestoreLayerAndStyle(host, layer, style);
     if (osmode) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 #include "model/Calculation.h"
@@ -21,10 +22,39 @@ inline constexpr std::wstring_view kBasePointPrompt = L"\n请选择绘制基点<
 inline constexpr double kRowHeight = 10.0;
 inline constexpr double kColumnWidth = 30.0;
 inline constexpr double kTextHeight = 3.5;
+/// The title line above the tables: its band's height, the title's text
+/// height, the heavy frame's margin around everything and its line width.
+inline constexpr double kTitleBand = 15.0;
+inline constexpr double kTitleHeight = 7.0;
+inline constexpr double kFrameMargin = 5.0;
+inline constexpr double kFrameWidth = 0.7;
+/// The room a text keeps free on each side of its cell.
+inline constexpr double kCellMargin = 1.0;
+inline constexpr std::wstring_view kTableTitle = L"负荷计算表";
+inline constexpr std::wstring_view kProjectLabel = L"工程名称：";
+
+/// An upper estimate of a text's width in the table's style (ROMANS6 with
+/// the big font HZTXT), in drawing units, at height and widthFactor: a
+/// Chinese (wide) character one text height, a narrow character one text
+/// height too, or more for the few glyphs of the roman simplex font that are
+/// wider (m, w, M, W, the signs + − = < > ~ % & @), all times the width
+/// factor. The fonts themselves are the CAD application's; a text kept within
+/// this estimate stays within its cell whatever their exact advances.
+double EstimatedTextWidth(std::wstring_view text, double height, double widthFactor);
 
 /// Draws the load table (header, one row per circuit, a blank row, the total
 /// row) and, two row heights below, the transformer table (header, one row
-/// per transformer) into the drawing of host, at a base point the user picks.
+/// per transformer) into the drawing of host, at a base point the user picks,
+/// in the cell grid above; then, as a drawing handed in needs them, a title
+/// line above the tables (负荷计算表 centred over the wider table, twice the
+/// text height, and "工程名称：" with project at the left when it is not
+/// empty) and a heavy frame (a closed polyline kFrameWidth wide) kFrameMargin
+/// around title and tables. Every text stays in its cell: a text whose
+/// estimated width (EstimatedTextWidth) exceeds the cell less kCellMargin on
+/// each side gets a narrower width factor of its own, keeping its height and
+/// middle-centre placement. Figures are rounded as in the calculation book
+/// (output/Figures.h; the load-rate columns show per cent under their "%"
+/// headers); identifiers and texts that are not numbers are drawn as stored.
 ///
 /// Around the drawing it switches object snaps off (OSMODE 0), makes the
 /// layer CALCULATIONS current and defines and uses the text style
@@ -34,10 +64,11 @@ inline constexpr double kTextHeight = 3.5;
 /// result is then false. When OSMODE does not read back as a short integer
 /// there is nothing to restore and it stays 0.
 ///
-/// Every line is its own "_.LINE" command and every text its own "_.TEXT"
-/// command; the command results are not checked. The records and totals are
-/// read only; texts are drawn exactly as stored.
+/// Every line is its own "_.LINE" command, the frame a "_.PLINE" and every
+/// text its own "_.TEXT" command; the command results are not checked. The
+/// records and totals are read only.
 bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
-                          const CTransformerArray& transformers, const SummaryTotals& totals);
+                          const CTransformerArray& transformers, const SummaryTotals& totals,
+                          const std::wstring& project = {});
 
 }  // namespace loadcal

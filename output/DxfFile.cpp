@@ -203,6 +203,24 @@ void WriteEntities(DL_Dxf& dxf, CDxfBuffer& dw, const CDrawing& drawing)
                                   line.end.z),
                       layers[static_cast<size_t>(line.layer)]);
     }
+    for (const CadPolyline& polyline : drawing.Polylines()) {
+        // Written group by group: dxflib's polyline has no constant width.
+        dw.dxfString(0, "LWPOLYLINE");
+        dw.handle();
+        dw.dxfString(100, "AcDbEntity");
+        dw.dxfString(8, DxfText(drawing.Layers()[static_cast<size_t>(polyline.layer)].name));
+        dw.dxfString(100, "AcDbPolyline");
+        dw.dxfInt(90, static_cast<int>(polyline.points.size()));
+        dw.dxfInt(70, polyline.closed ? 1 : 0);
+        dw.dxfReal(43, polyline.width);
+        if (polyline.points.front().z != 0) {
+            dw.dxfReal(38, polyline.points.front().z);
+        }
+        for (const CadPoint& p : polyline.points) {
+            dw.dxfReal(10, p.x);
+            dw.dxfReal(20, p.y);
+        }
+    }
     for (const CadText& text : drawing.Texts()) {
         const CadTextStyle& style = drawing.Styles()[static_cast<size_t>(text.style)];
         const int flags = (style.backwards ? 2 : 0) | (style.upsideDown ? 4 : 0);

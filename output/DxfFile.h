@@ -12,7 +12,8 @@ namespace loadcal {
 /// carries $DWGCODEPAGE "ANSI_936" and the drawing's current layer ($CLAYER),
 /// text style ($TEXTSTYLE), OSMODE and TEXTSIZE; the tables hold every layer
 /// (a description as the usual "AcAecLayerStandard" extended data) and every
-/// text style with its font and big-font files; the entities are the lines
+/// text style with its font and big-font files; the entities are the lines,
+/// the polylines (LWPOLYLINE with their constant width)
 /// and texts in the order they were drawn. Texts are 7-bit: every character
 /// outside printable ASCII, and the backslash, is written as \U+XXXX (UTF-16
 /// code units, four upper-case hex digits).

@@ -1,10 +1,14 @@
 #include "output/ExcelExport.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cwchar>
+#include <vector>
 
 #include "model/Columns.h"
+#include "model/Numeric.h"
 #include "model/Text.h"
+#include "output/Figures.h"
 #include "output/OutputError.h"
 #include "output/TableLayout.h"
 #include "output/XlsxWorkbook.h"
@@ -40,34 +44,130 @@ void Centre(CSpreadsheetAutomation& a, Order order)
     }
 }
 
-void WriteCell(CSpreadsheetAutomation& a, CCellAddress& address, size_t column, int row,
-               Order order, std::optional<std::wstring_view> value)
+/// The sheet's name.
+constexpr std::wstring_view kSheetName = L"负荷计算";
+/// Header rows hold two lines of text.
+constexpr double kHeaderHeight = 32;
+
+/// The text as the spreadsheet shows it in a column of this kind: a figure
+/// as its number format shows it.
+std::wstring Displayed(FigureKind kind, std::wstring_view text)
 {
-    const std::string_view cell = address(column, row);
-    a.GetRange(cell, cell);
-    Centre(a, order);
-    if (value) {
-        a.SetValue(*value);
+    std::wstring shown = ShowFigure(kind, text);
+    if (kind == FigureKind::Percent && ReadTypedNumber(text)) {
+        shown += L"%";
     }
+    return shown;
+}
+
+/// The width of a text in the standard font's characters: wide (Chinese)
+/// characters count two.
+double DisplayWidth(std::wstring_view text)
+{
+    double width = 0;
+    for (const wchar_t c : text) {
+        width += c >= 0x1100 ? 2 : 1;
+    }
+    return width;
+}
+
+/// The widest piece of a header between blanks: the header wraps there.
+double HeaderWidth(std::wstring_view header)
+{
+    double widest = 0;
+    size_t start = 0;
+    while (start <= header.size()) {
+        const size_t end = std::min(header.find(L' ', start), header.size());
+        widest = std::max(widest, DisplayWidth(header.substr(start, end - start)));
+        start = end + 1;
+    }
+    return widest;
+}
+
+/// Column widths fitted to every text each column shows, in both tables.
+std::vector<double> ColumnWidths(const CLoadArray& loads, const CTransformerArray& transformers,
+                                 const SummaryTotals& totals)
+{
+    std::vector<double> widest(kTransformerColumns.size(), 0);
+    const auto fit = [&widest](size_t column, double width) {
+        widest[column] = std::max(widest[column], width);
+    };
+    for (size_t k = 0; k < kLoadColumns.size(); ++k) {
+        fit(k, HeaderWidth(kIssuedLoadHeaders[k]));
+        for (const CLoadCalData& c : loads) {
+            fit(k, DisplayWidth(Displayed(kLoadColumnKinds[k], c.FieldAt(kLoadColumns[k].field))));
+        }
+    }
+    const auto totalCells = TotalRowCells(totals);
+    for (size_t k = 0; k < totalCells.size(); ++k) {
+        if (totalCells[k]) {
+            fit(k, DisplayWidth(Displayed(kLoadColumnKinds[k], *totalCells[k])));
+        }
+    }
+    for (size_t k = 0; k < kTransformerColumns.size(); ++k) {
+        fit(k, HeaderWidth(kIssuedTransformerHeaders[k]));
+        for (const CTransformerCalData& t : transformers) {
+            fit(k, DisplayWidth(Displayed(kTransformerColumnKinds[k],
+                                          t.FieldAt(kTransformerColumns[k].field))));
+        }
+    }
+    for (double& w : widest) {
+        w = std::clamp(w + 2, 6.0, 80.0);
+    }
+    return widest;
+}
+
+/// The number format of a cell: text for identifiers, the kind's rounding for figures.
+std::string NumberFormatOf(FigureKind kind, std::wstring_view text)
+{
+    if (kind == FigureKind::Text) {
+        return "@";
+    }
+    const std::optional<double> value = ReadTypedNumber(text);
+    return FigureNumberFormat(kind, value.value_or(0));
+}
+
+void Bordered(CSpreadsheetAutomation& a)
+{
+    a.SetBorders(kLineContinuous, kBorderThin);
 }
 
 template <size_t N>
 void WriteHeaders(CSpreadsheetAutomation& a, CCellAddress& address,
-                  const std::array<TableColumn, N>& columns, int row)
+                  const std::array<std::wstring_view, N>& headers, int row)
 {
     for (size_t i = 0; i < N; ++i) {
-        WriteCell(a, address, i, row, Order::VerticalFirst, columns[i].title);
+        const std::string_view cell = address(i, row);
+        a.GetRange(cell, cell);
+        if (i == 0) {
+            a.SetRowHeight(kHeaderHeight);
+        }
+        Centre(a, Order::VerticalFirst);
+        a.SetWrapText(true);
+        Bordered(a);
+        a.SetValue(headers[i]);
     }
 }
 
 template <size_t N, class Record>
 void WriteRecord(CSpreadsheetAutomation& a, CCellAddress& address,
-                 const std::array<TableColumn, N>& columns, const Record& record, int row)
+                 const std::array<TableColumn, N>& columns, const std::array<FigureKind, N>& kinds,
+                 const Record& record, int row)
 {
     for (size_t i = 0; i < N; ++i) {
-        WriteCell(a, address, i, row, Order::HorizontalFirst,
-                  std::wstring_view(record.FieldAt(columns[i].field)));
+        const std::wstring_view text = record.FieldAt(columns[i].field);
+        const std::string_view cell = address(i, row);
+        a.GetRange(cell, cell);
+        Centre(a, Order::HorizontalFirst);
+        Bordered(a);
+        a.SetNumberFormat(NumberFormatOf(kinds[i], text));
+        a.SetValue(text);
     }
+}
+
+std::string ColumnLetter(size_t column)
+{
+    return std::string(1, static_cast<char>('A' + column));
 }
 
 std::wstring Format(const char* format, unsigned long code, const std::string& text = {})
@@ -87,21 +187,43 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
     a.WorkbooksAdd();
     a.GetWorksheets();
     a.WorksheetsGetItem(1);
+    a.SetWorksheetName(kSheetName);
 
     CCellAddress address;
-    WriteHeaders(a, address, kLoadColumns, 1);
+    const std::vector<double> widths = ColumnWidths(loads, transformers, totals);
+    for (size_t i = 0; i < widths.size(); ++i) {
+        const std::string_view cell = address(i, 1);
+        a.GetRange(cell, cell);
+        a.SetColumnWidth(widths[i]);
+    }
+    WriteHeaders(a, address, kIssuedLoadHeaders, 1);
     const int n = loads.GetSize();
     for (int k = 0; k < n; ++k) {
-        WriteRecord(a, address, kLoadColumns, loads[k], k + 2);
+        WriteRecord(a, address, kLoadColumns, kLoadColumnKinds, loads[k], k + 2);
     }
     const auto totalCells = TotalRowCells(totals);
     for (size_t i = 0; i < totalCells.size(); ++i) {
-        WriteCell(a, address, i, n + 3, Order::HorizontalFirst, totalCells[i]);
+        const std::string_view cell = address(i, n + 3);
+        a.GetRange(cell, cell);
+        Centre(a, Order::HorizontalFirst);
+        Bordered(a);
+        if (totalCells[i]) {
+            a.SetNumberFormat(NumberFormatOf(kLoadColumnKinds[i], *totalCells[i]));
+            a.SetValue(*totalCells[i]);
+        }
     }
-    WriteHeaders(a, address, kTransformerColumns, n + 5);
-    for (int m = 0; m < transformers.GetSize(); ++m) {
-        WriteRecord(a, address, kTransformerColumns, transformers[m], n + 6 + m);
+    WriteHeaders(a, address, kIssuedTransformerHeaders, n + 5);
+    const int m = transformers.GetSize();
+    for (int k = 0; k < m; ++k) {
+        WriteRecord(a, address, kTransformerColumns, kTransformerColumnKinds, transformers[k],
+                    n + 6 + k);
     }
+    a.FreezePanes(1);
+    SheetPageSetup page;
+    page.printTitleRows = "$1:$1";
+    page.printArea =
+        "$A$1:$" + ColumnLetter(kTransformerColumns.size() - 1) + "$" + std::to_string(n + 5 + m);
+    a.SetPageSetup(page);
     a.Release();
 }
 

@@ -14,15 +14,25 @@ namespace loadcal {
 inline constexpr std::wstring_view kNoSpreadsheetMessage =
     L"不能打开Excel，可能是因为没有安装Excel!";
 
-/// Fills the first worksheet of a new workbook through automation: the load
-/// table headers in row 1 (columns A to M), circuit k in row k + 2, the total
-/// row in row N + 3 ("总计" in B; the totals in E, H, I, J, K, L; all 13 cells
-/// centred), the transformer headers in row N + 5 (A to P), transformer m in
-/// row N + 6 + m; every written cell centred both ways, values the stored
-/// texts. Calls: SetVisible(true), GetWorkbooks, WorkbooksAdd, GetWorksheets,
-/// WorksheetsGetItem(1), then per cell GetRange(address, address) and the
-/// alignments (vertical first for headers, horizontal first otherwise) before
-/// the value, and finally Release. Precondition: CreateDispatch succeeded.
+/// Fills the first worksheet of a new workbook through automation, print
+/// ready: the sheet named 负荷计算; the load table headers in row 1 (columns A
+/// to M), circuit k in row k + 2, the total row in row N + 3 ("总计" in B; the
+/// totals in E, H, I, J, K, L; all 13 cells centred), the transformer headers
+/// in row N + 5 (A to P), transformer m in row N + 6 + m; every written cell
+/// centred both ways with thin borders, values the stored texts. Headers
+/// carry symbols and units (kIssuedLoadHeaders, kIssuedTransformerHeaders),
+/// wrap on two lines; identifier columns (numbers, names, phase, owners) are
+/// formatted as text so that they stay as typed ("001", "1E2"), figure
+/// columns with the number format of their rounding (the stored value stays
+/// exact); column widths fit the texts of both tables; row 1 is frozen and
+/// printed on every page; landscape A4, one page wide, over the two tables.
+/// Calls: SetVisible(true), GetWorkbooks, WorkbooksAdd, GetWorksheets,
+/// WorksheetsGetItem(1), SetWorksheetName, the widths (GetRange of each
+/// column's row-1 cell, SetColumnWidth), then per cell GetRange(address,
+/// address), the header row's height, the alignments (vertical first for
+/// headers, horizontal first otherwise), wrapping and borders, the number
+/// format, the value; then FreezePanes(1), SetPageSetup and finally Release.
+/// Precondition: CreateDispatch succeeded.
 /// Errors propagate unchanged; the first one ends the filling.
 void FillWorkbook(CSpreadsheetAutomation& automation, const CLoadArray& loads,
                   const CTransformerArray& transformers, const SummaryTotals& totals);

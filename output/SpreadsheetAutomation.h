@@ -1,11 +1,30 @@
 #pragma once
 
+#include <string>
 #include <string_view>
 
 namespace loadcal {
 
 /// Excel's centre constant (xlCenter), used for both alignments.
 inline constexpr short kAlignCenter = -4108;
+/// Excel's border constants: a continuous line (xlContinuous), thin (xlThin).
+inline constexpr short kLineContinuous = 1;
+inline constexpr short kBorderThin = 2;
+/// Excel's page constants: landscape (xlLandscape), A4 paper (xlPaperA4).
+inline constexpr short kOrientationLandscape = 2;
+inline constexpr short kPaperA4 = 9;
+
+/// Worksheet.PageSetup as the export sets it: orientation and paper, the
+/// page count across (FitToPagesWide; Zoom off, FitToPagesTall off, so the
+/// height runs over as many pages as it needs), the rows printed at the top
+/// of every page (PrintTitleRows, "$1:$1") and the print area ("$A$1:$P$20").
+struct SheetPageSetup {
+    short orientation = kOrientationLandscape;
+    short paperSize = kPaperA4;
+    short fitToPagesWide = 1;
+    std::string printTitleRows;
+    std::string printArea;
+};
 /// The programmatic name the export asks for.
 inline constexpr std::wstring_view kSpreadsheetProgId = L"excel.application";
 
@@ -45,6 +64,22 @@ public:
     /// Range.HorizontalAlignment and Range.VerticalAlignment (kAlignCenter).
     virtual void SetHorizontalAlignment(short alignment) = 0;
     virtual void SetVerticalAlignment(short alignment) = 0;
+    /// Worksheet.Name.
+    virtual void SetWorksheetName(std::wstring_view name) = 0;
+    /// Range.NumberFormat ("@" keeps what is typed as text; "0.00" ...).
+    virtual void SetNumberFormat(std::string_view format) = 0;
+    /// Range.WrapText.
+    virtual void SetWrapText(bool wrap) = 0;
+    /// Range.Borders.LineStyle and Range.Borders.Weight: all four edges.
+    virtual void SetBorders(short lineStyle, short weight) = 0;
+    /// Range.ColumnWidth (in characters of the standard font) of the range's column.
+    virtual void SetColumnWidth(double width) = 0;
+    /// Range.RowHeight (points) of the range's row.
+    virtual void SetRowHeight(double points) = 0;
+    /// The window's SplitRow = rows, then FreezePanes: the top rows stay.
+    virtual void FreezePanes(int rows) = 0;
+    /// Worksheet.PageSetup.
+    virtual void SetPageSetup(const SheetPageSetup& setup) = 0;
     /// Releases every object obtained; the application keeps the workbook.
     virtual void Release() = 0;
 };

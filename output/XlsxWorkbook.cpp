@@ -195,11 +195,17 @@ void CXlsxWorkbook::WorksheetsGetItem(short index)
     if (index != 1) {
         Fail(LXW_ERROR_WORKSHEET_INDEX_OUT_OF_RANGE, "worksheet " + std::to_string(index));
     }
+    m_sheetSelected = true;
+}
+
+lxw_worksheet* CXlsxWorkbook::Sheet(std::wstring_view name)
+{
     if (!m_worksheet) {
         errno = 0;
+        const std::string utf8 = ToUtf8(name);
         {
             const CQuietStderr quiet;
-            m_worksheet = workbook_add_worksheet(m_workbook, nullptr);
+            m_worksheet = workbook_add_worksheet(m_workbook, name.empty() ? nullptr : utf8.c_str());
         }
         if (!m_worksheet) {
             const int err = errno;
@@ -208,11 +214,25 @@ void CXlsxWorkbook::WorksheetsGetItem(short index)
                 "cannot write " + Quoted(m_target) + ": no worksheet could be created", err);
         }
     }
+    return m_worksheet;
+}
+
+void CXlsxWorkbook::SetWorksheetName(std::wstring_view name)
+{
+    RequireSheet();
+    if (m_worksheet) {
+        Fail(LXW_ERROR_PARAMETER_VALIDATION, "the worksheet is named before it is written to");
+    }
+    if (name.empty() || name.size() > 31 ||
+        name.find_first_of(L"[]:*?/\\") != std::wstring_view::npos) {
+        Fail(LXW_ERROR_SHEETNAME_LENGTH_EXCEEDED, "worksheet name \"" + ToUtf8(name) + "\"");
+    }
+    Sheet(name);
 }
 
 void CXlsxWorkbook::RequireSheet() const
 {
-    if (!m_worksheet) {
+    if (!m_sheetSelected || !m_workbook) {
         throw OutputError(OutputError::Kind::BadArgument,
                           "cannot write " + Quoted(m_target) + ": no worksheet was selected");
     }
@@ -244,6 +264,7 @@ void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2)
         Fail(LXW_ERROR_WORKSHEET_INDEX_OUT_OF_RANGE,
              "cell " + std::string(cell1) + " above row " + std::to_string(m_rowBegun + 1));
     }
+    Sheet();
     m_rowBegun = row;
     m_cell.active = true;
     m_cell.dirty = false;
@@ -252,6 +273,9 @@ void CXlsxWorkbook::GetRange(std::string_view cell1, std::string_view cell2)
     m_cell.column = column;
     m_cell.horizontal = 0;
     m_cell.vertical = 0;
+    m_cell.wrap = false;
+    m_cell.border = false;
+    m_cell.numberFormat.clear();
     m_cell.value.clear();
     m_cell.number.reset();
 }
@@ -292,12 +316,117 @@ void CXlsxWorkbook::SetVerticalAlignment(short alignment)
     m_cell.dirty = true;
 }
 
-lxw_format* CXlsxWorkbook::Format(unsigned char horizontal, unsigned char vertical)
+void CXlsxWorkbook::SetNumberFormat(std::string_view format)
 {
-    if (horizontal == 0 && vertical == 0) {
+    RequireCell();
+    m_cell.numberFormat = format;
+    m_cell.dirty = true;
+}
+
+void CXlsxWorkbook::SetWrapText(bool wrap)
+{
+    RequireCell();
+    m_cell.wrap = wrap;
+    m_cell.dirty = true;
+}
+
+void CXlsxWorkbook::SetBorders(short lineStyle, short weight)
+{
+    RequireCell();
+    if (lineStyle != kLineContinuous || weight != kBorderThin) {
+        Fail(LXW_ERROR_PARAMETER_VALIDATION,
+             "border " + std::to_string(lineStyle) + "/" + std::to_string(weight));
+    }
+    m_cell.border = true;
+    m_cell.dirty = true;
+}
+
+void CXlsxWorkbook::SetColumnWidth(double width)
+{
+    RequireCell();
+    const lxw_error error =
+        worksheet_set_column(m_worksheet, m_cell.column, m_cell.column, width, nullptr);
+    if (error != LXW_NO_ERROR) {
+        Fail(error, "width of column " + std::to_string(m_cell.column + 1));
+    }
+}
+
+void CXlsxWorkbook::SetRowHeight(double points)
+{
+    RequireCell();
+    const lxw_error error = worksheet_set_row(m_worksheet, m_cell.row, points, nullptr);
+    if (error != LXW_NO_ERROR) {
+        Fail(error, "height of row " + std::to_string(m_cell.row + 1));
+    }
+}
+
+void CXlsxWorkbook::FreezePanes(int rows)
+{
+    RequireSheet();
+    worksheet_freeze_panes(Sheet(), static_cast<lxw_row_t>(rows), 0);
+}
+
+void CXlsxWorkbook::SetPageSetup(const SheetPageSetup& setup)
+{
+    RequireSheet();
+    lxw_worksheet* sheet = Sheet();
+    if (setup.orientation == kOrientationLandscape) {
+        worksheet_set_landscape(sheet);
+    } else {
+        worksheet_set_portrait(sheet);
+    }
+    worksheet_set_paper(sheet, static_cast<uint8_t>(setup.paperSize));
+    worksheet_fit_to_pages(sheet, static_cast<uint16_t>(setup.fitToPagesWide), 0);
+    const auto cells = [&](const std::string& range, bool rowsOnly, unsigned(&out)[4]) {
+        // "$1:$1" (rows) or "$A$1:$P$20".
+        std::string plain;
+        for (const char c : range) {
+            if (c != '$') {
+                plain.push_back(c);
+            }
+        }
+        const size_t colon = plain.find(':');
+        if (colon == std::string::npos) {
+            Fail(LXW_ERROR_PARAMETER_VALIDATION, "range " + range);
+        }
+        if (rowsOnly) {
+            out[0] = static_cast<unsigned>(std::stoul(plain.substr(0, colon))) - 1;
+            out[2] = static_cast<unsigned>(std::stoul(plain.substr(colon + 1))) - 1;
+            return;
+        }
+        unsigned short c1 = 0;
+        unsigned short c2 = 0;
+        bool in1 = false;
+        bool in2 = false;
+        if (!ParseCell(plain.substr(0, colon), out[0], c1, in1) ||
+            !ParseCell(plain.substr(colon + 1), out[2], c2, in2) || !in1 || !in2) {
+            Fail(LXW_ERROR_PARAMETER_VALIDATION, "range " + range);
+        }
+        out[1] = c1;
+        out[3] = c2;
+    };
+    if (!setup.printTitleRows.empty()) {
+        unsigned r[4] = {};
+        cells(setup.printTitleRows, true, r);
+        worksheet_repeat_rows(sheet, r[0], r[2]);
+    }
+    if (!setup.printArea.empty()) {
+        unsigned r[4] = {};
+        cells(setup.printArea, false, r);
+        worksheet_print_area(sheet, r[0], static_cast<lxw_col_t>(r[1]), r[2],
+                             static_cast<lxw_col_t>(r[3]));
+    }
+}
+
+lxw_format* CXlsxWorkbook::Format()
+{
+    const Cell& c = m_cell;
+    if (c.horizontal == 0 && c.vertical == 0 && !c.wrap && !c.border && c.numberFormat.empty()) {
         return nullptr;
     }
-    const unsigned key = static_cast<unsigned>(horizontal) << 8 | vertical;
+    std::string key = {static_cast<char>(c.horizontal), static_cast<char>(c.vertical),
+                       c.wrap ? 'w' : '-', c.border ? 'b' : '-'};
+    key += c.numberFormat;
     if (const auto found = m_formats.find(key); found != m_formats.end()) {
         return found->second;
     }
@@ -309,21 +438,30 @@ lxw_format* CXlsxWorkbook::Format(unsigned char horizontal, unsigned char vertic
                           "cannot write " + Quoted(m_target) + ": no cell format could be created",
                           err);
     }
-    if (horizontal != 0) {
-        format_set_align(format, horizontal);
+    if (c.horizontal != 0) {
+        format_set_align(format, c.horizontal);
     }
-    if (vertical != 0) {
-        format_set_align(format, vertical);
+    if (c.vertical != 0) {
+        format_set_align(format, c.vertical);
     }
-    m_formats.emplace(key, format);
+    if (c.wrap) {
+        format_set_text_wrap(format);
+    }
+    if (c.border) {
+        format_set_border(format, LXW_BORDER_THIN);
+    }
+    if (!c.numberFormat.empty()) {
+        format_set_num_format(format, c.numberFormat.c_str());
+    }
+    m_formats.emplace(std::move(key), format);
     return format;
 }
 
 void CXlsxWorkbook::WriteCell()
 {
-    lxw_format* format = Format(m_cell.horizontal, m_cell.vertical);
+    lxw_format* format = Format();
     lxw_error error = LXW_NO_ERROR;
-    if (m_cell.hasValue && m_cell.number) {
+    if (m_cell.hasValue && m_cell.number && m_cell.numberFormat != "@") {
         error =
             worksheet_write_number(m_worksheet, m_cell.row, m_cell.column, *m_cell.number, format);
     } else if (m_cell.hasValue && !m_cell.value.empty()) {
@@ -360,6 +498,9 @@ void CXlsxWorkbook::Release()
 {
     if (!m_workbook) {
         return;
+    }
+    if (m_sheetSelected) {
+        Sheet();
     }
     FlushCell();
     if (m_anyCell) {

@@ -17,12 +17,16 @@ namespace loadcal {
 
 /// The spreadsheet automation calls carried out by writing an .xlsx workbook
 /// with libxlsxwriter. Nothing runs while the calls are made: WorkbooksAdd
-/// creates the workbook, WorksheetsGetItem(1) its first worksheet "Sheet1",
-/// every cell gets the value and the alignment it was given. A value is
-/// turned into a number as the spreadsheet turns typed text into one: a text
-/// that reads wholly as a plain number (ReadTypedNumber: "200", "0.85", "-3",
-/// "1E+06") becomes that number; any other text ("L1,N", "-NAN", "12kW")
-/// stays a string, exactly as given; an empty text leaves the cell empty.
+/// creates the workbook, WorksheetsGetItem(1) its first worksheet ("Sheet1"
+/// unless SetWorksheetName names it before anything is written to it),
+/// every cell gets the value, alignment, wrapping, borders and number format
+/// it was given. A value is turned into a number as the spreadsheet turns
+/// typed text into one: a text that reads wholly as a plain number
+/// (ReadTypedNumber: "200", "0.85", "-3", "1E+06") becomes that number,
+/// unless the cell's number format is "@" (text); any other text ("L1,N",
+/// "-NAN", "12kW") stays a string, exactly as given; an empty text leaves the
+/// cell empty. A row's height must be set before its cells are written;
+/// column widths, frozen rows and the page set-up any time before Release.
 /// Release writes the file and puts it in place of the target. The library
 /// never touches the target's folder: it writes its zip into an in-memory
 /// file, which Release copies through the program's atomic file
@@ -31,8 +35,8 @@ namespace loadcal {
 /// terminal. Rows are streamed as they are finished (the library's
 /// constant-memory mode, which keeps memory flat and skips the shared-string
 /// table), so cells must be obtained row by row from the top; within a row,
-/// in any order. Nothing else is set: no widths, fonts or number formats;
-/// "number stored as text" marks are switched off for the cells written.
+/// in any order. Fonts stay the library's default; "number stored as text"
+/// marks are switched off for the cells written.
 ///
 /// Failures throw OutputError:
 /// - CallFailed with libxlsxwriter's error number and text: a cell beyond the
@@ -65,6 +69,14 @@ public:
     void SetValue(std::wstring_view value) override;
     void SetHorizontalAlignment(short alignment) override;
     void SetVerticalAlignment(short alignment) override;
+    void SetWorksheetName(std::wstring_view name) override;
+    void SetNumberFormat(std::string_view format) override;
+    void SetWrapText(bool wrap) override;
+    void SetBorders(short lineStyle, short weight) override;
+    void SetColumnWidth(double width) override;
+    void SetRowHeight(double points) override;
+    void FreezePanes(int rows) override;
+    void SetPageSetup(const SheetPageSetup& setup) override;
     void Release() override;
 
     bool Visible() const { return m_visible; }
@@ -83,6 +95,9 @@ private:
         unsigned short column = 0;
         unsigned char horizontal = 0;
         unsigned char vertical = 0;
+        bool wrap = false;
+        bool border = false;
+        std::string numberFormat;  ///< "" general; "@" text: the value is never a number
         std::string value;
         std::optional<double> number;  ///< the value when it reads as a typed number
     };
@@ -90,7 +105,9 @@ private:
     [[noreturn]] void Fail(int error, const std::string& what) const;
     void RequireSheet() const;
     void RequireCell() const;
-    lxw_format* Format(unsigned char horizontal, unsigned char vertical);
+    lxw_format* Format();
+    /// The worksheet, created with name (empty: the library's "Sheet1") on first use.
+    lxw_worksheet* Sheet(std::wstring_view name = {});
     void WriteCell();
     void FlushCell();
 
@@ -100,7 +117,8 @@ private:
     int m_memoryFd = -1;  ///< the in-memory file the library writes the zip into
     lxw_workbook* m_workbook = nullptr;
     lxw_worksheet* m_worksheet = nullptr;
-    std::map<unsigned, lxw_format*> m_formats;
+    std::map<std::string, lxw_format*> m_formats;
+    bool m_sheetSelected = false;
     Cell m_cell;
     unsigned m_rowBegun = 0;
     unsigned m_lastRow = 0;

@@ -16,7 +16,7 @@ esac
 packages=(
     cmake ninja-build g++ pkg-config
     qt6-base-dev libxlsxwriter-dev zlib1g-dev libdxflib-dev nlohmann-json3-dev libcli11-dev
-    fonts-wqy-zenhei qt6-translations-l10n xdg-utils
+    fonts-wqy-zenhei fonts-hanazono qt6-translations-l10n xdg-utils
 )
 if [ "$mode" = test ]; then
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf poppler-utils locales

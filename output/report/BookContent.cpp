@@ -4,6 +4,7 @@
 
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "output/Figures.h"
 
 namespace loadcal {
 namespace {
@@ -24,26 +25,63 @@ std::wstring Percent(const std::wstring& ratio)
     return FormatG(ParseNumber(ratio) * 100) + L" %";
 }
 
-/// "ΣPjs = P_L1 + P_L2 + P_L3 + P_3φ = … = sum" under the 15 % rule.
+/// Figures as the book shows them: rounded for reading (output/Figures.h);
+/// a text that is not a number stays as it stands, an empty one reads 0.
+std::wstring Pw(const std::wstring& text)
+{
+    return ShowFigure(FigureKind::Power, Shown(text));
+}
+std::wstring Pw(double value)
+{
+    return ShowValue(FigureKind::Power, value);
+}
+std::wstring Fa(const std::wstring& text)
+{
+    return ShowFigure(FigureKind::Factor, Shown(text));
+}
+std::wstring Fa(double value)
+{
+    return ShowValue(FigureKind::Factor, value);
+}
+std::wstring Cu(const std::wstring& text)
+{
+    return ShowFigure(FigureKind::Current, Shown(text));
+}
+std::wstring Cu(double value)
+{
+    return ShowValue(FigureKind::Current, value);
+}
+std::wstring Pc(const std::wstring& ratio)
+{
+    return ShowFigure(FigureKind::Percent, Shown(ratio)) +
+           (ReadTypedNumber(Shown(ratio)) ? L" %" : L"");
+}
+std::wstring Se(const std::wstring& text)
+{
+    return ShowFigure(FigureKind::Capacity, Shown(text));
+}
+
+/// "ΣPjs = PL1 + PL2 + PL3 + P3φ = … = sum" under the 15 % rule; symbol is
+/// "Pjs" or "Qjs".
 std::wstring GroupSumStep(const GroupPhases& g, SumField field, const std::wstring& symbol,
                           const std::wstring& sum, const std::wstring& unit)
 {
     const auto f = static_cast<size_t>(field);
     const double(&v)[3] = g.value[f];
-    const std::wstring x3 = G(g.threePhase[f]);
+    const std::wstring x3 = Pw(g.threePhase[f]);
     const std::wstring p = symbol.substr(0, 1);  // "P" or "Q"
+    const std::wstring result = Pw(sum) + L" " + unit;
     if (g.singlePhaseCount == 0) {
-        return L"Σ" + symbol + L" = " + p + L"3φ = " + x3 + L" = " + sum + L" " + unit;
+        return L"Σ" + symbol + L" = " + p + L"3φ = " + result;
     }
     if (g.Balanced()) {
         return L"Σ" + symbol + L" = " + p + L"L1 + " + p + L"L2 + " + p + L"L3 + " + p + L"3φ = " +
-               G(v[0]) + L" + " + G(v[1]) + L" + " + G(v[2]) + L" + " + x3 + L" = " + sum + L" " +
-               unit;
+               Pw(v[0]) + L" + " + Pw(v[1]) + L" + " + Pw(v[2]) + L" + " + x3 + L" = " + result;
     }
     const double largest = std::max(v[0], std::max(v[1], v[2]));
     return L"Σ" + symbol + L" = 3 × max(" + p + L"L1, " + p + L"L2, " + p + L"L3) + " + p +
-           L"3φ = 3 × max(" + G(v[0]) + L", " + G(v[1]) + L", " + G(v[2]) + L") + " + x3 +
-           L" = 3 × " + G(largest) + L" + " + x3 + L" = " + sum + L" " + unit;
+           L"3φ = 3 × max(" + Pw(v[0]) + L", " + Pw(v[1]) + L", " + Pw(v[2]) + L") + " + x3 +
+           L" = 3 × " + Pw(largest) + L" + " + x3 + L" = " + result;
 }
 
 std::wstring BalanceStep(const GroupPhases& g)
@@ -52,9 +90,9 @@ std::wstring BalanceStep(const GroupPhases& g)
         return L"无单相回路，各组合计即三相回路之和";
     }
     const double mean = (g.current[0] + g.current[1] + g.current[2]) / 3;
-    std::wstring text = L"IL1 = " + G(g.current[0]) + L" A，IL2 = " + G(g.current[1]) +
-                        L" A，IL3 = " + G(g.current[2]) + L" A，平均 Ī = " + G(mean) +
-                        L" A，15 % × Ī = " + G(0.15 * mean) + L" A：";
+    std::wstring text = L"单相回路电流 IL1 = " + Cu(g.current[0]) + L" A，IL2 = " +
+                        Cu(g.current[1]) + L" A，IL3 = " + Cu(g.current[2]) + L" A，平均 Ī = " +
+                        Cu(mean) + L" A，15 % × Ī = " + Cu(0.15 * mean) + L" A：";
     text += g.Balanced() ? L"各相与平均值之差均小于 15 % × Ī，三相平衡，单相负荷直接相加"
                          : L"有一相与平均值之差不小于 15 % × Ī，三相不平衡，"
                            L"单相负荷按最大一相的 3 倍计";
@@ -66,66 +104,74 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
     std::vector<BookStep> s;
     const double pc = ParseNumber(t.m_strCalcP);
     const double qc = ParseNumber(b.reactiveSum) * ParseNumber(t.m_strKq);
-    const std::wstring qcText = G(qc);
-    s.push_back({L"设备容量", L"ΣPe = " + b.installedSum + L" kW"});
+    const std::wstring qcText = Pw(qc);
+    s.push_back({L"设备功率", L"ΣPe = " + Pw(b.installedSum) + L" kW"});
     s.push_back({L"15 % 规则", BalanceStep(b.phases)});
     s.push_back(
         {L"有功功率合计", GroupSumStep(b.phases, SumField::Active, L"Pjs", b.activeSum, L"kW")});
     s.push_back({L"无功功率合计",
-                 GroupSumStep(b.phases, SumField::Reactive, L"Qjs", b.reactiveSum, L"kVar")});
-    s.push_back({L"计算有功功率", L"Pc = Kp × ΣPjs = " + Shown(t.m_strKp) + L" × " + b.activeSum +
-                                      L" = " + Shown(t.m_strCalcP) + L" kW"});
-    s.push_back({L"计算无功功率", L"Qc = Kq × ΣQjs = " + Shown(t.m_strKq) + L" × " + b.reactiveSum +
-                                      L" = " + qcText + L" kVar"});
+                 GroupSumStep(b.phases, SumField::Reactive, L"Qjs", b.reactiveSum, L"kvar")});
+    s.push_back({L"计算有功功率", L"Pc = K∑p × ΣPjs = " + Fa(t.m_strKp) + L" × " + Pw(b.activeSum) +
+                                      L" = " + Pw(t.m_strCalcP) + L" kW"});
+    s.push_back({L"计算无功功率", L"Qc = K∑q × ΣQjs = " + Fa(t.m_strKq) + L" × " +
+                                      Pw(b.reactiveSum) + L" = " + qcText + L" kvar"});
     const double alpha = ParseNumber(t.m_strAlpha);
     if (IsNearZero(alpha * pc)) {
-        s.push_back({L"补偿前功率因数", L"α × Pc = " + Shown(t.m_strAlpha) + L" × " +
-                                            Shown(t.m_strCalcP) + L" = 0，取 cos φ1 = " +
-                                            Shown(t.m_strCosBefore)});
+        s.push_back({L"补偿前功率因数", L"α × Pc = " + Fa(t.m_strAlpha) + L" × " +
+                                            Pw(t.m_strCalcP) + L" = 0，取 cosφ1 = " +
+                                            Fa(t.m_strCosBefore)});
     } else {
-        s.push_back({L"补偿前功率因数", L"cos φ1 = √(1 / (1 + (β·Qc / (α·Pc))²)) = √(1 / (1 + (" +
-                                            Shown(t.m_strBeta) + L" × " + qcText + L" / (" +
-                                            Shown(t.m_strAlpha) + L" × " + Shown(t.m_strCalcP) +
-                                            L"))²)) = " + Shown(t.m_strCosBefore)});
+        s.push_back({L"补偿前功率因数",
+                     L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (" + Fa(t.m_strBeta) +
+                         L" × " + qcText + L" / (" + Fa(t.m_strAlpha) + L" × " + Pw(t.m_strCalcP) +
+                         L"))²)) = " + Fa(t.m_strCosBefore)});
     }
-    s.push_back({L"补偿容量", L"Qcc = Pc × (tan(arccos cos φ1) − tan(arccos cos φ2)) = " +
-                                  Shown(t.m_strCalcP) + L" × (tan(arccos " +
-                                  Shown(t.m_strCosBefore) + L") − tan(arccos " +
-                                  Shown(t.m_strCosAfter) + L")) = " + Shown(t.m_strCompCapacity) +
-                                  L" kVar（目标 cos φ2 = " + Shown(t.m_strCosAfter) + L"）"});
+    // tan φ from the stored power factors, as the calculation takes them.
+    const auto tanOf = [](const std::wstring& cosText) {
+        const double c = ParseNumber(cosText);
+        return std::tan(std::acos(c));
+    };
+    const double tan1 = tanOf(t.m_strCosBefore);
+    const double tan2 = tanOf(t.m_strCosAfter);
+    // tan φ to 0.0001: a reviewer's product with Pc then lands within 0.1 kvar.
+    const auto tanText = [](double value) {
+        return std::isfinite(value) ? FormatFixed(value, 4) : std::wstring(L"—");
+    };
+    s.push_back({L"补偿容量", L"Qcc = Pc × (tanφ1 − tanφ2) = " + Pw(t.m_strCalcP) + L" × (" +
+                                  tanText(tan1) + L" − " + tanText(tan2) + L") = " +
+                                  Pw(t.m_strCompCapacity) + L" kvar（cosφ1 = " +
+                                  Fa(t.m_strCosBefore) + L"，目标 cosφ2 = " + Fa(t.m_strCosAfter) +
+                                  L"）"});
     std::wstring installed = t.m_strActualCompCapacity;
     if (std::fabs(ParseNumber(installed)) < 1e-9) {
         installed = Shown(t.m_strCompCapacity);
         s.push_back(
-            {L"实际补偿容量", L"未填或为 0，按补偿容量取 Qb = Qcc = " + installed + L" kVar"});
+            {L"实际补偿容量", L"未填或为 0，按补偿容量取 Qb = Qcc = " + Pw(installed) + L" kvar"});
     } else {
-        s.push_back({L"实际补偿容量", L"Qb = " + installed + L" kVar"});
+        s.push_back({L"实际补偿容量", L"Qb = " + Pw(installed) + L" kvar"});
     }
-    s.push_back({L"补偿后无功功率", L"Q2 = Qc − Qb = " + qcText + L" − " + installed + L" = " +
-                                        Shown(t.m_strCalcQ) + L" kVar"});
-    s.push_back({L"补偿后视在功率", L"S2 = √(Pc² + Q2²) = √(" + Shown(t.m_strCalcP) + L"² + " +
-                                        Shown(t.m_strCalcQ) + L"²) = " + Shown(t.m_strCalcS) +
-                                        L" kVA"});
-    s.push_back({L"补偿后计算电流", L"I2 = S2 / (√3 × 0.38) = " + Shown(t.m_strCalcS) +
-                                        L" / (√3 × 0.38) = " + Shown(t.m_strCalcI) + L" A"});
-    s.push_back({L"补偿后功率因数", L"cos φ2' = Pc / S2 = " + Shown(t.m_strCalcP) + L" / " +
-                                        Shown(t.m_strCalcS) + L" = " + G(b.cosAfterActual)});
+    s.push_back({L"补偿后无功功率", L"Q2 = Qc − Qb = " + qcText + L" − " + Pw(installed) + L" = " +
+                                        Pw(t.m_strCalcQ) + L" kvar"});
+    s.push_back({L"补偿后视在功率", L"S2 = √(Pc² + Q2²) = √(" + Pw(t.m_strCalcP) + L"² + " +
+                                        Pw(t.m_strCalcQ) + L"²) = " + Pw(t.m_strCalcS) + L" kV·A"});
+    s.push_back({L"补偿后计算电流", L"I2 = S2 / (√3 × 0.38) = " + Pw(t.m_strCalcS) +
+                                        L" / (√3 × 0.38) = " + Cu(t.m_strCalcI) + L" A"});
+    s.push_back({L"补偿后功率因数", L"cosφ2' = Pc / S2 = " + Pw(t.m_strCalcP) + L" / " +
+                                        Pw(t.m_strCalcS) + L" = " + Fa(b.cosAfterActual)});
     const double s2 = ParseNumber(t.m_strCalcS);
     const double rate = ParseNumber(t.m_strLoadRate);
     const double needed = IsNearZero(rate) ? 0.0 : s2 / rate;
-    s.push_back({L"所需容量", L"S = S2 / 预计负荷率 = " + Shown(t.m_strCalcS) + L" / " +
-                                  Shown(t.m_strLoadRate) + L" = " + G(needed) + L" kVA"});
+    s.push_back({L"所需容量", L"S = S2 / 预计负荷率 = " + Pw(t.m_strCalcS) + L" / " +
+                                  Pc(t.m_strLoadRate) + L" = " + Pw(needed) + L" kV·A"});
     if (ParseNumber(t.m_strRatedCapacity) == 0) {
-        s.push_back({L"额定容量", L"标准容量系列中没有大于 " + G(needed) +
-                                      L" kVA 的值，额定容量记为 " + Shown(t.m_strRatedCapacity)});
+        s.push_back({L"额定容量", L"标准容量系列中没有大于 " + Pw(needed) +
+                                      L" kV·A 的值，额定容量记为 " + Shown(t.m_strRatedCapacity)});
     } else {
-        s.push_back({L"额定容量", L"Se = 标准容量系列中第一个大于 " + G(needed) + L" 的值 = " +
-                                      t.m_strRatedCapacity + L" kVA"});
+        s.push_back({L"额定容量", L"Se = 标准容量系列中第一个大于 " + Pw(needed) + L" 的值 = " +
+                                      Se(t.m_strRatedCapacity) + L" kV·A"});
     }
-    s.push_back({L"实际负载率", L"S2 / Se = " + Shown(t.m_strCalcS) + L" / " +
-                                    Shown(t.m_strRatedCapacity) + L" = " +
-                                    Shown(t.m_strActualLoadRate) + L"（" +
-                                    Percent(t.m_strActualLoadRate) + L"）"});
+    s.push_back({L"实际负载率", L"S2 / Se = " + Pw(t.m_strCalcS) + L" / " +
+                                    Se(t.m_strRatedCapacity) + L" = " + Pc(t.m_strActualLoadRate)});
     return s;
 }
 
@@ -222,7 +268,7 @@ BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& t
         b.activeSum = index.GroupSum(t.m_strName, SumField::Active);
         b.reactiveSum = index.GroupSum(t.m_strName, SumField::Reactive);
         for (int k = 0; k < 3; ++k) {
-            b.phaseCurrents[k] = b.phases.current[k] + b.phases.threePhaseCurrent / 3;
+            b.phaseCurrents[k] = b.phases.current[k] + b.phases.threePhaseCurrent;
         }
         const double s2 = ParseNumber(t.m_strCalcS);
         b.cosAfterActual = s2 > 1e-8 ? ParseNumber(t.m_strCalcP) / s2 : 0.0;

@@ -9,8 +9,8 @@
 namespace loadcal {
 
 /// One step of a transformer's sizing as the calculation book prints it: what
-/// it computes and the formula with the document's figures put in
-/// ("Pc = Kp × ΣPjs = 0.9 × 673.275 = 605.947 kW").
+/// it computes and the formula with the document's figures put in, rounded
+/// for reading ("Pc = K∑p × ΣPjs = 0.9 × 673.28 = 605.95 kW").
 struct BookStep {
     std::wstring label;
     std::wstring text;
@@ -18,8 +18,10 @@ struct BookStep {
 
 /// What the book shows of one transformer: the circuits that belong to it
 /// (indexes into the circuit list, list order), the parts of its group sums,
-/// the phase currents L1, L2, L3 (A; single-phase circuits by their phase,
-/// each three-phase circuit's current a third to every phase) and the steps.
+/// the phase currents L1, L2, L3 as the conductors carry them (A, the sum of
+/// the circuits' Ijs: single-phase circuits in their phase, a three-phase
+/// circuit its whole current in every phase; before simultaneity and
+/// compensation) and the steps, their figures rounded for reading.
 struct BookTransformer {
     int index = 0;
     std::vector<int> circuits;

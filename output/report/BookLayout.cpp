@@ -2,6 +2,7 @@
 
 #include <QPainter>
 #include <QPen>
+#include <QTextBoundaryFinder>
 
 #include <algorithm>
 #include <cmath>
@@ -14,27 +15,71 @@ const QColor kShadeFill(255, 255, 200);
 const QColor kBarFill(90, 130, 190);
 constexpr double kCellPad = 30;
 
-/// Chinese and other wide characters may break a line before or after them.
-bool IsWide(QChar c)
+/// Chinese and other wide characters may break a line before or after them
+/// (characters outside the basic plane, CJK Extension B among them, too).
+bool IsWide(char32_t c)
 {
-    return c.unicode() >= 0x2E80;
+    return c >= 0x2E80;
+}
+
+/// The code point that starts at text[i], or that ends at text[i] when
+/// ending is set (a surrogate pair read whole).
+char32_t CodePointAt(const QString& text, qsizetype i, bool ending)
+{
+    const QChar c = text[i];
+    if (!ending && c.isHighSurrogate() && i + 1 < text.size() && text[i + 1].isLowSurrogate()) {
+        return QChar::surrogateToUcs4(c, text[i + 1]);
+    }
+    if (ending && c.isLowSurrogate() && i > 0 && text[i - 1].isHighSurrogate()) {
+        return QChar::surrogateToUcs4(text[i - 1], c);
+    }
+    return c.unicode();
 }
 
 /// Punctuation that never starts a line.
-bool IsClosing(QChar c)
+bool IsClosing(char32_t c)
 {
-    return QStringLiteral("，。、；：）》」”！？,.;:)]%").contains(c);
+    return c < 0x10000 &&
+           QStringLiteral("，。、；：）》」”！？,.;:)]%").contains(QChar(static_cast<char16_t>(c)));
 }
 
-/// Whether a line may end before text[i] (i > 0).
+/// Whether a line may end before text[i] (i > 0, a grapheme cluster boundary).
 bool MayBreakBefore(const QString& text, qsizetype i)
 {
-    const QChar c = text[i];
-    const QChar before = text[i - 1];
+    const char32_t c = CodePointAt(text, i, false);
+    const char32_t before = CodePointAt(text, i - 1, true);
     if (IsClosing(c)) {
         return false;
     }
-    return c == u' ' || before == u',' || before == u'，' || IsWide(c) || IsWide(before);
+    return c == U' ' || before == U',' || before == U'，' || IsWide(c) || IsWide(before);
+}
+
+/// The starts of text's grapheme clusters, and its length at the end.
+std::vector<qsizetype> ClusterBounds(const QString& text)
+{
+    std::vector<qsizetype> bounds{0};
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+    while (finder.toNextBoundary() != -1) {
+        if (finder.position() > bounds.back()) {
+            bounds.push_back(finder.position());
+        }
+    }
+    if (bounds.back() != text.size()) {
+        bounds.push_back(text.size());
+    }
+    return bounds;
+}
+
+/// A round step for an axis: 1, 2 or 5 times a power of ten, at or above x.
+double RoundStep(double x)
+{
+    const double p = std::pow(10.0, std::floor(std::log10(x)));
+    for (double k : {1.0, 2.0, 5.0}) {
+        if (k * p >= x * (1 - 1e-12)) {
+            return k * p;
+        }
+    }
+    return 10 * p;
 }
 
 }  // namespace
@@ -46,7 +91,9 @@ CBookLayout::CBookLayout()
 
 QFont CBookLayout::Font(int size) const
 {
-    QFont font(QStringLiteral("WenQuanYi Zen Hei"));
+    QFont font;
+    font.setFamilies({QStringLiteral("WenQuanYi Zen Hei"), QStringLiteral("HanaMinA"),
+                      QStringLiteral("HanaMinB")});
     font.setPixelSize(size);
     font.setHintingPreference(QFont::PreferNoHinting);
     font.setStyleStrategy(QFont::PreferOutline);
@@ -105,16 +152,20 @@ QStringList CBookLayout::Wrap(const QString& text, int size, double width)
         return {text};
     }
     const QFontMetricsF& fm = Metrics(size);
+    const std::vector<qsizetype> bounds = ClusterBounds(text);
     QStringList lines;
     qsizetype start = 0;
     qsizetype lastBreak = -1;  // a line may end before this index
     double lineWidth = 0;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar c = text[i];
+    for (size_t k = 0; k + 1 < bounds.size(); ++k) {
+        const qsizetype i = bounds[k];
+        if (i < start) {
+            continue;
+        }
         if (i > start && MayBreakBefore(text, i)) {
             lastBreak = i;
         }
-        const double advance = fm.horizontalAdvance(c);
+        const double advance = fm.horizontalAdvance(text.mid(i, bounds[k + 1] - i));
         if (lineWidth + advance > width && i > start) {
             const qsizetype end = lastBreak > start ? lastBreak : i;
             lines.push_back(text.mid(start, end - start).trimmed());
@@ -122,8 +173,11 @@ QStringList CBookLayout::Wrap(const QString& text, int size, double width)
             while (start < text.size() && text[start] == u' ') {
                 ++start;
             }
-            lineWidth = end == i ? 0 : fm.horizontalAdvance(text.mid(start, i - start));
+            lineWidth = start >= i ? 0 : fm.horizontalAdvance(text.mid(start, i - start));
             lastBreak = -1;
+            if (i < start) {
+                continue;  // the break was at a blank that is now dropped
+            }
         }
         lineWidth += advance;
     }
@@ -133,10 +187,13 @@ QStringList CBookLayout::Wrap(const QString& text, int size, double width)
     return lines;
 }
 
-void CBookLayout::Heading(const QString& text, int size)
+void CBookLayout::Heading(const QString& text, int size, int tocLevel)
 {
     const double h = LineHeight(size);
     Reserve(h + 8 * LineHeight(kBodySize));  // never alone at the foot of a page
+    if (tocLevel > 0) {
+        m_toc.push_back({text, tocLevel, static_cast<int>(m_pages.size()) - 1});
+    }
     m_y += h * 0.3;
     AddText(kMargin, m_y + size, text, size);
     m_y += h;
@@ -279,57 +336,122 @@ void CBookLayout::Table(const std::vector<BookColumn>& columns,
     m_y += LineHeight(kBodySize) / 2;
 }
 
-void CBookLayout::BarChart(const QString& title, const QStringList& labels,
-                           const std::vector<double>& values, double width, double height)
+void CBookLayout::BarChart(const QString& title, const QString& axisLabel,
+                           const QStringList& labels, const std::vector<double>& values,
+                           double width, double height)
 {
     const int size = kTableSize;
     const double h = LineHeight(size);
-    Reserve(height + 3 * h);
-    AddText(kMargin, m_y + size, title, size);
-    m_y += 1.5 * h;
+    Reserve(height + 5.5 * h);
+    for (const QString& line : Wrap(title, size, width)) {
+        AddText(kMargin, m_y + size, line, size);
+        m_y += h;
+    }
+    m_y += 0.5 * h;
 
-    double largest = 0;
+    double low = 0;
+    double high = 0;
+    double sum = 0;
+    int finite = 0;
     for (double v : values) {
         if (std::isfinite(v)) {
-            largest = std::max(largest, v);
+            low = finite == 0 ? v : std::min(low, v);
+            high = finite == 0 ? v : std::max(high, v);
+            sum += v;
+            ++finite;
         }
     }
-    // The scale's top: 1, 2 or 5 times a power of ten, at or above the largest.
-    double top = 1;
-    if (largest > 0) {
-        const double step = std::pow(10.0, std::floor(std::log10(largest)));
-        top = step;
-        for (double k : {1.0, 2.0, 5.0, 10.0}) {
-            if (k * step >= largest) {
-                top = k * step;
-                break;
-            }
-        }
+    // From zero unless the values lie within 40 % of the largest: then from a
+    // round figure a step below the smallest, so that the differences show.
+    bool fromZero = !(low > 0) || high - low > 0.4 * high;
+    double step = RoundStep(high > 0 ? (fromZero ? high : high - low) / 4 : 0.25);
+    if (!fromZero && high - low < step / 100) {
+        step = RoundStep(high / 20);  // equal values: a short axis around them
     }
-    const double axisX = kMargin + 6 * size;
-    const double base = m_y + height;
+    double axisLow = fromZero ? 0 : (std::floor(low / step) - 1) * step;
+    if (axisLow <= 0) {
+        axisLow = 0;
+        fromZero = true;
+        step = RoundStep(high > 0 ? high / 4 : 0.25);
+    }
+    const double axisHigh = std::max(axisLow + step, std::ceil(high / step) * step);
+    const double span = axisHigh - axisLow;
+
+    const double axisX = kMargin + 7 * size;
+    AddText(axisX - TextWidth(axisLabel, size) / 2, m_y + size, axisLabel, size);
+    const double top = m_y + 1.3 * h;
+    const double base = top + height;
     BookPage& page = m_pages.back();
-    page.lines.emplace_back(axisX, m_y, axisX, base);
+    page.lines.emplace_back(axisX, top, axisX, base);
     page.lines.emplace_back(axisX, base, kMargin + width, base);
-    for (int tick = 0; tick <= 4; ++tick) {
-        const double y = base - height * tick / 4;
-        const QString t = QString::number(top * tick / 4, 'g', 6);
+    const int ticks = static_cast<int>(std::lround(span / step));
+    const int decimals = step >= 1 ? 0 : static_cast<int>(std::ceil(-std::log10(step)));
+    for (int tick = 0; tick <= ticks; ++tick) {
+        const double y = base - height * tick / ticks;
+        const QString t = QString::number(axisLow + step * tick, 'f', decimals);
         page.lines.emplace_back(axisX - 40, y, axisX, y);
         AddText(axisX - 60 - TextWidth(t, size), y + size / 3.0, t, size);
     }
+    if (!fromZero) {
+        // The break: the axis does not start at zero.
+        for (double d : {0.0, 45.0}) {
+            page.lines.emplace_back(axisX - 35, base - 40 - d, axisX + 35, base - 80 - d);
+        }
+    }
+    const double mean = finite > 0 ? sum / finite : 0;
     const double slot = (kMargin + width - axisX) / static_cast<double>(values.size());
     for (size_t k = 0; k < values.size(); ++k) {
-        const double v = std::isfinite(values[k]) ? std::max(0.0, values[k]) : 0.0;
-        const double barHeight = height * std::min(v, top) / top;
+        const double v =
+            std::isfinite(values[k]) ? std::clamp(values[k], axisLow, axisHigh) : axisLow;
+        const double barHeight = height * (v - axisLow) / span;
         const double x = axisX + slot * static_cast<double>(k) + slot * 0.25;
         page.boxes.push_back({QRectF(x, base - barHeight, slot * 0.5, barHeight), kBarFill});
-        const QString value = QString::number(values[k], 'f', 2);
+        const QString value = QString::number(values[k], 'f', 1);
         AddText(x + (slot * 0.5 - TextWidth(value, size)) / 2, base - barHeight - size * 0.4, value,
                 size);
         const QString& label = labels[static_cast<qsizetype>(k)];
         AddText(x + (slot * 0.5 - TextWidth(label, size)) / 2, base + h, label, size);
+        if (mean > 0 && std::isfinite(values[k])) {
+            const double deviation = (values[k] - mean) / mean * 100;
+            const QString text = QStringLiteral("较平均值 %1%2 %")
+                                     .arg(deviation >= 0.05 ? QStringLiteral("+") : QString())
+                                     .arg(std::fabs(deviation) < 0.05 ? 0.0 : deviation, 0, 'f', 1);
+            AddText(x + (slot * 0.5 - TextWidth(text, size)) / 2, base + 2 * h, text, size);
+        }
     }
-    m_y = base + 1.8 * h;
+    m_y = base + 2.8 * h;
+}
+
+void CBookLayout::TocLine(const QString& text, double indent, const QString& page, int size)
+{
+    const double h = LineHeight(size) * 1.25;
+    Reserve(h);
+    const double right = kMargin + ContentWidth();
+    const double pageWidth = TextWidth(page, size);
+    const double textEnd = kMargin + indent + TextWidth(text, size);
+    AddText(kMargin + indent, m_y + size, text, size);
+    AddText(right - pageWidth, m_y + size, page, size);
+    const double dot = TextWidth(QStringLiteral("."), size);
+    const double gap = right - pageWidth - textEnd - 2 * size;
+    if (gap > dot) {
+        const auto count = static_cast<qsizetype>(gap / dot);
+        const QString dots(count, u'.');
+        AddText(right - pageWidth - size - TextWidth(dots, size), m_y + size, dots, size);
+    }
+    m_y += h;
+}
+
+void CBookLayout::Append(CBookLayout&& other)
+{
+    const int offset = static_cast<int>(m_pages.size());
+    for (TocEntry& entry : other.m_toc) {
+        entry.page += offset;
+        m_toc.push_back(std::move(entry));
+    }
+    for (BookPage& page : other.m_pages) {
+        m_pages.push_back(std::move(page));
+    }
+    m_y = other.m_y;
 }
 
 void CBookLayout::Render(QPainter& painter, const QString& footer,

@@ -46,7 +46,8 @@ struct BookColumn {
 /// wrapped paragraphs, tables that continue on new pages with their header
 /// repeated, and bar charts; a block that does not fit on the page starts a
 /// new one. Sizes are tenths of a point; text is measured with the book's
-/// font (WenQuanYi Zen Hei, unhinted). Owns the pages it made; Render draws
+/// fonts (WenQuanYi Zen Hei, unhinted, with HanaMinA and HanaMinB for the
+/// rare characters it lacks, CJK Extension B among them). Owns the pages it made; Render draws
 /// them with the page numbers once the count is known. Needs a Qt GUI
 /// application for the font metrics.
 class CBookLayout {
@@ -67,7 +68,9 @@ public:
     void Reserve(double height);
     void Space(double height) { m_y += height; }
 
-    void Heading(const QString& text, int size);
+    /// A heading; tocLevel 1 or 2 also puts it in the table of contents
+    /// (TocEntries) with the index of the page it stands on.
+    void Heading(const QString& text, int size, int tocLevel = 0);
     /// Wrapped at the content width (less indent); lines kept on one page each.
     void Paragraph(const QString& text, int size = kBodySize, double indent = 0);
     /// A label in its own column followed by wrapped text.
@@ -88,19 +91,41 @@ public:
     void Table(const std::vector<BookColumn>& columns, const std::vector<QStringList>& rows,
                const TableStyle& style);
 
-    /// Bars with their values above and labels below, over width at the left
-    /// margin, under a title that names the unit; the scale's top is a round
-    /// figure (1, 2 or 5 times a power of ten) at or above the largest value.
-    void BarChart(const QString& title, const QStringList& labels,
+    /// Bars with their values above, labels and the deviation from the
+    /// values' mean below, over width at the left margin, under a title; the
+    /// value axis carries axisLabel and round ticks. When the values lie close
+    /// together the axis starts at a round figure below the smallest (marked
+    /// by a break on the axis), so that their differences show; otherwise at 0.
+    void BarChart(const QString& title, const QString& axisLabel, const QStringList& labels,
                   const std::vector<double>& values, double width, double height);
+
+    /// One line of the table of contents: the text, dot leaders and the page
+    /// number at the right margin.
+    void TocLine(const QString& text, double indent, const QString& page, int size = kBodySize);
+
+    /// A heading put in the table of contents: its text, level (1 or 2) and
+    /// the index of its page among this layout's pages.
+    struct TocEntry {
+        QString text;
+        int level;
+        int page;
+    };
+    const std::vector<TocEntry>& TocEntries() const { return m_toc; }
+
+    /// Puts other's pages after this layout's own (their table-of-contents
+    /// entries follow them); the cursor stays on the last page.
+    void Append(CBookLayout&& other);
 
     /// Wraps text into lines no wider than width: at spaces, and between
     /// characters of Chinese text; a word longer than the width is cut.
+    /// Lines break only between grapheme clusters: a character outside the
+    /// basic plane, or one with its combining marks, is never split.
     QStringList Wrap(const QString& text, int size, double width);
     double TextWidth(const QString& text, int size);
     double LineHeight(int size) { return size * 1.45; }
 
     std::vector<BookPage>& Pages() { return m_pages; }
+    const std::vector<BookPage>& Pages() const { return m_pages; }
 
     /// Draws every page with "第 n 页 共 m 页" and footer centred at its foot,
     /// starting a new page (with its orientation) before each but the first.
@@ -121,6 +146,7 @@ private:
 
     std::vector<BookPage> m_pages;
     std::map<int, std::unique_ptr<QFontMetricsF>> m_metrics;
+    std::vector<TocEntry> m_toc;
     double m_y = 0;
 };
 

@@ -244,7 +244,8 @@ void AddExport(CLI::App& app, CliRun& run)
             CFixedPointSource given(base);
             IPointSource& points = base ? static_cast<IPointSource&>(given) : terminal;
             const auto result = ExportDrawing(loads, transformers, totals,
-                                              {run.dxf, run.scale, run.force}, points, &run.out);
+                                              {run.dxf, run.scale, run.force, doc.project.Name()},
+                                              points, &run.out);
             if (result == DrawingExportResult::Declined) {
                 run.out << "\nloadcal: no base point was given; nothing was drawn\n";
             }
@@ -262,7 +263,7 @@ void AddReport(CLI::App& app, CliRun& run)
         run.action = [&run] {
             const CLoadCalDocument doc = ReadInput(run);
             WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
-                                 {BookProjectName(FromUtf8(run.input)), {}});
+                                 {BookProjectName(FromUtf8(run.input)), {}, doc.project});
         };
     });
 }
@@ -299,10 +300,10 @@ void AddDemo(CLI::App& app, CliRun& run)
             }
             WriteWorkbook(dir / "office-building.xlsx", loads, transformers, totals);
             CFixedPointSource origin(CadPoint{0, 0, 0});
-            ExportDrawing(loads, transformers, totals, {dir / "office-building.dxf", 1.0, true},
-                          origin);
+            ExportDrawing(loads, transformers, totals,
+                          {dir / "office-building.dxf", 1.0, true, doc.project.Name()}, origin);
             WriteCalculationBook(dir / "office-building.pdf", loads, transformers,
-                                 {L"office-building", {}});
+                                 {L"office-building", {}, doc.project});
             if (!run.json) {
                 run.out << "\n"
                         << (dir / "office-building.xlsx").string() << "\n"

@@ -45,8 +45,9 @@ void DrawIntoDrawing(const CLoadCalDiaog& dialog, const SummaryTotals& totals, C
     CFixedPointSource given(opt.base);
     IPointSource& points = opt.base ? static_cast<IPointSource&>(given) : terminal;
     try {
-        ExportDrawing(dialog.GetLoads(), dialog.GetTransformers(), totals, {*file, opt.scale, true},
-                      points, &host.Out());
+        ExportDrawing(dialog.GetLoads(), dialog.GetTransformers(), totals,
+                      {*file, opt.scale, true, dialog.GetDocument().project.Name()}, points,
+                      &host.Out());
     } catch (const OutputError& e) {
         messages.ShowMessage(FromUtf8(e.what()));
         host.Fail(2, e.what());

@@ -6,6 +6,7 @@
 #include "model/Calculation.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
+#include "output/Figures.h"
 #include "output/report/BookContent.h"
 
 using namespace loadcal;
@@ -105,8 +106,8 @@ TEST(BookChecks, EachCheckIsMetUpToItsLimitAndNeedsAttentionBeyondIt)
     // The group sums: plain when balanced, three times the largest phase when not.
     EXPECT_EQ(book.transformers[0].installedSum, L"6");
     EXPECT_EQ(book.transformers[1].installedSum, L"6");  // 3 x max(2, 2, 2)
-    EXPECT_TRUE(HasStep(book.transformers[1], L"ΣPe = 6 kW"));
-    // Phase currents of the chart: the circuits' own, no three-phase part here.
+    EXPECT_TRUE(HasStep(book.transformers[1], L"ΣPe = 6.00 kW"));
+    // Phase currents of the chart: the circuits' own, no three-phase circuit here.
     EXPECT_EQ(book.transformers[1].phaseCurrents[2], 14);
 }
 
@@ -153,16 +154,44 @@ TEST(BookSteps, TheStepsShowTheDocumentsFiguresWithTheInputsPutIn)
 
     const BookContent book = BuildBookContent(loads, transformers);
     const BookTransformer& b = book.transformers[0];
-    EXPECT_TRUE(HasStep(b, L"Pc = Kp × ΣPjs = 1 × 100 = 100 kW"));
-    EXPECT_TRUE(HasStep(b, L"Qc = Kq × ΣQjs = 1 × 75 = 75 kVar"));
+    // Rounded for reading: powers to 0.01, factors to 0.01 or 0.001.
+    EXPECT_TRUE(HasStep(b, L"Pc = K∑p × ΣPjs = 1.00 × 100.00 = 100.00 kW"));
+    EXPECT_TRUE(HasStep(b, L"Qc = K∑q × ΣQjs = 1.00 × 75.00 = 75.00 kvar"));
     EXPECT_TRUE(HasStep(b,
-                        L"cos φ1 = √(1 / (1 + (β·Qc / (α·Pc))²)) = √(1 / (1 + (0.76 × 75 / "
-                        L"(0.7 × 100))²)) = 0.775436"));
-    EXPECT_TRUE(HasStep(b, L"Q2 = Qc − Qb = 75 − 32.9964 = " + r.m_strCalcQ + L" kVar"));
-    EXPECT_TRUE(HasStep(b, L"ΣPjs = P3φ = 100 = 100 kW"));
-    // Three-phase current spread evenly over the chart's phases.
-    const double third = ParseNumber(loads[0].m_strCalcI) / 3;
+                        L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (0.76 × 75.00 / "
+                        L"(0.70 × 100.00))²)) = 0.775"));
+    // tan(arccos 0.775436) = 0.81429, tan(arccos 0.9) = 0.48432.
+    EXPECT_TRUE(HasStep(b,
+                        L"Qcc = Pc × (tanφ1 − tanφ2) = 100.00 × (0.8143 − 0.4843) = 33.00 kvar"
+                        L"（cosφ1 = 0.775，目标 cosφ2 = 0.90）"));
+    EXPECT_TRUE(HasStep(b, L"Q2 = Qc − Qb = 75.00 − 33.00 = 42.00 kvar"));
+    EXPECT_TRUE(HasStep(b, L"ΣPjs = P3φ = 100.00 kW"));
+    EXPECT_TRUE(HasStep(b, L"S2 / Se = " + ShowFigure(FigureKind::Power, r.m_strCalcS) +
+                               L" / 160 = " +
+                               ShowFigure(FigureKind::Percent, r.m_strActualLoadRate) + L" %"));
+    // A three-phase circuit carries its whole current in every phase.
+    const double current = ParseNumber(loads[0].m_strCalcI);
     for (double phase : b.phaseCurrents) {
-        EXPECT_DOUBLE_EQ(phase, third);
+        EXPECT_DOUBLE_EQ(phase, current);
     }
+}
+
+TEST(BookSteps, PhaseCurrentsAddSinglePhaseCircuitsToTheirPhaseAndThreePhaseToEvery)
+{
+    CLoadArray loads;
+    loads.Add(Circuit(L"1", L"L1,N", L"2.2", L"T1"));
+    loads.Add(Circuit(L"2", L"L2,N", L"4.4", L"T1"));
+    loads.Add(Circuit(L"3", L"L1,L2,L3,N", L"10", L"t1"));  // owners match without regard to case
+    loads.Add(Circuit(L"4", L"L3,N", L"50", L"T2"));        // another transformer's
+    CTransformerArray transformers;
+    transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(loads, transformers);
+    const double i1 = ParseNumber(loads[0].m_strCalcI);
+    const double i2 = ParseNumber(loads[1].m_strCalcI);
+    const double i3 = ParseNumber(loads[2].m_strCalcI);
+    const BookContent book = BuildBookContent(loads, transformers);
+    const BookTransformer& b = book.transformers[0];
+    EXPECT_NEAR(b.phaseCurrents[0], i1 + i3, 1e-9);
+    EXPECT_NEAR(b.phaseCurrents[1], i2 + i3, 1e-9);
+    EXPECT_NEAR(b.phaseCurrents[2], i3, 1e-9);
 }

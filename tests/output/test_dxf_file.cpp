@@ -35,15 +35,26 @@ private:
     std::optional<CadPoint> m_point;
 };
 
-json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale)
+json ExportDocument(const TempFolder& folder, const Document& d, CadPoint base, double scale,
+                    const std::wstring& project = {})
 {
-    const Document d = MakeDocument(n, m);
     CFixedPointSource points(base);
     const auto path = folder / "table.dxf";
-    EXPECT_EQ(
-        ExportDrawing(d.loads, d.transformers, DistinctTotals(), {path, scale, false}, points),
-        DrawingExportResult::Written);
+    EXPECT_EQ(ExportDrawing(d.loads, d.transformers, DistinctTotals(),
+                            {path, scale, false, project}, points),
+              DrawingExportResult::Written);
     return ReadBack("dxf", path);
+}
+
+json Export(const TempFolder& folder, int n, int m, CadPoint base, double scale)
+{
+    return ExportDocument(folder, MakeDocument(n, m), base, scale);
+}
+
+bool IsTitle(const json& text)
+{
+    return text["text"] == "负荷计算表" ||
+           text["text"].get<std::string>().rfind("工程名称：", 0) == 0;
 }
 
 const json* FindText(const json& dxf, const std::string& text)
@@ -98,6 +109,14 @@ TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace)
     EXPECT_EQ(dxf["header"]["$TEXTSTYLE"], "Standard");
     EXPECT_EQ(dxf["header"]["$OSMODE"], 4133);
     EXPECT_TRUE(dxf["others"].empty());
+    // The heavy frame: 5 around the title band (15 above the base point) and
+    // the tables, 0.7 wide.
+    ASSERT_EQ(dxf["polylines"].size(), 1u);
+    const json& frame = dxf["polylines"][0];
+    EXPECT_EQ(frame["closed"], true);
+    EXPECT_DOUBLE_EQ(frame["width"].get<double>(), 0.7);
+    EXPECT_EQ(frame["layer"], "CALCULATIONS");
+    EXPECT_EQ(frame["points"], json::parse("[[5, 40], [495, 40], [495, -85], [5, -85]]"));
 
     const json* layer = FindNamed(dxf["layers"], "CALCULATIONS");
     ASSERT_NE(layer, nullptr);
@@ -110,9 +129,9 @@ TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace)
     EXPECT_DOUBLE_EQ((*style)["height"].get<double>(), 0.0);  // TEXT asks the height
 
     // Lines: header 16, circuits 3 x 15, blank 15, total 15, transformer
-    // header 19, transformers 2 x 18. Texts: 13 + 3 x 13 + 7 + 16 + 2 x 16.
+    // header 19, transformers 2 x 18. Texts: the title, 13 + 3 x 13 + 7 + 16 + 2 x 16.
     EXPECT_EQ(dxf["lines"].size(), 146u);
-    EXPECT_EQ(dxf["texts"].size(), 107u);
+    EXPECT_EQ(dxf["texts"].size(), 108u);
     double minX = 1e9, maxX = -1e9, minY = 1e9, maxY = -1e9;
     for (const json& line : dxf["lines"]) {
         EXPECT_EQ(line[6], "CALCULATIONS");
@@ -131,15 +150,21 @@ TEST(DxfFile, ReadsBackWithEveryLineTextStyleAndLayerInPlace)
         EXPECT_EQ(t["style"], "LOADCALSTYLE");
         EXPECT_EQ(t["halign"], 1);
         EXPECT_EQ(t["valign"], 2);
-        EXPECT_DOUBLE_EQ(t["height"].get<double>(), 3.5);
-        EXPECT_DOUBLE_EQ(t["width"].get<double>(), 0.7);
+        EXPECT_DOUBLE_EQ(t["height"].get<double>(), IsTitle(t) ? 7 : 3.5);
+        // Only the one header too wide for its cell is narrowed.
+        if (t["text"] == "功率因数(cos(φ))") {
+            EXPECT_LT(t["width"].get<double>(), 0.7);
+        } else {
+            EXPECT_DOUBLE_EQ(t["width"].get<double>(), 0.7) << t["text"];
+        }
         EXPECT_DOUBLE_EQ(t["rotation"].get<double>(), 0.0);
     }
+    ExpectTextAt(dxf, "负荷计算表", 10 + 240, 20 + 7.5);
     ExpectTextAt(dxf, "回路编号", 25, 15);
     ExpectTextAt(dxf, "功率因数(cos(φ))", 10 + 7 * 30 + 15, 15);
     ExpectTextAt(dxf, "照明配电箱2", 10 + 2 * 30 + 15, 20 - 5 - 30);
     ExpectTextAt(dxf, "总计", 10 + 45, 20 - 5 - 10 * 5);
-    ExpectTextAt(dxf, "156.03", 10 + 11 * 30 + 15, 20 - 5 - 10 * 5);
+    ExpectTextAt(dxf, "156.0", 10 + 11 * 30 + 15, 20 - 5 - 10 * 5);  // 156.03 A to 0.1
     ExpectTextAt(dxf, "实际补偿容量", 10 + 15 * 30 + 15, 20 - 5 - 10 * 7);
     ExpectTextAt(dxf, "变压器1", 25, 20 - 5 - 10 * 9);
     ExpectTextAt(dxf, "β1", 10 + 11 * 30 + 15, 20 - 5 - 10 * 9);
@@ -152,7 +177,7 @@ TEST(DxfFile, ScaleTwoDoublesTextHeightAndTableSize)
     const json dxf = Export(folder, 1, 1, {0, 0, 0}, 2.0);
     ASSERT_TRUE(dxf.is_object());
     for (const json& t : dxf["texts"]) {
-        EXPECT_DOUBLE_EQ(t["height"].get<double>(), 7.0);
+        EXPECT_DOUBLE_EQ(t["height"].get<double>(), IsTitle(t) ? 14.0 : 7.0);
     }
     ExpectTextAt(dxf, "回路编号", 30, -10);
     // One circuit and one transformer: seven rows of 20 (header, circuit,
@@ -173,9 +198,64 @@ TEST(DxfFile, EmptyListsStillDrawBothHeadersBlankAndTotalRows)
     ASSERT_TRUE(dxf.is_object());
     EXPECT_EQ(dxf["audit_errors"], 0);
     EXPECT_EQ(dxf["lines"].size(), 16u + 15u + 15u + 19u);
-    EXPECT_EQ(dxf["texts"].size(), 13u + 7u + 16u);
+    EXPECT_EQ(dxf["texts"].size(), 1u + 13u + 7u + 16u);
     ExpectTextAt(dxf, "总计", 45, -25);
     ExpectTextAt(dxf, "变压器名称", 15, -45);
+}
+
+TEST(DxfFile, EveryTextStaysWithinItsCellAsEzdxfMeasuresIt)
+{
+    // Long names, numbers and owners, a wide project name, at two scales.
+    Document d = MakeDocument(6, 3);
+    d.loads[0].m_strEquipName = L"地下二层排烟风机及补风机组（消防兼平时）";
+    d.loads[1].m_strEquipNo = L"AP-B2-XF-01/02";
+    d.loads[2].m_strTransformer = L"1#变压器,2#变压器,3#变压器";
+    d.loads[3].m_strRatedPower = L"123456.789";
+    d.loads[4].m_strCircuitNo = L"WLmmmmmmmmmm";
+    d.transformers[0].m_strName = L"10/0.4kV 2000kVA 干式变压器";
+    for (const double scale : {1.0, 2.5}) {
+        TempFolder folder;
+        const json dxf = ExportDocument(folder, d, {3, 4, 0}, scale,
+                                        L"滨江科技园区八号办公楼及地下车库变配电工程");
+        ASSERT_TRUE(dxf.is_object());
+        ASSERT_EQ(dxf["texts"].size(), dxf["cells"].size());
+        const json& frame = dxf["polylines"][0]["points"];
+        const double frameLeft = frame[0][0].get<double>();
+        const double frameRight = frame[1][0].get<double>();
+        const double frameTop = frame[0][1].get<double>();
+        double titleLeft = 0;
+        double projectRight = 0;
+        for (size_t k = 0; k < dxf["texts"].size(); ++k) {
+            const json& t = dxf["texts"][k];
+            const json& cell = dxf["cells"][k];
+            const double x = t["x"].get<double>();
+            const double width = t["measured"].get<double>();
+            const double height = t["height"].get<double>();
+            if (IsTitle(t)) {
+                // The title line: inside the frame, the two texts apart.
+                const double left = t["halign"] == 0 ? x : x - width / 2;
+                EXPECT_GE(left, frameLeft) << t["text"];
+                EXPECT_LE(left + width, frameRight) << t["text"];
+                EXPECT_LE(t["y"].get<double>() + height / 2, frameTop) << t["text"];
+                (t["halign"] == 0 ? projectRight : titleLeft) =
+                    t["halign"] == 0 ? left + width : left;
+                continue;
+            }
+            ASSERT_FALSE(cell["left"].is_null()) << t["text"];
+            ASSERT_FALSE(cell["right"].is_null()) << t["text"];
+            ASSERT_FALSE(cell["top"].is_null()) << t["text"];
+            ASSERT_FALSE(cell["bottom"].is_null()) << t["text"];
+            EXPECT_GE(x - width / 2, cell["left"].get<double>()) << t["text"];
+            EXPECT_LE(x + width / 2, cell["right"].get<double>()) << t["text"];
+            EXPECT_LE(t["y"].get<double>() + height / 2, cell["top"].get<double>());
+            EXPECT_GE(t["y"].get<double>() - height / 2, cell["bottom"].get<double>());
+            // The cells are the grid's: 30 x 10 times the scale.
+            EXPECT_NEAR(cell["right"].get<double>() - cell["left"].get<double>(), 30 * scale, 1e-9);
+            EXPECT_NEAR(cell["top"].get<double>() - cell["bottom"].get<double>(), 10 * scale, 1e-9);
+        }
+        EXPECT_LT(projectRight, titleLeft) << "the project name runs into the title";
+        EXPECT_GT(projectRight, 0);
+    }
 }
 
 TEST(DxfFile, ADeclinedRunSavedAnywayHasStyleAndLayerButNothingDrawnAndObjectSnapOff)

@@ -7,12 +7,14 @@
 #include <cerrno>
 #include <fstream>
 #include <map>
+#include <sstream>
 
 #include "document/AtomicFile.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/Desktop.h"
 #include "output/ExcelExport.h"
+#include "output/Figures.h"
 #include "output/OutputError.h"
 #include "output/XlsxWorkbook.h"
 #include "tests/output/OutputTestSupport.h"
@@ -56,6 +58,26 @@ public:
     void SetVerticalAlignment(short a) override
     {
         Log("SetVerticalAlignment " + std::to_string(a));
+    }
+    void SetWorksheetName(std::wstring_view name) override
+    {
+        Log("SetWorksheetName " + ToUtf8(name));
+    }
+    void SetNumberFormat(std::string_view format) override
+    {
+        Log("SetNumberFormat " + std::string(format));
+    }
+    void SetWrapText(bool wrap) override { Log("SetWrapText " + std::to_string(wrap)); }
+    void SetBorders(short style, short weight) override
+    {
+        Log("SetBorders " + std::to_string(style) + " " + std::to_string(weight));
+    }
+    void SetColumnWidth(double width) override { Log("SetColumnWidth " + std::to_string(width)); }
+    void SetRowHeight(double points) override { Log("SetRowHeight " + std::to_string(points)); }
+    void FreezePanes(int rows) override { Log("FreezePanes " + std::to_string(rows)); }
+    void SetPageSetup(const SheetPageSetup& setup) override
+    {
+        Log("SetPageSetup " + setup.printTitleRows + " " + setup.printArea);
     }
     void Release() override { Log("Release"); }
 
@@ -108,18 +130,32 @@ CellMap Cells(const json& workbook)
     return cells;
 }
 
+/// The identifier columns (numbers, names, phase, owners; the transformer
+/// name), which stay text whatever they hold.
+bool IsIdentifier(int row, size_t column, int headerRow, int transformerHeaderRow)
+{
+    if (row == headerRow || row == transformerHeaderRow) {
+        return true;
+    }
+    if (row > transformerHeaderRow && transformerHeaderRow > 0) {
+        return column == 0;
+    }
+    return column <= 3 || column == 12;
+}
+
 void ExpectRow(const CellMap& cells, int row,
-               const std::vector<std::optional<std::wstring>>& values)
+               const std::vector<std::optional<std::wstring>>& values, int transformerHeaderRow = 0)
 {
     for (size_t i = 0; i < values.size(); ++i) {
         const auto found = cells.find({row, static_cast<int>(i) + 1});
         ASSERT_NE(found, cells.end()) << "row " << row << " column " << i + 1;
         const json& c = found->second;
-        if (values[i] && ReadTypedNumber(*values[i])) {
+        const bool identifier = IsIdentifier(row, i, 1, transformerHeaderRow);
+        if (values[i] && !identifier && ReadTypedNumber(*values[i])) {
             EXPECT_EQ(c["type"], "n") << "row " << row << " column " << i + 1;
             EXPECT_TRUE(c["value"].is_number()) << "row " << row << " column " << i + 1;
             EXPECT_EQ(c["value"].get<double>(), *ReadTypedNumber(*values[i]));
-        } else if (values[i]) {
+        } else if (values[i] && !values[i]->empty()) {
             EXPECT_EQ(c["value"], ToUtf8(*values[i])) << "row " << row << " column " << i + 1;
             EXPECT_EQ(c["type"], "s");
         } else {
@@ -129,10 +165,30 @@ void ExpectRow(const CellMap& cells, int row,
     EXPECT_EQ(cells.count({row, static_cast<int>(values.size()) + 1}), 0u);
 }
 
-template <size_t N>
-std::vector<std::optional<std::wstring>> Row(const std::array<std::wstring, N>& texts)
+template <class Text, size_t N>
+std::vector<std::optional<std::wstring>> Row(const std::array<Text, N>& texts)
 {
-    return {texts.begin(), texts.end()};
+    std::vector<std::optional<std::wstring>> row;
+    for (const auto& t : texts) {
+        row.emplace_back(std::wstring(t));
+    }
+    return row;
+}
+
+/// Display columns of a text in the sheet's standard font: East Asian wide
+/// characters count two, others one.
+double TextColumns(const std::string& utf8)
+{
+    double n = 0;
+    const std::wstring text = FromUtf8(utf8);
+    for (const wchar_t c : text) {
+        n += (c >= 0x1100 && c <= 0x115F) || (c >= 0x2E80 && c <= 0xA4CF) ||
+                     (c >= 0xAC00 && c <= 0xD7A3) || (c >= 0xF900 && c <= 0xFAFF) ||
+                     (c >= 0xFF00 && c <= 0xFF60) || c >= 0x20000
+                 ? 2
+                 : 1;
+    }
+    return n;
 }
 
 }  // namespace
@@ -177,13 +233,13 @@ TEST(WorkbookExport, TheFirstFailureEndsTheExportWithItsMessage)
     }
 }
 
-TEST(WorkbookFile, TextsThatReadAsNumbersAreWrittenAsNumbersAndTheRestAsTexts)
+TEST(WorkbookFile, IdentifiersStayTextAndOnlyFigureColumnsBecomeNumbers)
 {
     TempFolder folder;
     Document d = MakeDocument(2, 1);
     CLoadCalData& c = d.loads[0];
-    c.m_strCircuitNo = L"1";
-    c.m_strEquipNo = L" 12 ";
+    c.m_strCircuitNo = L"001";
+    c.m_strEquipNo = L"1E2";
     c.m_strEquipName = L"-NAN";
     c.m_strPhase = L"L1,N";
     c.m_strRatedPower = L"200";
@@ -195,38 +251,55 @@ TEST(WorkbookFile, TextsThatReadAsNumbersAreWrittenAsNumbersAndTheRestAsTexts)
     c.m_strCalcS = L"INF";
     c.m_strCalcI = L"12kW";
     c.m_strTransformer = L"1e-3";
+    d.loads[1].m_strCircuitNo = L" 12 ";
     d.loads[1].m_strEquipName = L"";
     d.loads[1].m_strRatedPower = L"+2";
+    d.transformers[0].m_strName = L"2";
+    d.transformers[0].m_strRatedCapacity = L"800";
+    d.transformers[0].m_strActualLoadRate = L"0.659149";
+    d.transformers[0].m_strCalcI = L"1001.46";
     WriteWorkbook(folder / "n.xlsx", d.loads, d.transformers, DistinctTotals());
     const json workbook = ReadBack("xlsx", folder / "n.xlsx");
     ASSERT_TRUE(workbook.is_object());
     const CellMap cells = Cells(workbook);
-    const auto number = [&](int row, int column, double value) {
+    const auto number = [&](int row, int column, double value, const std::string& format) {
         const json& cell = cells.at({row, column});
         EXPECT_EQ(cell["type"], "n") << row << "," << column;
         EXPECT_EQ(cell["value"], value) << row << "," << column;
+        EXPECT_EQ(cell["number_format"], format) << row << "," << column;
     };
     const auto text = [&](int row, int column, const std::string& value) {
         const json& cell = cells.at({row, column});
         EXPECT_EQ(cell["type"], "s") << row << "," << column;
         EXPECT_EQ(cell["value"], value) << row << "," << column;
     };
-    number(2, 1, 1);
-    number(2, 2, 12);
+    // Identifiers as typed, marked as text so that editing keeps them text.
+    text(2, 1, "001");
+    text(2, 2, "1E2");
     text(2, 3, "-NAN");
     text(2, 4, "L1,N");
-    number(2, 5, 200);
-    number(2, 6, 0.22);
-    number(2, 7, 1);
-    number(2, 8, 0.85);
-    number(2, 9, 1e6);
-    number(2, 10, -3);
+    text(2, 13, "1e-3");
+    text(3, 1, " 12 ");
+    text(8, 1, "2");
+    for (int column : {1, 2, 3, 4, 13}) {
+        EXPECT_EQ(cells.at({2, column})["number_format"], "@") << column;
+    }
+    // Figures exact, shown rounded: powers 0.01, factors 0.01-0.001, currents 0.1.
+    number(2, 5, 200, "0.00");
+    number(2, 6, 0.22, "0.00#");
+    number(2, 7, 1, "0.00#");
+    number(2, 8, 0.85, "0.00#");
+    number(2, 9, 1e6, "0.00");
+    number(2, 10, -3, "0.00");
     text(2, 11, "INF");
     text(2, 12, "12kW");
-    number(2, 13, 0.001);
     EXPECT_TRUE(cells.at({3, 3})["value"].is_null());
-    number(3, 5, 2);
+    number(3, 5, 2, "0.00");
     text(5, 2, "总计");
+    // The transformer row: load rates as percentages, capacities whole.
+    number(8, 2, 800, "0");
+    number(8, 3, 0.659149, "0.0%");
+    number(8, 10, 1001.46, "0.0");
     // Alignment is the same for numbers and texts.
     EXPECT_EQ(cells.at({2, 5})["horizontal"], "center");
     EXPECT_EQ(cells.at({2, 4})["horizontal"], "center");
@@ -241,21 +314,21 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceAndCentred)
     WriteWorkbook(path, d.loads, d.transformers, DistinctTotals());
     const json workbook = ReadBack("xlsx", path);
     ASSERT_TRUE(workbook.is_object());
-    EXPECT_EQ(workbook["sheets"], json::array({"Sheet1"}));
-    EXPECT_TRUE(workbook["custom_widths"].empty());
+    EXPECT_EQ(workbook["sheets"], json::array({"负荷计算"}));
     EXPECT_EQ(workbook["number_as_text_ignored"], json::array({"A1:P17"}));
 
     const CellMap cells = Cells(workbook);
-    ExpectRow(cells, 1, Row(kLoadTitles));
+    ExpectRow(cells, 1, Row(kIssuedLoadHeaders), 15);
     for (int k = 0; k < 10; ++k) {
-        ExpectRow(cells, k + 2, Row(CircuitRow(d.loads[k])));
+        ExpectRow(cells, k + 2, Row(CircuitRow(d.loads[k])), 15);
     }
     ExpectRow(cells, 13,
               {std::nullopt, L"总计", std::nullopt, std::nullopt, L"101.5", std::nullopt,
-               std::nullopt, L"0.801", L"82.25", L"61.75", L"102.7", L"156.03", std::nullopt});
-    ExpectRow(cells, 15, Row(kTransformerTitles));
-    ExpectRow(cells, 16, Row(TransformerRow(Transformer(0))));
-    ExpectRow(cells, 17, Row(TransformerRow(Transformer(1))));
+               std::nullopt, L"0.801", L"82.25", L"61.75", L"102.7", L"156.03", std::nullopt},
+              15);
+    ExpectRow(cells, 15, Row(kIssuedTransformerHeaders), 15);
+    ExpectRow(cells, 16, Row(TransformerRow(Transformer(0))), 15);
+    ExpectRow(cells, 17, Row(TransformerRow(Transformer(1))), 15);
     EXPECT_EQ(cells.size(), 13u + 130u + 13u + 16u + 32u);
     for (const auto& [at, c] : cells) {
         EXPECT_EQ(c["horizontal"], "center") << at.first << "," << at.second;
@@ -263,11 +336,74 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceAndCentred)
         EXPECT_EQ(c["font"], "Calibri");
         EXPECT_EQ(c["size"], 11);
         EXPECT_EQ(c["bold"], false);
-        EXPECT_EQ(c["number_format"], "General");
+        EXPECT_EQ(c["borders"], json::array({"thin", "thin", "thin", "thin"}))
+            << at.first << "," << at.second;
+        EXPECT_EQ(c["wrap"], at.first == 1 || at.first == 15) << at.first << "," << at.second;
     }
     // Figures become numbers as typed figures do.
     EXPECT_EQ(cells.at({2, 5})["value"], 10.5);
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"负荷计算.xlsx"});
+}
+
+TEST(WorkbookFile, PrintsOnLandscapeA4OnePageWideWithTheHeaderOnEveryPage)
+{
+    TempFolder folder;
+    Document d = MakeDocument(300, 3);
+    d.loads[7].m_strEquipName = L"地下二层排烟风机及补风机组（消防兼平时）";
+    WriteWorkbook(folder / "p.xlsx", d.loads, d.transformers, DistinctTotals());
+    const json workbook = ReadBack("xlsx", folder / "p.xlsx");
+    ASSERT_TRUE(workbook.is_object());
+    const json& page = workbook["page"];
+    EXPECT_EQ(page["orientation"], "landscape");
+    EXPECT_EQ(page["paper"], 9);  // A4
+    EXPECT_EQ(page["fit_to_page"], true);
+    EXPECT_EQ(page["fit_width"], 1);
+    EXPECT_EQ(page["fit_height"], 0);  // as many pages down as the rows need
+    EXPECT_EQ(page["title_rows"], "$1:$1");
+    EXPECT_EQ(page["print_area"], json::array({"$A$1:$P$308"}));
+    EXPECT_EQ(page["freeze"], "A2");
+    EXPECT_EQ(workbook["heights"]["1"], 32);  // both header rows hold two lines
+    EXPECT_EQ(workbook["heights"]["305"], 32);
+
+    // Every column is as wide as the widest text it shows (headers may wrap
+    // at their blanks), and no wider than it needs by much.
+    std::map<int, double> needed;
+    for (const json& c : workbook["cells"]) {
+        if (c["value"].is_null()) {
+            continue;
+        }
+        const int column = c["column"].get<int>();
+        double width = 0;
+        if (c["wrap"].get<bool>()) {
+            std::istringstream words(c["value"].get<std::string>());
+            for (std::string w; words >> w;) {
+                width = std::max(width, TextColumns(w));
+            }
+        } else if (c["type"] == "n") {
+            const std::string format = c["number_format"];
+            const double v = c["value"].get<double>();
+            char shown[64];
+            if (format == "0.0%") {
+                std::snprintf(shown, sizeof shown, "%.1f%%", v * 100);
+            } else if (format == "0.00#") {
+                std::snprintf(shown, sizeof shown, "%.3f", v);
+            } else {
+                std::snprintf(shown, sizeof shown, format == "0.0" ? "%.1f" : "%.2f", v);
+            }
+            width = TextColumns(shown);
+        } else {
+            width = TextColumns(c["value"].get<std::string>());
+        }
+        needed[column] = std::max(needed[column], width);
+    }
+    ASSERT_EQ(needed.size(), 16u);
+    for (const auto& [column, width] : needed) {
+        const std::string letter(1, static_cast<char>('A' + column - 1));
+        ASSERT_TRUE(workbook["widths"].contains(letter)) << letter;
+        const double set = workbook["widths"][letter].get<double>();
+        EXPECT_GE(set, width) << letter;
+        EXPECT_LE(set, width + 4) << letter;
+    }
 }
 
 TEST(WorkbookFile, EmptyListsGiveHeadersTotalRowAndTransformerHeaders)
@@ -277,11 +413,12 @@ TEST(WorkbookFile, EmptyListsGiveHeadersTotalRowAndTransformerHeaders)
     const json workbook = ReadBack("xlsx", folder / "e.xlsx");
     ASSERT_TRUE(workbook.is_object());
     const CellMap cells = Cells(workbook);
-    ExpectRow(cells, 1, Row(kLoadTitles));
+    ExpectRow(cells, 1, Row(kIssuedLoadHeaders), 5);
     ExpectRow(cells, 3,
               {std::nullopt, L"总计", std::nullopt, std::nullopt, L"0", std::nullopt, std::nullopt,
-               L"0", L"0", L"0", L"0", L"0", std::nullopt});
-    ExpectRow(cells, 5, Row(kTransformerTitles));
+               L"0", L"0", L"0", L"0", L"0", std::nullopt},
+              5);
+    ExpectRow(cells, 5, Row(kIssuedTransformerHeaders), 5);
     EXPECT_EQ(cells.size(), 13u + 13u + 16u);
     EXPECT_EQ(workbook["number_as_text_ignored"], json::array({"A1:P5"}));
 }
