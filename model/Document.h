@@ -3,16 +3,19 @@
 #include <utility>
 
 #include "model/Records.h"
+#include "model/Rules.h"
 
 namespace loadcal {
 
 /// A whole calculation document as the archive, the JSON form, the command
 /// line and the outputs take it: the circuit list and the transformer list,
-/// with whatever else a document holds beside them. A plain value that owns
-/// its records; the dialog keeps one and shows it in its grids.
+/// with whatever else a document holds beside them (the distribution boards
+/// and the rule set). A plain value that owns its records; the dialog keeps
+/// one and shows it in its grids.
 ///
-/// A document that uses nothing beyond the two lists is exactly the
-/// original program's document: it computes, saves and shows as before.
+/// A document that uses nothing beyond the two lists (no boards, the
+/// original rules) is exactly the original program's document: it computes,
+/// saves and shows as before.
 struct CLoadCalDocument {
     CLoadCalDocument() = default;
     /// A document of the original program's two lists only.
@@ -22,6 +25,13 @@ struct CLoadCalDocument {
 
     CLoadArray loads;
     CTransformerArray transformers;
+    /// Distribution boards, in list order. A circuit's or board's owner list
+    /// may name boards as well as transformers.
+    CBoardArray boards;
+    CalcRules rules = CalcRules::Original;
+
+    /// True when the document uses nothing beyond the original two lists.
+    bool IsOriginalOnly() const { return boards.IsEmpty() && rules == CalcRules::Original; }
 
     friend bool operator==(const CLoadCalDocument&, const CLoadCalDocument&) = default;
 };
