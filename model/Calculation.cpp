@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "model/Numeric.h"
+#include "model/SupplyIndex.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -13,20 +14,23 @@ namespace {
 constexpr double kBalanceTolerance = 0.15;  // the 15 % rule
 constexpr double kCircuitSqrt3 = 1.732;     // circuit current: 1.732, not sqrt 3
 constexpr double kLineVoltage = 0.38;       // kV, transformer and total currents
+constexpr double kPhaseVoltage = 0.22;      // kV, a single-phase board's current
 
 double Sqrt3()
 {
     return std::sqrt(3.0);
 }
 
+/// The factor of a three-phase circuit's or board's current: 1.732 under
+/// the original rules, sqrt 3 under GB 51348-2019.
+double ThreePhaseFactor(CalcRules rules)
+{
+    return rules == CalcRules::GB51348_2019 ? Sqrt3() : kCircuitSqrt3;
+}
+
 int PhaseGroup(const std::wstring& phase)
 {
-    for (size_t k = 0; k < kPhaseTexts.size(); ++k) {
-        if (phase == kPhaseTexts[k]) {
-            return static_cast<int>(k);
-        }
-    }
-    return -1;
+    return PhaseGroupOf(phase);
 }
 
 const std::wstring& SummedText(const CLoadCalData& c, SumField field)
@@ -80,10 +84,33 @@ std::wstring CurrentFrom(const std::wstring& apparent)
     return FormatG(ParseNumber(apparent) / (Sqrt3() * kLineVoltage));
 }
 
-/// Steps 2 to 11 of a transformer's recalculation, given the texts of its
-/// group active and reactive sums.
+}  // namespace
+
+bool PhasesBalanced(const double (&current)[3])
+{
+    const double mean = (current[0] + current[1] + current[2]) / 3;
+    const double limit = kBalanceTolerance * mean;
+    return std::fabs(mean - current[0]) < limit && std::fabs(mean - current[1]) < limit &&
+           std::fabs(mean - current[2]) < limit;
+}
+
+double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase)
+{
+    if (PhasesBalanced(current)) {
+        return value[0] + value[1] + value[2] + threePhase;
+    }
+    double largest = value[0];
+    if (value[1] > largest) {
+        largest = value[1];
+    }
+    if (value[2] > largest) {
+        largest = value[2];
+    }
+    return 3 * largest + threePhase;
+}
+
 void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
-                          const std::wstring& reactiveSum)
+                          const std::wstring& reactiveSum, CalcRules rules)
 {
     const double pc = ParseNumber(activeSum) * ParseNumber(t.m_strKp);
     t.m_strCalcP = FormatG(pc);
@@ -100,7 +127,15 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
     t.m_strCosBefore = FormatG(cos1);
 
     const double cos2 = ParseNumber(t.m_strCosAfter);
-    const double qcomp = pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+    double qcomp = 0;
+    if (rules == CalcRules::GB51348_2019) {
+        // On the average load, and none where the load already reaches the target.
+        if (cos1 < cos2) {
+            qcomp = alpha * pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+        }
+    } else {
+        qcomp = pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+    }
     t.m_strCompCapacity = FormatG(qcomp);
 
     double qinst = ParseNumber(t.m_strActualCompCapacity);
@@ -127,29 +162,83 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
     t.m_strActualLoadRate = FormatG(capacity > 1e-8 ? s2 / capacity : 0.0);
 }
 
-}  // namespace
-
-bool PhasesBalanced(const double (&current)[3])
+void CalculateBoard(CBoardCalData& board, const GroupPhases& members, CalcRules rules,
+                    const BoardOutputFields& fields)
 {
-    const double mean = (current[0] + current[1] + current[2]) / 3;
-    const double limit = kBalanceTolerance * mean;
-    return std::fabs(mean - current[0]) < limit && std::fabs(mean - current[1]) < limit &&
-           std::fabs(mean - current[2]) < limit;
+    const bool threePhase = board.m_strPhase.find(kPhaseThree) != std::wstring::npos;
+    const auto sum = [&](SumField f) {
+        return threePhase ? members.Sum(f, rules) : members.PlainSum(f);
+    };
+    FormatGInto(sum(SumField::Installed), board.*fields.installed);
+    // Each sum as its text reads, as a transformer takes its group sums.
+    const double sumP = ParseNumber(FormatG(sum(SumField::Active)));
+    const double sumQ = ParseNumber(FormatG(sum(SumField::Reactive)));
+    const double p = ParseNumber(board.m_strKp) * sumP;
+    const double q = ParseNumber(board.m_strKq) * sumQ;
+    const double s = std::sqrt(p * p + q * q);
+    const double cosPhi = IsNearZero(s) ? 0.0 : p / s;
+    const double i = threePhase ? s / (ThreePhaseFactor(rules) * kLineVoltage) : s / kPhaseVoltage;
+    FormatGInto(p, board.*fields.active);
+    FormatGInto(q, board.*fields.reactive);
+    FormatGInto(s, board.*fields.apparent);
+    FormatGInto(i, board.*fields.current);
+    FormatGInto(cosPhi, board.*fields.powerFactor);
 }
 
-double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase)
+int PhaseGroupOf(const std::wstring& phase)
 {
-    if (PhasesBalanced(current)) {
-        return value[0] + value[1] + value[2] + threePhase;
+    for (size_t k = 0; k < kPhaseTexts.size(); ++k) {
+        if (phase == kPhaseTexts[k]) {
+            return static_cast<int>(k);
+        }
     }
-    double largest = value[0];
-    if (value[1] > largest) {
-        largest = value[1];
+    return -1;
+}
+
+bool SinglePhaseShareSmall(const double (&singlePhaseActive)[3], double threePhaseActive)
+{
+    const double single = singlePhaseActive[0] + singlePhaseActive[1] + singlePhaseActive[2];
+    return single < kBalanceTolerance * threePhaseActive;
+}
+
+void GroupPhases::Add(const MemberFigures& m)
+{
+    if (m.phase < 0) {
+        return;
     }
-    if (value[2] > largest) {
-        largest = value[2];
+    for (size_t f = 0; f < 3; ++f) {
+        if (m.phase < 3) {
+            value[f][m.phase] += m.value[f];
+        } else {
+            threePhase[f] += m.value[f];
+        }
     }
-    return 3 * largest + threePhase;
+    if (m.phase < 3) {
+        current[m.phase] += m.current;
+        ++singlePhaseCount;
+    } else {
+        threePhaseCurrent += m.current;
+    }
+}
+
+double GroupPhases::PlainSum(SumField field) const
+{
+    const auto f = static_cast<size_t>(field);
+    return value[f][0] + value[f][1] + value[f][2] + threePhase[f];
+}
+
+double GroupPhases::Sum(SumField field, CalcRules rules) const
+{
+    if (rules == CalcRules::Original) {
+        return Sum(field);
+    }
+    const auto f = static_cast<size_t>(field);
+    const auto active = static_cast<size_t>(SumField::Active);
+    const double(&x)[3] = value[f];
+    if (SinglePhaseShareSmall(value[active], threePhase[active])) {
+        return x[0] + x[1] + x[2] + threePhase[f];
+    }
+    return 3 * std::max({x[0], x[1], x[2]}) + threePhase[f];
 }
 
 GroupPhases GroupPhasesOf(const CLoadArray& loads, const std::wstring& owner)
@@ -190,6 +279,11 @@ double GroupPhases::Sum(SumField field) const
 
 void RecalculateCircuit(CLoadCalData& c)
 {
+    RecalculateCircuit(c, CalcRules::Original);
+}
+
+void RecalculateCircuit(CLoadCalData& c, CalcRules rules)
+{
     const double pe = ParseNumber(c.m_strRatedPower);
     const double k = ParseNumber(c.m_strDemandFactor);
     const double cosPhi = ParseNumber(c.m_strPowerFactor);
@@ -201,7 +295,7 @@ void RecalculateCircuit(CLoadCalData& c)
     double i = 0;
     if (!IsNearZero(u * cosPhi)) {
         const bool threePhase = c.m_strPhase.find(kPhaseThree) != std::wstring::npos;
-        i = threePhase ? p / (kCircuitSqrt3 * u * cosPhi) : p / (u * cosPhi);
+        i = threePhase ? p / (ThreePhaseFactor(rules) * u * cosPhi) : p / (u * cosPhi);
     }
     FormatGInto(p, c.m_strCalcP);
     FormatGInto(q, c.m_strCalcQ);
@@ -303,11 +397,18 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
     m_members = std::move(members);
 }
 
-COwnerIndex::Figures COwnerIndex::FiguresOf(const CLoadCalData& c)
+MemberFigures COwnerIndex::FiguresOf(const CLoadCalData& c)
 {
     return {PhaseGroup(c.m_strPhase),
             ParseNumber(c.m_strCalcI),
             {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP), ParseNumber(c.m_strRatedPower)}};
+}
+
+const std::vector<int>& COwnerIndex::MembersNamed(const std::wstring& name) const
+{
+    static const std::vector<int> kNone;
+    const auto it = m_groupOfPiece.find(FoldCase(name));
+    return it == m_groupOfPiece.end() ? kNone : m_members[static_cast<size_t>(it->second)];
 }
 
 bool COwnerIndex::Update(int idx, const CLoadCalData& circuit)
@@ -328,7 +429,7 @@ std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) co
     if (it != m_groupOfPiece.end()) {
         const auto f = static_cast<size_t>(field);
         for (int idx : m_members[static_cast<size_t>(it->second)]) {
-            const Figures& fig = m_figures[static_cast<size_t>(idx)];
+            const MemberFigures& fig = m_figures[static_cast<size_t>(idx)];
             acc.Add(fig.phase, fig.current, fig.value[f]);
         }
     }
@@ -365,6 +466,27 @@ SummaryTotals COwnerIndex::Totals() const
     t.installed = Total(SumField::Installed);
     t.active = Total(SumField::Active);
     t.reactive = Total(SumField::Reactive);
+    t.apparent = ApparentFrom(t.active, t.reactive);
+    t.powerFactor = PowerFactorFrom(t.active, t.apparent);
+    t.current = CurrentFrom(t.apparent);
+    return t;
+}
+
+SummaryTotals COwnerIndex::Totals(CalcRules rules) const
+{
+    if (rules == CalcRules::Original) {
+        return Totals();
+    }
+    double sum[3] = {0, 0, 0};
+    for (const MemberFigures& fig : m_figures) {
+        for (size_t f = 0; f < 3; ++f) {
+            sum[f] += fig.value[f];
+        }
+    }
+    SummaryTotals t;
+    t.installed = FormatG(sum[static_cast<size_t>(SumField::Installed)]);
+    t.active = FormatG(sum[static_cast<size_t>(SumField::Active)]);
+    t.reactive = FormatG(sum[static_cast<size_t>(SumField::Reactive)]);
     t.apparent = ApparentFrom(t.active, t.reactive);
     t.powerFactor = PowerFactorFrom(t.active, t.apparent);
     t.current = CurrentFrom(t.apparent);
@@ -429,12 +551,17 @@ SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transfor
 
 SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
 {
-    return RecalculateDocument(doc.loads, doc.transformers);
+    for (auto& c : doc.loads) {
+        RecalculateCircuit(c, doc.rules);
+    }
+    CSupplyIndex index(doc);
+    index.RecalculateGroups(doc);
+    return index.Totals();
 }
 
 SummaryTotals ComputeTotals(const CLoadCalDocument& doc)
 {
-    return ComputeTotals(doc.loads);
+    return COwnerIndex(doc.loads).Totals(doc.rules);
 }
 
 }  // namespace loadcal
