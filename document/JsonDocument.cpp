@@ -36,6 +36,11 @@ constexpr std::array<const char*, CTransformerCalData::kFieldCount> kTransformer
     "compCapacity",
     "actualCompCapacity"};
 
+constexpr std::array<const char*, CBoardCalData::kFieldCount> kBoardKeys = {
+    "name", "owner", "phase", "kp", "kq", "ratedPower", "calcP", "calcQ", "calcS", "calcI", "cos"};
+
+constexpr const char* kRulesKey = "rules";
+constexpr const char* kBoardsKey = "boards";
 constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
 constexpr const char* kTotalsKey = "totals";
@@ -107,6 +112,13 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
     // The text of doc.dump(2) for the whole document, written one record at a
     // time so that the document never exists as one JSON tree in memory.
     std::string out = "{\n";
+    if (doc.rules != CalcRules::Original) {
+        out += "  \"";
+        out += kRulesKey;
+        out += "\": ";
+        out += Json(ToUtf8(RulesName(doc.rules))).dump();
+        out += ",\n";
+    }
     const auto append = [&out](const Json& value, const char* indent) {
         const std::string text = value.dump(2);
         for (const char c : text) {
@@ -129,6 +141,9 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
     };
     list(kLoadsKey, doc.loads, kLoadKeys, false);
     list(kTransformersKey, doc.transformers, kTransformerKeys, false);
+    if (!doc.boards.IsEmpty()) {
+        list(kBoardsKey, doc.boards, kBoardKeys, false);
+    }
     out += "  \"";
     out += kTotalsKey;
     out += "\": ";
@@ -155,13 +170,28 @@ void DocumentFromJson(std::string_view json, const std::string& source, CLoadCal
         Fail(source, "top level", "expected an object with \"loads\" and \"transformers\"");
     }
     for (const auto& [key, value] : root.items()) {
-        if (key != kLoadsKey && key != kTransformersKey && key != kTotalsKey) {
+        if (key != kLoadsKey && key != kTransformersKey && key != kBoardsKey && key != kRulesKey &&
+            key != kTotalsKey) {
             Fail(source, "top level", "unknown key \"" + key + "\"");
         }
     }
     CLoadCalDocument read;
     ReadRecords(root, kLoadsKey, kLoadKeys, source, read.loads);
     ReadRecords(root, kTransformersKey, kTransformerKeys, source, read.transformers);
+    ReadRecords(root, kBoardsKey, kBoardKeys, source, read.boards);
+    if (const auto rules = root.find(kRulesKey); rules != root.end()) {
+        if (!rules->is_string()) {
+            Fail(source, kRulesKey, "expected a string, found " + std::string(rules->type_name()));
+        }
+        const auto& name = rules->get_ref<const std::string&>();
+        const auto known = RulesFromName(FromUtf8(name));
+        if (!known) {
+            Fail(source, kRulesKey,
+                 "unknown rule set \"" + name + "\" (known: " + ToUtf8(kRulesOriginalName) + ", " +
+                     ToUtf8(kRulesGB51348Name) + ")");
+        }
+        read.rules = *known;
+    }
     doc = std::move(read);
 }
 
