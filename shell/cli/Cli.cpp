@@ -13,7 +13,9 @@
 #include "balancing/PhaseBalancing.h"
 #include "document/DocumentError.h"
 #include "document/JsonDocument.h"
+#include "model/BoardGraph.h"
 #include "model/Calculation.h"
+#include "model/SupplyIndex.h"
 #include "model/Text.h"
 #include "output/DrawingExport.h"
 #include "output/ExcelExport.h"
@@ -95,6 +97,18 @@ CLoadCalDocument ReadInput(const CliRun& run)
     return doc;
 }
 
+/// A document whose boards own each other in a cycle cannot be calculated:
+/// DocumentError naming the file and the boards of one cycle.
+void RefuseBoardCycle(const CliRun& run, const CLoadCalDocument& doc)
+{
+    const std::vector<int> cycle = FindBoardCycle(doc.boards);
+    if (!cycle.empty()) {
+        throw DocumentError(run.input +
+                            ": the boards' owner lists form a cycle, which cannot be calculated: " +
+                            ToUtf8(CycleText(BoardNames(doc.boards, cycle))));
+    }
+}
+
 void AddConvert(CLI::App& app, CliRun& run)
 {
     auto* cmd =
@@ -113,7 +127,7 @@ void PrintDocument(CliRun& run, const CLoadCalDocument& doc, const SummaryTotals
     if (run.json) {
         run.out << DocumentToJson(doc, totals);
     } else {
-        PrintTables(run.out, doc.loads, doc.transformers, totals);
+        PrintDocumentTables(run.out, doc, totals);
     }
 }
 
@@ -126,6 +140,7 @@ void AddCalc(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
+            RefuseBoardCycle(run, doc);
             const SummaryTotals totals = RecalculateDocument(doc);
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
@@ -146,7 +161,12 @@ void AddBalance(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
+            RefuseBoardCycle(run, doc);
             run.out << ToUtf8(BalancePhases(doc.loads, doc.transformers, run.seed));
+            if (!doc.IsOriginalOnly()) {
+                // The boards and the transformers over them, under the document's rules.
+                CSupplyIndex(doc).RecalculateGroups(doc);
+            }
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
             }

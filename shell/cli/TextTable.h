@@ -3,6 +3,7 @@
 #include <ostream>
 
 #include "model/Calculation.h"
+#include "model/Document.h"
 
 namespace loadcal {
 
@@ -11,6 +12,13 @@ namespace loadcal {
 /// which Chinese characters take two cells.
 void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerArray& transformers,
                  const SummaryTotals& totals);
+
+/// The same for a whole document: a line naming the rule set when it is not
+/// the original one, the two lists, the boards (when there are any) and the
+/// totals. A document without boards under the original rules prints as
+/// PrintTables prints its two lists.
+void PrintDocumentTables(std::ostream& out, const CLoadCalDocument& doc,
+                         const SummaryTotals& totals);
 
 /// Terminal cells a text takes: two for East Asian wide characters, one otherwise.
 size_t DisplayWidth(std::wstring_view text);
