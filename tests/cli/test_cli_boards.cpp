@@ -10,6 +10,8 @@
 
 #include "document/Archive.h"
 #include "document/JsonDocument.h"
+#include "model/BoardChecks.h"
+#include "model/BoardGraph.h"
 #include "model/Calculation.h"
 #include "model/SupplyIndex.h"
 #include "model/Text.h"
@@ -187,4 +189,61 @@ TEST_F(CliBoards, BalanceRecalculatesTheBoardsOverTheBalancedCircuits)
     CLoadCalDocument expected = balanced;
     CSupplyIndex(expected).RecalculateGroups(expected);
     EXPECT_EQ(balanced, expected);
+}
+
+TEST(Examples, TheBoardsExampleIsARecalculatedSoundTree)
+{
+    CLoadCalDocument fromJson, archived;
+    DocumentFromJson(testsupport::ReadBytes(Example("-boards.json")), "example", fromJson);
+    LoadArchiveFile(FromUtf8(Example("-boards.LDC")), archived);
+    EXPECT_EQ(archived, fromJson);
+    EXPECT_EQ(fromJson.rules, CalcRules::GB51348_2019);
+    CLoadCalDocument again = fromJson;
+    RecalculateDocument(again);
+    EXPECT_EQ(again, fromJson);
+    EXPECT_TRUE(CheckBoards(fromJson).empty());
+
+    // Floor boards under risers under the transformers, and a dual-fed board.
+    const CBoardGraph graph(fromJson.boards);
+    int deepest = 0;
+    bool dualFed = false;
+    for (int b = 0; b < graph.BoardCount(); ++b) {
+        int depth = 1;
+        for (int x = b; !graph.OwnersOf(x).empty(); x = graph.OwnersOf(x).front()) {
+            ++depth;
+        }
+        deepest = std::max(deepest, depth);
+        dualFed = dualFed || OwnerPieces(fromJson.boards[b].m_strOwner).GetSize() > 1;
+    }
+    EXPECT_GE(deepest, 2);
+    EXPECT_TRUE(dualFed);
+    // Every circuit hangs from a board; the circuits are the first example's.
+    CLoadCalDocument first;
+    DocumentFromJson(testsupport::ReadBytes(Example(".json")), "example", first);
+    ASSERT_EQ(fromJson.loads.GetSize(), first.loads.GetSize());
+    for (int i = 0; i < first.loads.GetSize(); ++i) {
+        EXPECT_FALSE(graph.BoardsNamed(fromJson.loads[i].m_strTransformer).empty());
+        EXPECT_EQ(fromJson.loads[i].m_strRatedPower, first.loads[i].m_strRatedPower);
+    }
+}
+
+// The figures the README gives for the first example under both rule sets.
+TEST(Examples, TheFirstExampleUnderBothRuleSets)
+{
+    CLoadCalDocument doc;
+    DocumentFromJson(testsupport::ReadBytes(Example(".json")), "example", doc);
+    for (const CalcRules rules : {CalcRules::Original, CalcRules::GB51348_2019}) {
+        doc.rules = rules;
+        for (auto& c : doc.loads) {
+            RecalculateCircuit(c, rules);
+        }
+        CSupplyIndex index(doc);
+        index.RecalculateGroups(doc);
+        const bool gb = rules == CalcRules::GB51348_2019;
+        EXPECT_EQ(index.TransformerGroupSum(0, SumField::Active), gb ? L"673.275" : L"685.025");
+        EXPECT_EQ(doc.transformers[0].m_strCompCapacity, gb ? L"156.055" : L"208.512");
+        EXPECT_EQ(doc.transformers[0].m_strCalcP, gb ? L"605.947" : L"616.523");
+        EXPECT_EQ(index.Totals().active, gb ? L"865.75" : L"951.4");
+        EXPECT_EQ(doc.loads[0].m_strCalcI, gb ? L"321.743" : L"321.753");  // WP1, sqrt 3 or 1.732
+    }
 }
