@@ -3,7 +3,8 @@
 // records -> tree -> bytes, records -> bytes (the file writer) and
 // bytes -> tree -> records; and the whole of `loadcal convert` between two
 // archive files (read, check, write, flush, rename), with the process's peak
-// resident memory so far as a counter.
+// resident memory so far as a counter. Opening an archive of 32,767 circuits
+// under 2,000 boards in six levels and 100 transformers.
 
 #include <benchmark/benchmark.h>
 
@@ -120,6 +121,24 @@ void BM_LoadRecords(benchmark::State& state)
     }
 }
 BENCHMARK(BM_LoadRecords)->Unit(benchmark::kMillisecond);
+
+void BM_OpenBoardArchive(benchmark::State& state)
+{
+    CLoadCalDocument doc;
+    testsupport::MakeLargestBoardDocument(doc);
+    const testsupport::TempFolder folder;
+    SaveArchiveFile(folder.File("boards.LDC"), doc);
+    CLoadCalDocument read;
+    for (auto _ : state) {
+        LoadArchiveFile(folder.File("boards.LDC"), read);
+    }
+    if (read.boards.GetSize() != 2000 || read.loads.GetSize() != 32767) {
+        state.SkipWithError("not every row was read");
+    }
+    state.counters["file_MB"] =
+        static_cast<double>(std::filesystem::file_size(folder / "boards.LDC")) / (1024.0 * 1024.0);
+}
+BENCHMARK(BM_OpenBoardArchive)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -187,9 +187,24 @@ void CalculateBoard(CBoardCalData& board, const GroupPhases& members, CalcRules 
 
 int PhaseGroupOf(const std::wstring& phase)
 {
-    for (size_t k = 0; k < kPhaseTexts.size(); ++k) {
-        if (phase == kPhaseTexts[k]) {
-            return static_cast<int>(k);
+    // The four texts told apart by length and their characters, compared in
+    // place: this runs for every circuit of every recalculation.
+    const auto same = [&phase](std::wstring_view text) {
+        for (size_t i = 0; i < text.size(); ++i) {
+            if (phase[i] != text[i]) {
+                return false;
+            }
+        }
+        return true;
+    };
+    if (phase.size() == kPhaseThree.size()) {
+        return same(kPhaseThree) ? 3 : -1;
+    }
+    if (phase.size() == kPhaseL1.size()) {
+        for (size_t k = 0; k < 3; ++k) {
+            if (same(kPhaseTexts[k])) {
+                return static_cast<int>(k);
+            }
         }
     }
     return -1;
@@ -385,6 +400,7 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
                 }
             }
             const int distinct = static_cast<int>(m_distinctOwners.size());
+            m_groupsOfDistinct.push_back(groups);
             found =
                 groupsOfOwner.emplace(c.m_strTransformer, Owner{distinct, std::move(groups)}).first;
             m_distinctOwners.push_back(c.m_strTransformer);
@@ -419,7 +435,40 @@ bool COwnerIndex::Update(int idx, const CLoadCalData& circuit)
         return false;
     }
     m_figures[static_cast<size_t>(idx)] = FiguresOf(circuit);
+    if (m_bOwnerSums) {
+        const auto distinct = static_cast<size_t>(m_ownerOf[static_cast<size_t>(idx)]);
+        for (int group : m_groupsOfDistinct[distinct]) {
+            for (int owner : m_ownersOfGroup[static_cast<size_t>(group)]) {
+                ComputeOwnerSums(static_cast<size_t>(owner));
+            }
+        }
+    }
     return true;
+}
+
+void COwnerIndex::EnsureOwnerSums() const
+{
+    if (m_bOwnerSums) {
+        return;
+    }
+    m_ownersOfGroup.assign(m_members.size(), {});
+    m_ownerSums.assign(m_distinctOwners.size(), {0, 0, 0});
+    for (size_t d = 0; d < m_distinctOwners.size(); ++d) {
+        const auto it = m_groupOfPiece.find(FoldCase(m_distinctOwners[d]));
+        if (it != m_groupOfPiece.end()) {
+            m_ownersOfGroup[static_cast<size_t>(it->second)].push_back(static_cast<int>(d));
+        }
+        ComputeOwnerSums(d);
+    }
+    m_bOwnerSums = true;
+}
+
+void COwnerIndex::ComputeOwnerSums(size_t distinct) const
+{
+    for (size_t f = 0; f < 3; ++f) {
+        m_ownerSums[distinct][f] =
+            ParseNumber(GroupSum(m_distinctOwners[distinct], static_cast<SumField>(f)));
+    }
 }
 
 std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) const
@@ -438,9 +487,10 @@ std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) co
 
 std::wstring COwnerIndex::Total(SumField field) const
 {
+    EnsureOwnerSums();
     double total = 0;
-    for (const auto& owner : m_distinctOwners) {
-        total += ParseNumber(GroupSum(owner, field));
+    for (const auto& sums : m_ownerSums) {
+        total += sums[static_cast<size_t>(field)];
     }
     return FormatG(total);
 }

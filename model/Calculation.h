@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -149,7 +150,10 @@ struct SummaryTotals {
 /// the circuits it names in list order. It gives exactly the texts of
 /// GroupSum and Total in time proportional to the group instead of the whole
 /// list. It borrows nothing: the list may change afterwards, but the index
-/// then describes the list as it was.
+/// then describes the list as it was. Once the totals have been asked for it
+/// keeps every owner text's group sums, so that an Update recomputes only
+/// the groups of the changed circuit and the next totals add up what is kept
+/// (in the same order, so to the same texts).
 class COwnerIndex {
 public:
     explicit COwnerIndex(const CLoadArray& loads);
@@ -184,6 +188,17 @@ private:
     std::unordered_map<std::wstring, int> m_groupOfPiece;  ///< folded owner piece -> group
     std::vector<std::vector<int>> m_members;               ///< group -> circuits, list order
     std::vector<std::wstring> m_distinctOwners;            ///< exact texts, first occurrence first
+    std::vector<std::vector<int>> m_groupsOfDistinct;      ///< distinct text -> groups it names
+
+    // The totals' parts, kept once asked for so that an Update changes only
+    // the groups of its circuit: for every distinct owner text its three
+    // group sums as their "%G" texts read (by SumField), and for every group
+    // the distinct texts whose whole text names it.
+    void EnsureOwnerSums() const;
+    void ComputeOwnerSums(size_t distinct) const;
+    mutable bool m_bOwnerSums = false;
+    mutable std::vector<std::array<double, 3>> m_ownerSums;
+    mutable std::vector<std::vector<int>> m_ownersOfGroup;
 };
 
 /// Steps 2 to 11 of a transformer's recalculation from the texts of its

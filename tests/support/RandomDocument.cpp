@@ -151,4 +151,16 @@ void MakeRandomBoardDocument(std::mt19937& rng, const RandomBoardOptions& opt,
     }
 }
 
+void MakeLargestBoardDocument(CLoadCalDocument& doc)
+{
+    std::mt19937 rng(2000);
+    RandomBoardOptions opt;
+    opt.circuits = 32767;
+    opt.transformers = 100;
+    opt.boards = 2000;
+    opt.levels = 6;
+    opt.quirkShare = 0.02;
+    MakeRandomBoardDocument(rng, opt, doc);
+}
+
 }  // namespace loadcal::testsupport

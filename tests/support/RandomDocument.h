@@ -40,4 +40,9 @@ struct RandomBoardOptions {
 void MakeRandomBoardDocument(std::mt19937& rng, const RandomBoardOptions& opt,
                              CLoadCalDocument& doc);
 
+/// The largest document the board benchmarks take: 32,767 circuits (the
+/// most an archive's reader counts) under 2,000 boards in six levels and 100
+/// transformers, nothing calculated.
+void MakeLargestBoardDocument(CLoadCalDocument& doc);
+
 }  // namespace loadcal::testsupport
