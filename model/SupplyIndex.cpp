@@ -38,7 +38,7 @@ void SortUnique(std::vector<T>& v)
 
 }  // namespace
 
-CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc)
+CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter)
     : m_rules(doc.rules), m_circuits(doc.loads), m_graph(doc.boards)
 {
     for (int t = 0; t < doc.transformers.GetSize(); ++t) {
@@ -74,6 +74,7 @@ CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc)
     }
     m_mark.assign(boards, 0);
 
+    m_normal.filter = std::move(filter);
     m_normal.fields = kBoardFigureFields;
     StartPass(m_normal, doc);
 }

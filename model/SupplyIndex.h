@@ -55,7 +55,9 @@ class CSupplyIndex {
 public:
     /// Builds the index of doc as it stands: the circuits' and boards'
     /// figures as their texts read, the groups, the order. Computes nothing.
-    explicit CSupplyIndex(const CLoadCalDocument& doc);
+    /// The normal figures count the circuits filter passes (every circuit
+    /// when it is empty); the grand totals count every circuit.
+    explicit CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter = {});
     CSupplyIndex(const CSupplyIndex&) = delete;
     CSupplyIndex& operator=(const CSupplyIndex&) = delete;
 
@@ -63,8 +65,8 @@ public:
     /// circuits' figures as the index holds them, writing into doc.
     SupplyChange RecalculateGroups(CLoadCalDocument& doc);
 
-    /// Circuit idx changed (its figures or phase, not its owner text) and
-    /// has been recalculated: recalculates the boards it feeds, the boards
+    /// Circuit idx changed (its figures, phase or any text the filter reads,
+    /// not its owner text) and has been recalculated: recalculates the boards it feeds, the boards
     /// above them and the transformers all those feed. None (and nothing
     /// written) when its owner text differs from the index's or idx is
     /// outside the list: build the index again.

@@ -227,6 +227,13 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             const CLoadCalDocument doc = ReadInput(run);
+            if (!doc.IsOriginalOnly()) {
+                // The book derives its figures under the original rules from the
+                // circuits alone; it would contradict the document's own figures.
+                throw DocumentError(run.input +
+                                    ": the calculation book does not show boards or the "
+                                    "GB 51348-2019 rules yet; nothing was written");
+            }
             WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
                                  {BookProjectName(FromUtf8(run.input)), {}});
         };

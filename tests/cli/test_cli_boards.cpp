@@ -160,6 +160,19 @@ TEST_F(CliBoards, ACycleOrAnUnknownRuleSetExitsWithTwoInOneLine)
     EXPECT_FALSE(fs::exists(Path("rules2.json")));
 }
 
+TEST_F(CliBoards, TheBookIsRefusedRatherThanWrittenWithFiguresThatContradictTheDocument)
+{
+    for (const char* example : {"-boards.json", "-boards.LDC"}) {
+        const auto r = Run({"report", Example(example), "--pdf", "book.pdf"});
+        EXPECT_EQ(r.status, 2);
+        EXPECT_NE(r.err.find("the calculation book does not show boards or the GB 51348-2019 "
+                             "rules yet; nothing was written"),
+                  std::string::npos)
+            << r.err;
+        EXPECT_FALSE(fs::exists(Path("book.pdf")));
+    }
+}
+
 TEST_F(CliBoards, ConvertCarriesBoardsAndRulesTextForText)
 {
     std::mt19937 rng(8);

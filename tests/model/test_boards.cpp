@@ -393,6 +393,49 @@ TEST(Boards, ChainUpdatesEqualAWholeRecalculation)
     }
 }
 
+// A pass under a circuit filter gives the boards and transformers of the
+// document without the circuits it leaves out, also through chain updates
+// that move a circuit in or out.
+TEST(Boards, AFilteredPassCountsOnlyTheCircuitsItLetsThrough)
+{
+    const auto counted = [](const CLoadCalData& c) {
+        return c.m_strEquipNo != L"out";
+    };
+    std::mt19937 rng(31);
+    for (int round = 0; round < 20; ++round) {
+        testsupport::RandomBoardOptions opt;
+        opt.circuits = 1 + static_cast<int>(rng() % 150);
+        opt.boards = static_cast<int>(rng() % 25);
+        opt.quirkShare = 0.2;
+        opt.rules = round % 2 == 0 ? CalcRules::Original : CalcRules::GB51348_2019;
+        CLoadCalDocument doc;
+        testsupport::MakeRandomBoardDocument(rng, opt, doc);
+        for (auto& c : doc.loads) {
+            c.m_strEquipNo = rng() % 3 == 0 ? L"out" : L"";
+            RecalculateCircuit(c, doc.rules);
+        }
+        CSupplyIndex filtered(doc, counted);
+        filtered.RecalculateGroups(doc);
+        for (int change = 0; change < 10; ++change) {
+            const int i = static_cast<int>(rng() % static_cast<unsigned>(doc.loads.GetSize()));
+            doc.loads[i].m_strEquipNo = doc.loads[i].m_strEquipNo.empty() ? L"out" : L"";
+            ASSERT_TRUE(filtered.UpdateCircuit(doc, i));
+        }
+
+        CLoadCalDocument without = doc;
+        without.loads.RemoveAll();
+        for (const auto& c : doc.loads) {
+            if (counted(c)) {
+                without.loads.Add(c);
+            }
+        }
+        CSupplyIndex plain(without);
+        plain.RecalculateGroups(without);
+        ASSERT_EQ(doc.boards, without.boards) << "round " << round;
+        ASSERT_EQ(doc.transformers, without.transformers) << "round " << round;
+    }
+}
+
 TEST(Boards, AChainUpdateRewritesOnlyTheCircuitsChain)
 {
     // T1 <- AP1 <- AP2 <- circuit 0; T2 <- AP3 <- circuit 1.
