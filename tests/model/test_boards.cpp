@@ -189,6 +189,27 @@ TEST(Boards, ABoardOnACycleHasNoFiguresAndABoardAboveOneCountsTheRest)
     EXPECT_EQ(CycleText(BoardNames(doc.boards, {1, 2})), L"AP2 → AP3 → AP2");
 }
 
+TEST(Boards, AmbiguousAndCommaNamesCountWhereverTheyMatch)
+{
+    // Names should be unique across boards and transformers and hold no ","
+    // (the warnings say so); until they are, a piece counts in everything it
+    // names, and a name with "," is named by nothing.
+    CLoadCalDocument doc;
+    doc.loads.Add(Circuit(L"L1,L2,L3,N", L"10", L"1", L"0.8", L"X"));
+    doc.loads.Add(Circuit(L"L1,L2,L3,N", L"20", L"1", L"0.8", L"A,B"));
+    doc.boards.Add(Board(L"x", L"T2", L"L1,L2,L3,N", L"1", L"1"));
+    doc.boards.Add(Board(L"X", L"T2", L"L1,L2,L3,N", L"1", L"1"));
+    doc.boards.Add(Board(L"A,B", L"T2", L"L1,L2,L3,N", L"1", L"1"));
+    doc.transformers.Add(Transformer(L"X"));
+    doc.transformers.Add(Transformer(L"T2"));
+    RecalculateDocument(doc);
+    EXPECT_EQ(doc.boards[0].m_strCalcP, L"10");
+    EXPECT_EQ(doc.boards[1].m_strCalcP, L"10");
+    EXPECT_EQ(doc.boards[2].m_strCalcP, L"0");
+    EXPECT_EQ(doc.transformers[0].m_strCalcP, L"9");   // the circuit, directly
+    EXPECT_EQ(doc.transformers[1].m_strCalcP, L"18");  // both boards named X
+}
+
 TEST(Boards, DiamondsAndDualFeedsAreNoCycle)
 {
     CBoardArray boards;
