@@ -371,8 +371,14 @@ SummaryTotals ComputeTotals(const CLoadArray& loads)
     return COwnerIndex(loads).Totals();
 }
 
-COwnerIndex::COwnerIndex(const CLoadArray& loads)
+COwnerIndex::COwnerIndex(const CLoadArray& loads) : COwnerIndex(loads, {}) {}
+
+COwnerIndex::COwnerIndex(const CLoadArray& loads, std::vector<MemberFigures> figures)
 {
+    const bool given = figures.size() == static_cast<size_t>(loads.GetSize());
+    if (given) {
+        m_figures = std::move(figures);
+    }
     // Circuits share few distinct owner texts: each is split and folded once,
     // into the list of groups (folded pieces) it names.
     struct Owner {
@@ -385,7 +391,9 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
     m_ownerOf.reserve(static_cast<size_t>(loads.GetSize()));
     for (int idx = 0; idx < loads.GetSize(); ++idx) {
         const CLoadCalData& c = loads[idx];
-        m_figures.push_back(FiguresOf(c));
+        if (!given) {
+            m_figures.push_back(FiguresOf(c));
+        }
         auto found = groupsOfOwner.find(c.m_strTransformer);
         if (found == groupsOfOwner.end()) {
             std::vector<int> groups;
@@ -465,9 +473,16 @@ void COwnerIndex::EnsureOwnerSums() const
 
 void COwnerIndex::ComputeOwnerSums(size_t distinct) const
 {
+    // GroupSum's three texts in one walk over the group.
+    GroupPhases parts;
+    const auto it = m_groupOfPiece.find(FoldCase(m_distinctOwners[distinct]));
+    if (it != m_groupOfPiece.end()) {
+        for (int idx : m_members[static_cast<size_t>(it->second)]) {
+            parts.Add(m_figures[static_cast<size_t>(idx)]);
+        }
+    }
     for (size_t f = 0; f < 3; ++f) {
-        m_ownerSums[distinct][f] =
-            ParseNumber(GroupSum(m_distinctOwners[distinct], static_cast<SumField>(f)));
+        m_ownerSums[distinct][f] = ParseNumber(FormatG(parts.Sum(static_cast<SumField>(f))));
     }
 }
 
@@ -601,10 +616,14 @@ SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transfor
 
 SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
 {
+    // Each circuit's figures are read back while its texts are at hand.
+    std::vector<MemberFigures> figures;
+    figures.reserve(static_cast<size_t>(doc.loads.GetSize()));
     for (auto& c : doc.loads) {
         RecalculateCircuit(c, doc.rules);
+        figures.push_back(COwnerIndex::FiguresOf(c));
     }
-    CSupplyIndex index(doc);
+    CSupplyIndex index(doc, {}, std::move(figures));
     index.RecalculateGroups(doc);
     return index.Totals();
 }

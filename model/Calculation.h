@@ -157,6 +157,9 @@ struct SummaryTotals {
 class COwnerIndex {
 public:
     explicit COwnerIndex(const CLoadArray& loads);
+    /// The same with the circuits' figures already read (FiguresOf of every
+    /// circuit, in list order); figures of another length are read afresh.
+    COwnerIndex(const CLoadArray& loads, std::vector<MemberFigures> figures);
 
     /// Takes in a changed circuit idx of the same list: true when done;
     /// false when its owner text changed (or idx is outside the list), which

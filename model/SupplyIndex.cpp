@@ -38,8 +38,9 @@ void SortUnique(std::vector<T>& v)
 
 }  // namespace
 
-CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter)
-    : m_rules(doc.rules), m_circuits(doc.loads), m_graph(doc.boards)
+CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter,
+                           std::vector<MemberFigures> circuitFigures)
+    : m_rules(doc.rules), m_circuits(doc.loads, std::move(circuitFigures)), m_graph(doc.boards)
 {
     for (int t = 0; t < doc.transformers.GetSize(); ++t) {
         const std::wstring& name = doc.transformers[t].m_strName;

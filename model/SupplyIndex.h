@@ -57,7 +57,10 @@ public:
     /// figures as their texts read, the groups, the order. Computes nothing.
     /// The normal figures count the circuits filter passes (every circuit
     /// when it is empty); the grand totals count every circuit.
-    explicit CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter = {});
+    /// circuitFigures: the circuits' figures when the caller has just read
+    /// them (COwnerIndex::FiguresOf, list order); else they are read here.
+    explicit CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter = {},
+                          std::vector<MemberFigures> circuitFigures = {});
     CSupplyIndex(const CSupplyIndex&) = delete;
     CSupplyIndex& operator=(const CSupplyIndex&) = delete;
 
