@@ -6,6 +6,8 @@
 // resident memory so far as a counter. The same document with a load type,
 // quantity, class and fire role on every circuit: its archive both ways, and
 // filling its factors from the shipped load-type library and checking it.
+// Opening an archive of 32,767 circuits under 2,000 boards in six levels and
+// 100 transformers.
 
 #include <benchmark/benchmark.h>
 
@@ -125,59 +127,11 @@ void BM_LoadRecords(benchmark::State& state)
 }
 BENCHMARK(BM_LoadRecords)->Unit(benchmark::kMillisecond);
 
-/// The largest document with every circuit naming a type of the shipped
-/// library (round robin), a quantity, a class and, on every tenth, a fire role;
-/// its factors left empty for the type to fill.
-const CLoadCalDocument& LargestTypedDocument()
-{
-    static const CLoadCalDocument doc = [] {
-        CLoadCalDocument d = LargestDocument();
-        const auto& types = ShippedLoadTypes().Types();
-        for (int i = 0; i < d.loads.GetSize(); ++i) {
-            CLoadCalData& c = d.loads[i];
-            c.m_strLoadType = types[static_cast<size_t>(i) % types.size()].name;
-            c.m_strQuantity = std::to_wstring(1 + i % 400);
-            c.m_strLoadClass = L"二级";
-            c.m_strFire = i % 10 == 0 ? L"消防" : L"";
-            c.m_strDemandFactor.clear();
-            c.m_strPowerFactor.clear();
-        }
-        return d;
-    }();
-    return doc;
-}
-
-void BM_TypedArchiveRoundTrip(benchmark::State& state)
-{
-    const CLoadCalDocument& doc = LargestTypedDocument();
-    CInterDpData store;
-    CLoadCalDocument back;
-    for (auto _ : state) {
-        const std::string bytes = EncodeArchive(doc);
-        store.Deserialize(bytes);
-        RestoreDocument(&store, back);
-    }
-    if (!(back == doc)) {
-        state.SkipWithError("the typed document did not read back");
-    }
-}
-BENCHMARK(BM_TypedArchiveRoundTrip)->Unit(benchmark::kMillisecond);
-
-void BM_FillAndCheckLoadTypes(benchmark::State& state)
-{
-    const CLoadCalDocument& typed = LargestTypedDocument();
-    const CLoadTypeLibrary& library = ShippedLoadTypes();
-    size_t warnings = 0;
-    for (auto _ : state) {
-        state.PauseTiming();
-        CLoadCalDocument doc = typed;
-        state.ResumeTiming();
-        FillFromLoadTypes(doc, library);
-        warnings = CheckLoadTypes(doc, library).size();
-    }
-    state.counters["warnings"] = static_cast<double>(warnings);
-}
-BENCHMARK(BM_FillAndCheckLoadTypes)->Unit(benchmark::kMillisecond);
+// resident memory so far as a counter. The same document with a load type,
+// quantity, class and fire role on every circuit: its archive both ways, and
+// filling its factors from the shipped load-type library and checking it.
+// Opening an archive of 32,767 circuits under 2,000 boards in six levels and
+// 100 transformers.
 
 }  // namespace
 

@@ -10,6 +10,7 @@
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "document/LargeMemory.h"
+#include "model/Rules.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -26,7 +27,7 @@ int16_t ValueCount(const std::wstring& text)
 
 /// Calls f(key, text) for every field a row holds beyond its table's fixed
 /// keys: for a circuit, each non-empty field beyond the original thirteen,
-/// in field order; a transformer has none.
+/// in field order; transformers and boards have none.
 template <class F>
 void ForEachExtraField(const CLoadCalData& row, F f)
 {
@@ -38,8 +39,8 @@ void ForEachExtraField(const CLoadCalData& row, F f)
     }
 }
 
-template <class F>
-void ForEachExtraField(const CTransformerCalData& /*row*/, F /*f*/)
+template <class Record, class F>
+void ForEachExtraField(const Record& /*row*/, F /*f*/)
 {}
 
 template <class Record>
@@ -299,6 +300,12 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
 void StoreDocument(CInterDpData& store, const CLoadCalDocument& doc)
 {
     StoreRecords(store, doc.loads, doc.transformers);
+    StoreTable(store, archive::kBoardGroup, doc.boards, archive::kBoardKeys);
+    if (doc.rules != CalcRules::Original) {
+        const std::wstring name(RulesName(doc.rules));
+        store.SetSubValueW(std::wstring(archive::kRulesKey), ValueCount(name),
+                           std::wstring_view(name), 0);
+    }
     StoreProject(store, doc.project);
 }
 
@@ -306,9 +313,42 @@ void RestoreDocument(const CInterDpData* store, CLoadCalDocument& doc)
 {
     CLoadCalDocument read;
     LoadRecords(store, read.loads, read.transformers);
-    if (store != nullptr) {
-        RestoreProject(*store, read.project);
+    if (store == nullptr) {
+        doc = std::move(read);
+        return;
     }
+    if (const CInterDpNode* table =
+            store->GetSubValueFromPathW(0, std::wstring(archive::kBoardGroup))) {
+        const CBoardCalData defaults;
+        const int rows = table->ChildCount();
+        for (int i = 0; i < rows; ++i) {
+            const CRowName row(i);
+            const CInterDpNode* rowNode = ChildNear(table, static_cast<size_t>(i), row.View());
+            if (Lookup(rowNode, CBoardCalData::kName, archive::kBoardKeys[CBoardCalData::kName]) ==
+                std::nullopt) {
+                continue;
+            }
+            CBoardCalData& record = read.boards[read.boards.Add(CBoardCalData())];
+            for (int f = 0; f < CBoardCalData::kFieldCount; ++f) {
+                const auto field = static_cast<size_t>(f);
+                const auto text = Lookup(rowNode, field, archive::kBoardKeys[field]);
+                record.FieldAt(f) = text ? std::wstring(*text) : defaults.FieldAt(f);
+            }
+        }
+    }
+    if (const CInterDpNode* node =
+            store->GetSubValueFromPathW(0, std::wstring(archive::kRulesKey))) {
+        const std::wstring_view name = node->ValueText();
+        const auto rules = RulesFromName(name);
+        if (!rules) {
+            throw DocumentError(
+                "\"" + ToUtf8(archive::kRulesKey) + "\" names the rule set \"" + ToUtf8(name) +
+                "\", which this program does not know (known: " + ToUtf8(kRulesOriginalName) +
+                ", " + ToUtf8(kRulesGB51348Name) + ")");
+        }
+        read.rules = *rules;
+    }
+    RestoreProject(*store, read.project);
     doc = std::move(read);
 }
 
@@ -316,17 +356,29 @@ std::string EncodeArchive(const CLoadCalDocument& doc)
 {
     const CLoadArray& loads = doc.loads;
     const CTransformerArray& transformers = doc.transformers;
+    const CBoardArray& boards = doc.boards;
+    const bool rules = doc.rules != CalcRules::Original;
+    const std::wstring rulesName(RulesName(doc.rules));
     CIdpWriter out(TableSize(archive::kLoadGroup, loads, archive::kLoadKeys) +
                    TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys) +
+                   TableSize(archive::kBoardGroup, boards, archive::kBoardKeys) +
+                   (rules ? CIdpWriter::RecordSize(archive::kRulesKey, rulesName) : 0) +
                    ProjectSize(doc.project) + kRootSize);
     out.Node({}, 0, 0, {},
              (loads.IsEmpty() ? 0U : 1U) + (transformers.IsEmpty() ? 0U : 1U) +
+                 (boards.IsEmpty() ? 0U : 1U) + (rules ? 1U : 0U) +
                  (doc.project.IsEmpty() ? 0U : 1U));
     if (!loads.IsEmpty()) {
         WriteTable(out, archive::kLoadGroup, loads, archive::kLoadKeys);
     }
     if (!transformers.IsEmpty()) {
         WriteTable(out, archive::kTransformerGroup, transformers, archive::kTransformerKeys);
+    }
+    if (!boards.IsEmpty()) {
+        WriteTable(out, archive::kBoardGroup, boards, archive::kBoardKeys);
+    }
+    if (rules) {
+        out.Node(archive::kRulesKey, ValueCount(rulesName), 0, rulesName, 0);
     }
     if (!doc.project.IsEmpty()) {
         WriteProject(out, doc.project);
@@ -344,6 +396,7 @@ void SaveArchiveFile(const std::wstring& path, const CLoadCalDocument& doc)
     };
     refuse(archive::kLoadGroup, doc.loads.GetSize());
     refuse(archive::kTransformerGroup, doc.transformers.GetSize());
+    refuse(archive::kBoardGroup, doc.boards.GetSize());
     WriteFileAtomically(ToFsPath(path), EncodeArchive(doc));
 }
 
@@ -353,7 +406,11 @@ void LoadArchiveFile(const std::wstring& path, CLoadCalDocument& doc)
     if (store.ReadDataFromIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
         throw DocumentError(store.LastError());
     }
-    RestoreDocument(&store, doc);
+    try {
+        RestoreDocument(&store, doc);
+    } catch (const DocumentError& e) {
+        throw DocumentError("cannot read \"" + ToUtf8(path) + "\": " + e.what());
+    }
 }
 
 }  // namespace loadcal

@@ -105,6 +105,35 @@ inline constexpr std::array<std::wstring_view, CProjectInfo::kFieldCount> kProje
     L"审定",      // approved by
 };
 
+/// Top-level node of the distribution boards, laid out as the two tables
+/// above (one child per board by index, one value per field). It is written
+/// only for a document that has boards, so that every other archive stays
+/// as it was; the original program's reader looks for its two tables by
+/// name and skips it.
+inline constexpr std::wstring_view kBoardGroup = L"配电箱信息";
+
+/// Keys of a board row, indexed by CBoardCalData::Field. A row without the
+/// name key is skipped on reading; other missing keys take the texts of a
+/// new board (CBoardCalData()).
+inline constexpr std::array<std::wstring_view, CBoardCalData::kFieldCount> kBoardKeys = {
+    L"配电箱名称",  // name
+    L"归属",        // owner(s): boards and/or transformers
+    L"相位",        // phase
+    L"同时系数Kp",  // active simultaneity factor K∑p
+    L"同时系数Kq",  // reactive simultaneity factor K∑q
+    L"额定容量",    // ΣPe, kW
+    L"计算有功",    // Pjs, kW
+    L"计算无功",    // Qjs, kVar
+    L"视在功率",    // Sjs, kVA
+    L"计算电流",    // Ijs, A
+    L"功率因数",    // cos phi
+};
+
+/// Top-level value naming the document's rule set ("GB51348-2019"); written
+/// only when the rules are not the original ones, whose documents never
+/// carry it. A name the program does not know is refused on reading.
+inline constexpr std::wstring_view kRulesKey = L"计算规则";
+
 /// Settings file: the recent-files group. Entries are values "1" to "4" below
 /// it. The list is written under the spelling with a leading backslash and
 /// read under the one without; the store resolves both to the same node.

@@ -44,12 +44,19 @@ constexpr std::array<const char*, CProjectInfo::kFieldCount> kProjectKeys = {
     "revision", "date",   "designer", "checker", "reviewer",  "approver"};
 
 constexpr const char* kProjectKey = "project";
+
+constexpr std::array<const char*, CBoardCalData::kFieldCount> kBoardKeys = {
+    "name", "owner", "phase", "kp", "kq", "ratedPower", "calcP", "calcQ", "calcS", "calcI", "cos"};
+
+constexpr const char* kRulesKey = "rules";
+constexpr const char* kBoardsKey = "boards";
 constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
 constexpr const char* kTotalsKey = "totals";
 
 /// A record's field by its place in the key list: every field of a circuit,
-/// the original thirteen and those beyond them; a transformer's own.
+/// the original thirteen and those beyond them; a transformer's or board's
+/// own.
 std::wstring& KeyedField(CLoadCalData& r, size_t f)
 {
     return r.AnyFieldAt(static_cast<int>(f));
@@ -58,11 +65,13 @@ const std::wstring& KeyedField(const CLoadCalData& r, size_t f)
 {
     return r.AnyFieldAt(static_cast<int>(f));
 }
-std::wstring& KeyedField(CTransformerCalData& r, size_t f)
+template <class Record>
+std::wstring& KeyedField(Record& r, size_t f)
 {
     return r.FieldAt(static_cast<int>(f));
 }
-const std::wstring& KeyedField(const CTransformerCalData& r, size_t f)
+template <class Record>
+const std::wstring& KeyedField(const Record& r, size_t f)
 {
     return r.FieldAt(static_cast<int>(f));
 }
@@ -74,7 +83,8 @@ bool AlwaysWritten(const CLoadCalData& /*r*/, size_t f)
 {
     return f < static_cast<size_t>(CLoadCalData::kFieldCount);
 }
-bool AlwaysWritten(const CTransformerCalData& /*r*/, size_t /*f*/)
+template <class Record>
+bool AlwaysWritten(const Record& /*r*/, size_t /*f*/)
 {
     return true;
 }
@@ -109,8 +119,8 @@ void LeaveTypeFiguresEmpty(CLoadCalData& circuit,
         circuit.m_strPowerFactor.clear();
     }
 }
-void LeaveTypeFiguresEmpty(CTransformerCalData& /*transformer*/,
-                           const std::array<bool, CTransformerCalData::kFieldCount>& /*given*/)
+template <class Record, size_t N>
+void LeaveTypeFiguresEmpty(Record& /*record*/, const std::array<bool, N>& /*given*/)
 {}
 
 [[noreturn]] void Fail(const std::string& source, const std::string& where, const std::string& what)
@@ -199,6 +209,13 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
     // The text of doc.dump(2) for the whole document, written one record at a
     // time so that the document never exists as one JSON tree in memory.
     std::string out = "{\n";
+    if (doc.rules != CalcRules::Original) {
+        out += "  \"";
+        out += kRulesKey;
+        out += "\": ";
+        out += Json(ToUtf8(RulesName(doc.rules))).dump();
+        out += ",\n";
+    }
     const auto append = [&out](const Json& value, const char* indent) {
         const std::string text = value.dump(2);
         for (const char c : text) {
@@ -232,6 +249,9 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
     }
     list(kLoadsKey, doc.loads, kLoadKeys, false);
     list(kTransformersKey, doc.transformers, kTransformerKeys, false);
+    if (!doc.boards.IsEmpty()) {
+        list(kBoardsKey, doc.boards, kBoardKeys, false);
+    }
     out += "  \"";
     out += kTotalsKey;
     out += "\": ";
@@ -259,7 +279,7 @@ void DocumentFromJson(std::string_view json, const std::string& source, CLoadCal
     }
     for (const auto& [key, value] : root.items()) {
         if (key != kProjectKey && key != kLoadsKey && key != kTransformersKey &&
-            key != kTotalsKey) {
+            key != kBoardsKey && key != kRulesKey && key != kTotalsKey) {
             Fail(source, "top level", "unknown key \"" + key + "\"");
         }
     }
@@ -267,6 +287,20 @@ void DocumentFromJson(std::string_view json, const std::string& source, CLoadCal
     ReadRecords(root, kLoadsKey, kLoadKeys, source, read.loads);
     ReadRecords(root, kTransformersKey, kTransformerKeys, source, read.transformers);
     ReadProject(root, source, read.project);
+    ReadRecords(root, kBoardsKey, kBoardKeys, source, read.boards);
+    if (const auto rules = root.find(kRulesKey); rules != root.end()) {
+        if (!rules->is_string()) {
+            Fail(source, kRulesKey, "expected a string, found " + std::string(rules->type_name()));
+        }
+        const auto& name = rules->get_ref<const std::string&>();
+        const auto known = RulesFromName(FromUtf8(name));
+        if (!known) {
+            Fail(source, kRulesKey,
+                 "unknown rule set \"" + name + "\" (known: " + ToUtf8(kRulesOriginalName) + ", " +
+                     ToUtf8(kRulesGB51348Name) + ")");
+        }
+        read.rules = *known;
+    }
     doc = std::move(read);
 }
 

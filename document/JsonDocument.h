@@ -10,26 +10,31 @@ namespace loadcal {
 
 /// The JSON form of a calculation document, for scripts and other tools:
 ///
-///   { "project": { "name", "number", "stage", "client", "institute",
+///   { "rules": "GB51348-2019",
+///     "project": { "name", "number", "stage", "client", "institute",
 ///                  "subproject", "revision", "date", "designer", "checker",
 ///                  "reviewer", "approver" },
 ///     "loads": [ { "circuitNo", ..., "transformer" } ],
 ///     "transformers": [ { "name", ..., "actualCompCapacity" } ],
+///     "boards": [ { "name", "owner", "phase", "kp", "kq", "ratedPower",
+///                   "calcP", "calcQ", "calcS", "calcI", "cos" } ],
 ///     "totals": { "Pe", "P", "Q", "S", "cos", "I" } }
 ///
 /// Every value is a JSON string holding a field's text exactly; keys follow
 /// the record order. A circuit's fields beyond the original thirteen
 /// ("loadType", "quantity", "loadClass", "fire") follow them and are written
-/// only when not empty; "project" is written only when some field of the
-/// project information holds text (all twelve keys then); every other key is
-/// always written, with the six grand totals of the records as they stand, so
-/// a document using none of these gives the JSON it always gave. On input
-/// "totals" is ignored, a missing "project" or project key is empty text, a
-/// missing record key takes the record's construction default (except that a
-/// circuit naming a load type without "demandFactor" or "powerFactor" has
-/// them empty, for the type to fill), and an unknown key, a non-string value
-/// or a malformed document is a DocumentError naming the
-/// source and the position or key.
+/// only when not empty; "rules" only when the rule set is not the original
+/// one, "boards" only when there are boards, and "project" only when some
+/// field of the project information holds text (all twelve keys then); every
+/// other key is always written, with the six grand totals given, so a
+/// document using none of these gives the JSON it always gave. On input
+/// "totals" is ignored, a missing "rules" is the original rules, a missing
+/// "project" or project key is empty text, a missing record key takes the
+/// record's construction default (except that a circuit naming a load type
+/// without "demandFactor" or "powerFactor" has them empty, for the type to
+/// fill), and an unknown key, a non-string value, a rule-set name the
+/// program does not know or a malformed document is a DocumentError naming
+/// the source and the position or key.
 std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals);
 
 /// Reads a document; `source` names it in error messages (usually the file).

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "model/Numeric.h"
+#include "model/SupplyIndex.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -13,20 +14,23 @@ namespace {
 constexpr double kBalanceTolerance = 0.15;  // the 15 % rule
 constexpr double kCircuitSqrt3 = 1.732;     // circuit current: 1.732, not sqrt 3
 constexpr double kLineVoltage = 0.38;       // kV, transformer and total currents
+constexpr double kPhaseVoltage = 0.22;      // kV, a single-phase board's current
 
 double Sqrt3()
 {
     return std::sqrt(3.0);
 }
 
+/// The factor of a three-phase circuit's or board's current: 1.732 under
+/// the original rules, sqrt 3 under GB 51348-2019.
+double ThreePhaseFactor(CalcRules rules)
+{
+    return rules == CalcRules::GB51348_2019 ? Sqrt3() : kCircuitSqrt3;
+}
+
 int PhaseGroup(const std::wstring& phase)
 {
-    for (size_t k = 0; k < kPhaseTexts.size(); ++k) {
-        if (phase == kPhaseTexts[k]) {
-            return static_cast<int>(k);
-        }
-    }
-    return -1;
+    return PhaseGroupOf(phase);
 }
 
 const std::wstring& SummedText(const CLoadCalData& c, SumField field)
@@ -80,10 +84,33 @@ std::wstring CurrentFrom(const std::wstring& apparent)
     return FormatG(ParseNumber(apparent) / (Sqrt3() * kLineVoltage));
 }
 
-/// Steps 2 to 11 of a transformer's recalculation, given the texts of its
-/// group active and reactive sums.
+}  // namespace
+
+bool PhasesBalanced(const double (&current)[3])
+{
+    const double mean = (current[0] + current[1] + current[2]) / 3;
+    const double limit = kBalanceTolerance * mean;
+    return std::fabs(mean - current[0]) < limit && std::fabs(mean - current[1]) < limit &&
+           std::fabs(mean - current[2]) < limit;
+}
+
+double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase)
+{
+    if (PhasesBalanced(current)) {
+        return value[0] + value[1] + value[2] + threePhase;
+    }
+    double largest = value[0];
+    if (value[1] > largest) {
+        largest = value[1];
+    }
+    if (value[2] > largest) {
+        largest = value[2];
+    }
+    return 3 * largest + threePhase;
+}
+
 void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
-                          const std::wstring& reactiveSum)
+                          const std::wstring& reactiveSum, CalcRules rules)
 {
     const double pc = ParseNumber(activeSum) * ParseNumber(t.m_strKp);
     t.m_strCalcP = FormatG(pc);
@@ -100,7 +127,15 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
     t.m_strCosBefore = FormatG(cos1);
 
     const double cos2 = ParseNumber(t.m_strCosAfter);
-    const double qcomp = pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+    double qcomp = 0;
+    if (rules == CalcRules::GB51348_2019) {
+        // On the average load, and none where the load already reaches the target.
+        if (cos1 < cos2) {
+            qcomp = alpha * pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+        }
+    } else {
+        qcomp = pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
+    }
     t.m_strCompCapacity = FormatG(qcomp);
 
     double qinst = ParseNumber(t.m_strActualCompCapacity);
@@ -127,29 +162,98 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
     t.m_strActualLoadRate = FormatG(capacity > 1e-8 ? s2 / capacity : 0.0);
 }
 
-}  // namespace
-
-bool PhasesBalanced(const double (&current)[3])
+void CalculateBoard(CBoardCalData& board, const GroupPhases& members, CalcRules rules,
+                    const BoardOutputFields& fields)
 {
-    const double mean = (current[0] + current[1] + current[2]) / 3;
-    const double limit = kBalanceTolerance * mean;
-    return std::fabs(mean - current[0]) < limit && std::fabs(mean - current[1]) < limit &&
-           std::fabs(mean - current[2]) < limit;
+    const bool threePhase = board.m_strPhase.find(kPhaseThree) != std::wstring::npos;
+    const auto sum = [&](SumField f) {
+        return threePhase ? members.Sum(f, rules) : members.PlainSum(f);
+    };
+    FormatGInto(sum(SumField::Installed), board.*fields.installed);
+    // Each sum as its text reads, as a transformer takes its group sums.
+    const double sumP = ParseNumber(FormatG(sum(SumField::Active)));
+    const double sumQ = ParseNumber(FormatG(sum(SumField::Reactive)));
+    const double p = ParseNumber(board.m_strKp) * sumP;
+    const double q = ParseNumber(board.m_strKq) * sumQ;
+    const double s = std::sqrt(p * p + q * q);
+    const double cosPhi = IsNearZero(s) ? 0.0 : p / s;
+    const double i = threePhase ? s / (ThreePhaseFactor(rules) * kLineVoltage) : s / kPhaseVoltage;
+    FormatGInto(p, board.*fields.active);
+    FormatGInto(q, board.*fields.reactive);
+    FormatGInto(s, board.*fields.apparent);
+    FormatGInto(i, board.*fields.current);
+    FormatGInto(cosPhi, board.*fields.powerFactor);
 }
 
-double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase)
+int PhaseGroupOf(const std::wstring& phase)
 {
-    if (PhasesBalanced(current)) {
-        return value[0] + value[1] + value[2] + threePhase;
+    // The four texts told apart by length and their characters, compared in
+    // place: this runs for every circuit of every recalculation.
+    const auto same = [&phase](std::wstring_view text) {
+        for (size_t i = 0; i < text.size(); ++i) {
+            if (phase[i] != text[i]) {
+                return false;
+            }
+        }
+        return true;
+    };
+    if (phase.size() == kPhaseThree.size()) {
+        return same(kPhaseThree) ? 3 : -1;
     }
-    double largest = value[0];
-    if (value[1] > largest) {
-        largest = value[1];
+    if (phase.size() == kPhaseL1.size()) {
+        for (size_t k = 0; k < 3; ++k) {
+            if (same(kPhaseTexts[k])) {
+                return static_cast<int>(k);
+            }
+        }
     }
-    if (value[2] > largest) {
-        largest = value[2];
+    return -1;
+}
+
+bool SinglePhaseShareSmall(const double (&singlePhaseActive)[3], double threePhaseActive)
+{
+    const double single = singlePhaseActive[0] + singlePhaseActive[1] + singlePhaseActive[2];
+    return single < kBalanceTolerance * threePhaseActive;
+}
+
+void GroupPhases::Add(const MemberFigures& m)
+{
+    if (m.phase < 0) {
+        return;
     }
-    return 3 * largest + threePhase;
+    for (size_t f = 0; f < 3; ++f) {
+        if (m.phase < 3) {
+            value[f][m.phase] += m.value[f];
+        } else {
+            threePhase[f] += m.value[f];
+        }
+    }
+    if (m.phase < 3) {
+        current[m.phase] += m.current;
+        ++singlePhaseCount;
+    } else {
+        threePhaseCurrent += m.current;
+    }
+}
+
+double GroupPhases::PlainSum(SumField field) const
+{
+    const auto f = static_cast<size_t>(field);
+    return value[f][0] + value[f][1] + value[f][2] + threePhase[f];
+}
+
+double GroupPhases::Sum(SumField field, CalcRules rules) const
+{
+    if (rules == CalcRules::Original) {
+        return Sum(field);
+    }
+    const auto f = static_cast<size_t>(field);
+    const auto active = static_cast<size_t>(SumField::Active);
+    const double(&x)[3] = value[f];
+    if (SinglePhaseShareSmall(value[active], threePhase[active])) {
+        return x[0] + x[1] + x[2] + threePhase[f];
+    }
+    return 3 * std::max({x[0], x[1], x[2]}) + threePhase[f];
 }
 
 GroupPhases GroupPhasesOf(const CLoadArray& loads, const std::wstring& owner)
@@ -190,6 +294,11 @@ double GroupPhases::Sum(SumField field) const
 
 void RecalculateCircuit(CLoadCalData& c)
 {
+    RecalculateCircuit(c, CalcRules::Original);
+}
+
+void RecalculateCircuit(CLoadCalData& c, CalcRules rules)
+{
     const double pe = ParseNumber(c.m_strRatedPower);
     const double k = ParseNumber(c.m_strDemandFactor);
     const double cosPhi = ParseNumber(c.m_strPowerFactor);
@@ -201,7 +310,7 @@ void RecalculateCircuit(CLoadCalData& c)
     double i = 0;
     if (!IsNearZero(u * cosPhi)) {
         const bool threePhase = c.m_strPhase.find(kPhaseThree) != std::wstring::npos;
-        i = threePhase ? p / (kCircuitSqrt3 * u * cosPhi) : p / (u * cosPhi);
+        i = threePhase ? p / (ThreePhaseFactor(rules) * u * cosPhi) : p / (u * cosPhi);
     }
     FormatGInto(p, c.m_strCalcP);
     FormatGInto(q, c.m_strCalcQ);
@@ -262,8 +371,14 @@ SummaryTotals ComputeTotals(const CLoadArray& loads)
     return COwnerIndex(loads).Totals();
 }
 
-COwnerIndex::COwnerIndex(const CLoadArray& loads)
+COwnerIndex::COwnerIndex(const CLoadArray& loads) : COwnerIndex(loads, {}) {}
+
+COwnerIndex::COwnerIndex(const CLoadArray& loads, std::vector<MemberFigures> figures)
 {
+    const bool given = figures.size() == static_cast<size_t>(loads.GetSize());
+    if (given) {
+        m_figures = std::move(figures);
+    }
     // Circuits share few distinct owner texts: each is split and folded once,
     // into the list of groups (folded pieces) it names.
     struct Owner {
@@ -276,7 +391,9 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
     m_ownerOf.reserve(static_cast<size_t>(loads.GetSize()));
     for (int idx = 0; idx < loads.GetSize(); ++idx) {
         const CLoadCalData& c = loads[idx];
-        m_figures.push_back(FiguresOf(c));
+        if (!given) {
+            m_figures.push_back(FiguresOf(c));
+        }
         auto found = groupsOfOwner.find(c.m_strTransformer);
         if (found == groupsOfOwner.end()) {
             std::vector<int> groups;
@@ -291,6 +408,7 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
                 }
             }
             const int distinct = static_cast<int>(m_distinctOwners.size());
+            m_groupsOfDistinct.push_back(groups);
             found =
                 groupsOfOwner.emplace(c.m_strTransformer, Owner{distinct, std::move(groups)}).first;
             m_distinctOwners.push_back(c.m_strTransformer);
@@ -303,11 +421,18 @@ COwnerIndex::COwnerIndex(const CLoadArray& loads)
     m_members = std::move(members);
 }
 
-COwnerIndex::Figures COwnerIndex::FiguresOf(const CLoadCalData& c)
+MemberFigures COwnerIndex::FiguresOf(const CLoadCalData& c)
 {
     return {PhaseGroup(c.m_strPhase),
             ParseNumber(c.m_strCalcI),
             {ParseNumber(c.m_strCalcQ), ParseNumber(c.m_strCalcP), ParseNumber(c.m_strRatedPower)}};
+}
+
+const std::vector<int>& COwnerIndex::MembersNamed(const std::wstring& name) const
+{
+    static const std::vector<int> kNone;
+    const auto it = m_groupOfPiece.find(FoldCase(name));
+    return it == m_groupOfPiece.end() ? kNone : m_members[static_cast<size_t>(it->second)];
 }
 
 bool COwnerIndex::Update(int idx, const CLoadCalData& circuit)
@@ -318,7 +443,47 @@ bool COwnerIndex::Update(int idx, const CLoadCalData& circuit)
         return false;
     }
     m_figures[static_cast<size_t>(idx)] = FiguresOf(circuit);
+    if (m_bOwnerSums) {
+        const auto distinct = static_cast<size_t>(m_ownerOf[static_cast<size_t>(idx)]);
+        for (int group : m_groupsOfDistinct[distinct]) {
+            for (int owner : m_ownersOfGroup[static_cast<size_t>(group)]) {
+                ComputeOwnerSums(static_cast<size_t>(owner));
+            }
+        }
+    }
     return true;
+}
+
+void COwnerIndex::EnsureOwnerSums() const
+{
+    if (m_bOwnerSums) {
+        return;
+    }
+    m_ownersOfGroup.assign(m_members.size(), {});
+    m_ownerSums.assign(m_distinctOwners.size(), {0, 0, 0});
+    for (size_t d = 0; d < m_distinctOwners.size(); ++d) {
+        const auto it = m_groupOfPiece.find(FoldCase(m_distinctOwners[d]));
+        if (it != m_groupOfPiece.end()) {
+            m_ownersOfGroup[static_cast<size_t>(it->second)].push_back(static_cast<int>(d));
+        }
+        ComputeOwnerSums(d);
+    }
+    m_bOwnerSums = true;
+}
+
+void COwnerIndex::ComputeOwnerSums(size_t distinct) const
+{
+    // GroupSum's three texts in one walk over the group.
+    GroupPhases parts;
+    const auto it = m_groupOfPiece.find(FoldCase(m_distinctOwners[distinct]));
+    if (it != m_groupOfPiece.end()) {
+        for (int idx : m_members[static_cast<size_t>(it->second)]) {
+            parts.Add(m_figures[static_cast<size_t>(idx)]);
+        }
+    }
+    for (size_t f = 0; f < 3; ++f) {
+        m_ownerSums[distinct][f] = ParseNumber(FormatG(parts.Sum(static_cast<SumField>(f))));
+    }
 }
 
 std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) const
@@ -328,7 +493,7 @@ std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) co
     if (it != m_groupOfPiece.end()) {
         const auto f = static_cast<size_t>(field);
         for (int idx : m_members[static_cast<size_t>(it->second)]) {
-            const Figures& fig = m_figures[static_cast<size_t>(idx)];
+            const MemberFigures& fig = m_figures[static_cast<size_t>(idx)];
             acc.Add(fig.phase, fig.current, fig.value[f]);
         }
     }
@@ -337,9 +502,10 @@ std::wstring COwnerIndex::GroupSum(const std::wstring& owner, SumField field) co
 
 std::wstring COwnerIndex::Total(SumField field) const
 {
+    EnsureOwnerSums();
     double total = 0;
-    for (const auto& owner : m_distinctOwners) {
-        total += ParseNumber(GroupSum(owner, field));
+    for (const auto& sums : m_ownerSums) {
+        total += sums[static_cast<size_t>(field)];
     }
     return FormatG(total);
 }
@@ -365,6 +531,27 @@ SummaryTotals COwnerIndex::Totals() const
     t.installed = Total(SumField::Installed);
     t.active = Total(SumField::Active);
     t.reactive = Total(SumField::Reactive);
+    t.apparent = ApparentFrom(t.active, t.reactive);
+    t.powerFactor = PowerFactorFrom(t.active, t.apparent);
+    t.current = CurrentFrom(t.apparent);
+    return t;
+}
+
+SummaryTotals COwnerIndex::Totals(CalcRules rules) const
+{
+    if (rules == CalcRules::Original) {
+        return Totals();
+    }
+    double sum[3] = {0, 0, 0};
+    for (const MemberFigures& fig : m_figures) {
+        for (size_t f = 0; f < 3; ++f) {
+            sum[f] += fig.value[f];
+        }
+    }
+    SummaryTotals t;
+    t.installed = FormatG(sum[static_cast<size_t>(SumField::Installed)]);
+    t.active = FormatG(sum[static_cast<size_t>(SumField::Active)]);
+    t.reactive = FormatG(sum[static_cast<size_t>(SumField::Reactive)]);
     t.apparent = ApparentFrom(t.active, t.reactive);
     t.powerFactor = PowerFactorFrom(t.active, t.apparent);
     t.current = CurrentFrom(t.apparent);
@@ -429,12 +616,21 @@ SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transfor
 
 SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
 {
-    return RecalculateDocument(doc.loads, doc.transformers);
+    // Each circuit's figures are read back while its texts are at hand.
+    std::vector<MemberFigures> figures;
+    figures.reserve(static_cast<size_t>(doc.loads.GetSize()));
+    for (auto& c : doc.loads) {
+        RecalculateCircuit(c, doc.rules);
+        figures.push_back(COwnerIndex::FiguresOf(c));
+    }
+    CSupplyIndex index(doc, {}, std::move(figures));
+    index.RecalculateGroups(doc);
+    return index.Totals();
 }
 
 SummaryTotals ComputeTotals(const CLoadCalDocument& doc)
 {
-    return ComputeTotals(doc.loads);
+    return COwnerIndex(doc.loads).Totals(doc.rules);
 }
 
 }  // namespace loadcal

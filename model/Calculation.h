@@ -1,11 +1,13 @@
 #pragma once
 
+#include <array>
 #include <string>
 #include <unordered_map>
 #include <vector>
 
 #include "model/Document.h"
 #include "model/Records.h"
+#include "model/Rules.h"
 
 namespace loadcal {
 
@@ -20,6 +22,9 @@ namespace loadcal {
 /// uses 1.732 (not sqrt 3) for a three-phase circuit, that is one whose phase
 /// text contains "L1,L2,L3,N" anywhere.
 void RecalculateCircuit(CLoadCalData& circuit);
+/// The same under a rule set: GB 51348-2019 takes sqrt 3 for a three-phase
+/// circuit's current; the original rules are the function above.
+void RecalculateCircuit(CLoadCalData& circuit, CalcRules rules);
 
 /// True when name equals, without regard to case, one of the ","-separated
 /// pieces of the circuit's owner field (the whole field when it has no ",").
@@ -62,6 +67,25 @@ bool PhasesBalanced(const double (&current)[3]);
 /// three-phase one.
 double CombinePhases(const double (&current)[3], const double (&value)[3], double threePhase);
 
+/// The 15 % rule of GB 51348-2019: true when the single-phase members' total
+/// active power (kW) is below 15 % of the three-phase members'; their
+/// figures then add as they are.
+bool SinglePhaseShareSmall(const double (&singlePhaseActive)[3], double threePhaseActive);
+
+/// One member of a group (a circuit, or a board inside a board or under a
+/// transformer) as the group sums read it: the group of its phase text
+/// (0..2 for "L1,N" .. "L3,N", 3 for "L1,L2,L3,N", -1 for any other text,
+/// which adds nothing), its current (A) and its figures by SumField: Q
+/// (kVar), P (kW), Pe (kW), each as its stored text reads.
+struct MemberFigures {
+    int phase = -1;
+    double current = 0;
+    double value[3] = {0, 0, 0};
+};
+
+/// The phase group of a phase text, as MemberFigures holds it.
+int PhaseGroupOf(const std::wstring& phase);
+
 /// The parts of the group sums of one owner, as GroupSum collects them:
 /// per single phase (L1, L2, L3) the currents (A) and the summed figures,
 /// and the three-phase circuits' figures and current.
@@ -72,8 +96,17 @@ struct GroupPhases {
     double threePhaseCurrent = 0;
     int singlePhaseCount = 0;
     bool Balanced() const { return PhasesBalanced(current); }
+    /// Adds one member to its phase's parts (nothing for phase -1).
+    void Add(const MemberFigures& member);
     /// The group sum of field, as GroupSum gives it before formatting.
     double Sum(SumField field) const;
+    /// The group sum of field under a rule set: the original rules are Sum;
+    /// under GB 51348-2019 the single-phase figures add as they are when
+    /// their active total is below 15 % of the three-phase active total,
+    /// otherwise three times the largest single-phase figure stands for them.
+    double Sum(SumField field, CalcRules rules) const;
+    /// Every member's figure as it is, whatever the phases.
+    double PlainSum(SumField field) const;
 };
 GroupPhases GroupPhasesOf(const CLoadArray& loads, const std::wstring& owner);
 
@@ -117,10 +150,16 @@ struct SummaryTotals {
 /// the circuits it names in list order. It gives exactly the texts of
 /// GroupSum and Total in time proportional to the group instead of the whole
 /// list. It borrows nothing: the list may change afterwards, but the index
-/// then describes the list as it was.
+/// then describes the list as it was. Once the totals have been asked for it
+/// keeps every owner text's group sums, so that an Update recomputes only
+/// the groups of the changed circuit and the next totals add up what is kept
+/// (in the same order, so to the same texts).
 class COwnerIndex {
 public:
     explicit COwnerIndex(const CLoadArray& loads);
+    /// The same with the circuits' figures already read (FiguresOf of every
+    /// circuit, in list order); figures of another length are read afresh.
+    COwnerIndex(const CLoadArray& loads, std::vector<MemberFigures> figures);
 
     /// Takes in a changed circuit idx of the same list: true when done;
     /// false when its owner text changed (or idx is outside the list), which
@@ -133,21 +172,73 @@ public:
     std::wstring TotalPowerFactor() const;
     std::wstring TotalCurrent() const;
     SummaryTotals Totals() const;
+    /// The six totals under a rule set: the original rules are Totals();
+    /// under GB 51348-2019 every circuit counts once, whatever its owners
+    /// (Pe,tot, Ptot, Qtot the plain sums of the circuits' Pe, Pjs, Qjs).
+    SummaryTotals Totals(CalcRules rules) const;
+
+    /// The figures of circuit idx as the index read them.
+    const MemberFigures& FiguresAt(int idx) const { return m_figures.at(static_cast<size_t>(idx)); }
+    /// The circuits, in list order, one of whose owner pieces equals name
+    /// without regard to case (each once).
+    const std::vector<int>& MembersNamed(const std::wstring& name) const;
+    /// The parsed figures of one circuit.
+    static MemberFigures FiguresOf(const CLoadCalData& circuit);
 
 private:
-    struct Figures {
-        int phase;        ///< 0..2 single-phase, 3 three-phase, -1 none
-        double current;   ///< Ijs, A
-        double value[3];  ///< by SumField: Qjs, Pjs, Pe
-    };
-    static Figures FiguresOf(const CLoadCalData& circuit);
-
-    std::vector<Figures> m_figures;
+    std::vector<MemberFigures> m_figures;
     std::vector<int> m_ownerOf;  ///< circuit -> its exact owner text in m_distinctOwners
     std::unordered_map<std::wstring, int> m_groupOfPiece;  ///< folded owner piece -> group
     std::vector<std::vector<int>> m_members;               ///< group -> circuits, list order
     std::vector<std::wstring> m_distinctOwners;            ///< exact texts, first occurrence first
+    std::vector<std::vector<int>> m_groupsOfDistinct;      ///< distinct text -> groups it names
+
+    // The totals' parts, kept once asked for so that an Update changes only
+    // the groups of its circuit: for every distinct owner text its three
+    // group sums as their "%G" texts read (by SumField), and for every group
+    // the distinct texts whose whole text names it.
+    void EnsureOwnerSums() const;
+    void ComputeOwnerSums(size_t distinct) const;
+    mutable bool m_bOwnerSums = false;
+    mutable std::vector<std::array<double, 3>> m_ownerSums;
+    mutable std::vector<std::vector<int>> m_ownersOfGroup;
 };
+
+/// Steps 2 to 11 of a transformer's recalculation from the texts of its
+/// group active (kW) and reactive (kVar) sums: Pc, cos phi1, compensation,
+/// Q2, S2, I2, standard rated capacity and actual load rate. Under GB
+/// 51348-2019 the compensation is alpha x Pc x (tan phi1 - tan phi2), and 0
+/// when cos phi1 already reaches the target.
+void CalculateTransformer(CTransformerCalData& transformer, const std::wstring& activeSum,
+                          const std::wstring& reactiveSum, CalcRules rules = CalcRules::Original);
+
+/// The board fields a board's figures are written into (all texts, "%G").
+struct BoardOutputFields {
+    std::wstring CBoardCalData::*installed;    ///< ΣPe, kW
+    std::wstring CBoardCalData::*active;       ///< Pjs, kW
+    std::wstring CBoardCalData::*reactive;     ///< Qjs, kVar
+    std::wstring CBoardCalData::*apparent;     ///< Sjs, kVA
+    std::wstring CBoardCalData::*current;      ///< Ijs, A
+    std::wstring CBoardCalData::*powerFactor;  ///< cos phi
+};
+
+/// The fields of a board's normal figures.
+inline constexpr BoardOutputFields kBoardFigureFields = {
+    &CBoardCalData::m_strRatedPower, &CBoardCalData::m_strCalcP, &CBoardCalData::m_strCalcQ,
+    &CBoardCalData::m_strCalcS,      &CBoardCalData::m_strCalcI, &CBoardCalData::m_strPowerFactor,
+};
+
+/// A board's figures from its members' group sums: ΣPe, Pjs = K∑p x ΣP,
+/// Qjs = K∑q x ΣQ (each sum as its "%G" text reads), Sjs, cos phi = Pjs / Sjs
+/// (0 when Sjs is 0), Ijs = Sjs / (k x U) with U 0.38 kV and k 1.732
+/// (original rules) or sqrt 3 (GB 51348-2019) for a three-phase board, that
+/// is one whose phase text contains "L1,L2,L3,N", else U 0.22 kV and k 1.
+/// The sums of a three-phase board follow the rule set's 15 % rule; a
+/// single-phase board feeds one phase, which the rule's equivalent
+/// three-phase load does not describe, so its members add as they are.
+/// They are written into fields (the normal figures unless told).
+void CalculateBoard(CBoardCalData& board, const GroupPhases& members, CalcRules rules,
+                    const BoardOutputFields& fields = kBoardFigureFields);
 
 /// Recalculates the transformer named name (without regard to case; the
 /// first match): Pc, cos phi1, compensation, Q2, S2, I2, standard rated
@@ -169,9 +260,14 @@ SummaryTotals ComputeTotals(const CLoadArray& loads);
 /// then the six totals, which are returned.
 SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transformers);
 
-/// The same for a whole document.
+/// The same for a whole document under its rule set: every circuit, then
+/// every board from the bottom of the tree up (a board on a cycle of owners
+/// gets no figures and counts nowhere), then every transformer, then the
+/// totals. A document without boards under the original rules gives exactly
+/// the function above.
 SummaryTotals RecalculateDocument(CLoadCalDocument& doc);
-/// The six grand totals of a document's circuits as they stand.
+/// The six grand totals of a document's circuits as they stand, under its
+/// rule set.
 SummaryTotals ComputeTotals(const CLoadCalDocument& doc);
 
 /// The 25 standard rated capacities, kVA, ascending.

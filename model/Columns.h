@@ -53,4 +53,21 @@ inline constexpr std::array<TableColumn, 16> kTransformerColumns = {{
     {L"实际补偿容量", CTransformerCalData::kActualCompCapacity},
 }};
 
+/// The board table: name and phase first, the figures in the order of the
+/// calculation (ΣPe, K∑p, K∑q, Pjs, Qjs, Sjs, cos phi, Ijs), the owner list
+/// last, as in the load table.
+inline constexpr std::array<TableColumn, 11> kBoardColumns = {{
+    {L"配电箱名称", CBoardCalData::kName},
+    {L"相位", CBoardCalData::kPhase},
+    {L"额定容量(kW)", CBoardCalData::kRatedPower},
+    {L"同时系数(K∑p)", CBoardCalData::kKp},
+    {L"同时系数(K∑q)", CBoardCalData::kKq},
+    {L"计算有功(kW)", CBoardCalData::kCalcP},
+    {L"计算无功(kVar)", CBoardCalData::kCalcQ},
+    {L"视在功率(kVA)", CBoardCalData::kCalcS},
+    {L"功率因数(cos(φ))", CBoardCalData::kPowerFactor},
+    {L"计算电流(A)", CBoardCalData::kCalcI},
+    {L"归属", CBoardCalData::kOwner},
+}};
+
 }  // namespace loadcal

@@ -40,6 +40,15 @@ constexpr std::array<TransformerMember, CTransformerCalData::kFieldCount> kTrans
     &CTransformerCalData::m_strActualCompCapacity,
 };
 
+using BoardMember = std::wstring CBoardCalData::*;
+
+constexpr std::array<BoardMember, CBoardCalData::kFieldCount> kBoardMembers = {
+    &CBoardCalData::m_strName,  &CBoardCalData::m_strOwner,       &CBoardCalData::m_strPhase,
+    &CBoardCalData::m_strKp,    &CBoardCalData::m_strKq,          &CBoardCalData::m_strRatedPower,
+    &CBoardCalData::m_strCalcP, &CBoardCalData::m_strCalcQ,       &CBoardCalData::m_strCalcS,
+    &CBoardCalData::m_strCalcI, &CBoardCalData::m_strPowerFactor,
+};
+
 template <size_t N>
 size_t CheckField(int field)
 {
@@ -110,6 +119,21 @@ std::wstring& CTransformerCalData::FieldAt(int field)
 const std::wstring& CTransformerCalData::FieldAt(int field) const
 {
     return this->*kTransformerMembers[CheckField<kFieldCount>(field)];
+}
+
+// The simultaneity factors of a new board come from the row "feeder or riser"
+// of the simultaneity factors in use in Chinese practice (K∑p 0.85 - 0.95,
+// K∑q 0.90 - 0.97, K∑q not below K∑p), each taken near the middle of its range.
+CBoardCalData::CBoardCalData() : m_strPhase(kPhaseThree), m_strKp(L"0.9"), m_strKq(L"0.95") {}
+
+std::wstring& CBoardCalData::FieldAt(int field)
+{
+    return this->*kBoardMembers[CheckField<kFieldCount>(field)];
+}
+
+const std::wstring& CBoardCalData::FieldAt(int field) const
+{
+    return this->*kBoardMembers[CheckField<kFieldCount>(field)];
 }
 
 }  // namespace loadcal

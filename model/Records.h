@@ -164,7 +164,53 @@ public:
     friend bool operator==(const CTransformerCalData&, const CTransformerCalData&) = default;
 };
 
+/// One distribution board (配电箱): a group of circuits and of other boards,
+/// fed from the boards and transformers its owner list names (several for a
+/// dual-fed board). 11 texts in a fixed order; powers in kW / kVar / kVA,
+/// current in A, factors as ratios. A plain value.
+class CBoardCalData {
+public:
+    /// Field numbers in record order (archive and JSON order).
+    enum Field {
+        kName,
+        kOwner,
+        kPhase,
+        kKp,
+        kKq,
+        kRatedPower,
+        kCalcP,
+        kCalcQ,
+        kCalcS,
+        kCalcI,
+        kPowerFactor,
+        kFieldCount
+    };
+
+    CBoardCalData();
+
+    std::wstring m_strName;        ///< unique among boards and transformers, without regard to case
+    std::wstring m_strOwner;       ///< owner name(s): boards and/or transformers, joined with ","
+    std::wstring m_strPhase;       ///< one of the four phase texts; "L1,L2,L3,N" by default
+    std::wstring m_strKp;          ///< active simultaneity factor K∑p
+    std::wstring m_strKq;          ///< reactive simultaneity factor K∑q
+    std::wstring m_strRatedPower;  ///< ΣPe of the board's members, kW
+    std::wstring m_strCalcP;       ///< Pjs = K∑p x ΣP, kW
+    std::wstring m_strCalcQ;       ///< Qjs = K∑q x ΣQ, kVar
+    std::wstring m_strCalcS;       ///< Sjs, kVA
+    std::wstring m_strCalcI;       ///< Ijs, A
+    std::wstring m_strPowerFactor;  ///< cos phi = Pjs / Sjs
+
+    std::wstring& FieldAt(int field);
+    const std::wstring& FieldAt(int field) const;
+
+    /// A board row is empty when its name is empty.
+    bool IsBlank() const { return m_strName.empty(); }
+
+    friend bool operator==(const CBoardCalData&, const CBoardCalData&) = default;
+};
+
 using CLoadArray = CArray<CLoadCalData>;
 using CTransformerArray = CArray<CTransformerCalData>;
+using CBoardArray = CArray<CBoardCalData>;
 
 }  // namespace loadcal

@@ -16,8 +16,10 @@
 #include "document/JsonDocument.h"
 #include "document/LoadTypeFile.h"
 #include "document/RecentFiles.h"
+#include "model/BoardGraph.h"
 #include "model/Calculation.h"
 #include "model/LoadTypes.h"
+#include "model/SupplyIndex.h"
 #include "model/Text.h"
 #include "output/DrawingExport.h"
 #include "output/ExcelExport.h"
@@ -131,6 +133,18 @@ void FillFiguresFromTypes(CliRun& run, CLoadCalDocument& doc)
     }
 }
 
+/// A document whose boards own each other in a cycle cannot be calculated:
+/// DocumentError naming the file and the boards of one cycle.
+void RefuseBoardCycle(const CliRun& run, const CLoadCalDocument& doc)
+{
+    const std::vector<int> cycle = FindBoardCycle(doc.boards);
+    if (!cycle.empty()) {
+        throw DocumentError(run.input +
+                            ": the boards' owner lists form a cycle, which cannot be calculated: " +
+                            ToUtf8(CycleText(BoardNames(doc.boards, cycle))));
+    }
+}
+
 void AddConvert(CLI::App& app, CliRun& run)
 {
     auto* cmd =
@@ -149,7 +163,7 @@ void PrintDocument(CliRun& run, const CLoadCalDocument& doc, const SummaryTotals
     if (run.json) {
         run.out << DocumentToJson(doc, totals);
     } else {
-        PrintTables(run.out, doc.loads, doc.transformers, totals);
+        PrintDocumentTables(run.out, doc, totals);
     }
 }
 
@@ -163,6 +177,7 @@ void AddCalc(CLI::App& app, CliRun& run)
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
             FillFiguresFromTypes(run, doc);
+            RefuseBoardCycle(run, doc);
             const SummaryTotals totals = RecalculateDocument(doc);
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
@@ -200,7 +215,12 @@ void AddBalance(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
+            RefuseBoardCycle(run, doc);
             run.out << ToUtf8(BalancePhases(doc.loads, doc.transformers, run.seed));
+            if (!doc.IsOriginalOnly()) {
+                // The boards and the transformers over them, under the document's rules.
+                CSupplyIndex(doc).RecalculateGroups(doc);
+            }
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
             }
@@ -262,6 +282,13 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             const CLoadCalDocument doc = ReadInput(run);
+            if (!doc.IsOriginalOnly()) {
+                // The book derives its figures under the original rules from the
+                // circuits alone; it would contradict the document's own figures.
+                throw DocumentError(run.input +
+                                    ": the calculation book does not show boards or the "
+                                    "GB 51348-2019 rules yet; nothing was written");
+            }
             WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
                                  {BookProjectName(FromUtf8(run.input)), {}, doc.project});
         };

@@ -89,6 +89,15 @@ std::wstring TwoDecimals(double value)
     return text;
 }
 
+/// The line of the six grand totals.
+void PrintTotals(std::ostream& out, const SummaryTotals& totals)
+{
+    out << "总计: 额定容量 " << ToUtf8(totals.installed) << " kW, 计算有功 "
+        << ToUtf8(totals.active) << " kW, 计算无功 " << ToUtf8(totals.reactive)
+        << " kVar, 视在功率 " << ToUtf8(totals.apparent) << " kVA, 功率因数 "
+        << ToUtf8(totals.powerFactor) << ", 计算电流 " << ToUtf8(totals.current) << " A\n";
+}
+
 }  // namespace
 
 size_t DisplayWidth(std::wstring_view text)
@@ -127,11 +136,25 @@ void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerA
     PrintTable(out, "负荷回路", kLoadColumns, loads);
     out << '\n';
     PrintTable(out, "变压器", kTransformerColumns, transformers);
-    out << '\n'
-        << "总计: 额定容量 " << ToUtf8(totals.installed) << " kW, 计算有功 "
-        << ToUtf8(totals.active) << " kW, 计算无功 " << ToUtf8(totals.reactive)
-        << " kVar, 视在功率 " << ToUtf8(totals.apparent) << " kVA, 功率因数 "
-        << ToUtf8(totals.powerFactor) << ", 计算电流 " << ToUtf8(totals.current) << " A\n";
+    out << '\n';
+    PrintTotals(out, totals);
+}
+
+void PrintDocumentTables(std::ostream& out, const CLoadCalDocument& doc,
+                         const SummaryTotals& totals)
+{
+    if (doc.rules != CalcRules::Original) {
+        out << "计算规则: " << ToUtf8(RulesName(doc.rules)) << "\n\n";
+    }
+    PrintTable(out, "负荷回路", kLoadColumns, doc.loads);
+    out << '\n';
+    PrintTable(out, "变压器", kTransformerColumns, doc.transformers);
+    out << '\n';
+    if (!doc.boards.IsEmpty()) {
+        PrintTable(out, "配电箱", kBoardColumns, doc.boards);
+        out << '\n';
+    }
+    PrintTotals(out, totals);
 }
 
 }  // namespace loadcal

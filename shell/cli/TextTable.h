@@ -4,6 +4,7 @@
 
 #include "model/Calculation.h"
 #include "model/LoadTypes.h"
+#include "model/Document.h"
 
 namespace loadcal {
 
@@ -17,6 +18,13 @@ void PrintTables(std::ostream& out, const CLoadArray& loads, const CTransformerA
 /// (Kx range, typical Kx, cos φ, tan φ, where it comes from, its source),
 /// and below a tiered type one line per tier.
 void PrintLoadTypes(std::ostream& out, const CLoadTypeLibrary& library);
+
+/// The same for a whole document: a line naming the rule set when it is not
+/// the original one, the two lists, the boards (when there are any) and the
+/// totals. A document without boards under the original rules prints as
+/// PrintTables prints its two lists.
+void PrintDocumentTables(std::ostream& out, const CLoadCalDocument& doc,
+                         const SummaryTotals& totals);
 
 /// Terminal cells a text takes: two for East Asian wide characters, one otherwise.
 size_t DisplayWidth(std::wstring_view text);

@@ -1,6 +1,8 @@
 #include "tests/support/RandomDocument.h"
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "model/Numeric.h"
 
@@ -12,6 +14,19 @@ std::wstring Figure(std::mt19937& rng, double lo, double hi, int decimals)
     std::uniform_real_distribution<double> d(lo, hi);
     const double scale = std::pow(10.0, decimals);
     return FormatG(std::round(d(rng) * scale) / scale);
+}
+
+/// The text with its letters in the other case ("AP3" -> "ap3").
+std::wstring FoldOrUpper(std::wstring text)
+{
+    for (auto& c : text) {
+        if (c >= L'A' && c <= L'Z') {
+            c = static_cast<wchar_t>(c - L'A' + L'a');
+        } else if (c >= L'a' && c <= L'z') {
+            c = static_cast<wchar_t>(c - L'a' + L'A');
+        }
+    }
+    return text;
 }
 
 }  // namespace
@@ -57,6 +72,95 @@ void MakeRandomDocument(std::mt19937& rng, const RandomDocumentOptions& opt, CLo
         }
         transformers.Add(tr);
     }
+}
+
+void MakeRandomBoardDocument(std::mt19937& rng, const RandomBoardOptions& opt,
+                             CLoadCalDocument& doc)
+{
+    RandomDocumentOptions base;
+    base.circuits = opt.circuits;
+    base.transformers = opt.transformers;
+    base.quirkShare = opt.quirkShare;
+    MakeRandomDocument(rng, base, doc.loads, doc.transformers);
+    doc.rules = opt.rules;
+    doc.boards.RemoveAll();
+    std::uniform_real_distribution<double> u(0, 1);
+    const auto pick = [&rng](const std::vector<std::wstring>& v) {
+        return v[static_cast<size_t>(rng() % v.size())];
+    };
+    std::vector<std::wstring> transformerNames;
+    for (const auto& t : doc.transformers) {
+        transformerNames.push_back(t.m_strName);
+    }
+    if (transformerNames.empty()) {
+        transformerNames.push_back(L"T1");
+    }
+    // Boards level by level; each names owners of the level above.
+    std::vector<std::vector<std::wstring>> levels(static_cast<size_t>(std::max(1, opt.levels)));
+    std::vector<CBoardCalData> boards;
+    static const wchar_t* const kOddPhases[] = {L"L1,N", L"L2,N", L"L3,N", L"l1,n", L""};
+    for (int i = 0; i < opt.boards; ++i) {
+        const size_t level =
+            static_cast<size_t>(i) * levels.size() / static_cast<size_t>(opt.boards);
+        CBoardCalData b;
+        b.m_strName = L"AP" + std::to_wstring(i + 1);
+        const std::vector<std::wstring>& above = level == 0 ? transformerNames : levels[level - 1];
+        const std::vector<std::wstring>& owners = above.empty() ? transformerNames : above;
+        std::wstring owner = pick(owners);
+        if (u(rng) < opt.quirkShare) {
+            owner += L"," + pick(owners);  // dual-fed (possibly twice the same)
+        }
+        if (u(rng) < opt.quirkShare / 2) {
+            owner = FoldOrUpper(owner);
+        }
+        if (u(rng) < opt.quirkShare / 3) {
+            owner = u(rng) < 0.5 ? L"" : L"无此箱";
+        }
+        b.m_strOwner = owner;
+        if (u(rng) < opt.quirkShare) {
+            b.m_strPhase = kOddPhases[rng() % 5];
+        }
+        b.m_strKp = Figure(rng, 0.7, 1.0, 2);
+        b.m_strKq = Figure(rng, 0.8, 1.0, 2);
+        levels[level].push_back(b.m_strName);
+        boards.push_back(b);
+    }
+    if (opt.shuffle) {
+        std::shuffle(boards.begin(), boards.end(), rng);
+    }
+    for (auto& b : boards) {
+        doc.boards.Add(std::move(b));
+    }
+    // Circuits: most on boards, some straight on transformers, a few odd.
+    std::vector<std::wstring> boardNames;
+    for (const auto& b : doc.boards) {
+        boardNames.push_back(b.m_strName);
+    }
+    for (auto& c : doc.loads) {
+        if (boardNames.empty() || u(rng) < 0.15) {
+            continue;  // keeps the generator's transformer owner (quirks included)
+        }
+        std::wstring owner = pick(boardNames);
+        if (u(rng) < opt.quirkShare) {
+            owner += L"," + (u(rng) < 0.5 ? pick(boardNames) : pick(transformerNames));
+        }
+        if (u(rng) < opt.quirkShare / 2) {
+            owner = FoldOrUpper(owner);
+        }
+        c.m_strTransformer = owner;
+    }
+}
+
+void MakeLargestBoardDocument(CLoadCalDocument& doc)
+{
+    std::mt19937 rng(2000);
+    RandomBoardOptions opt;
+    opt.circuits = 32767;
+    opt.transformers = 100;
+    opt.boards = 2000;
+    opt.levels = 6;
+    opt.quirkShare = 0.02;
+    MakeRandomBoardDocument(rng, opt, doc);
 }
 
 }  // namespace loadcal::testsupport

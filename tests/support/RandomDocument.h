@@ -4,6 +4,7 @@
 
 #include <random>
 
+#include "model/Document.h"
 #include "model/Records.h"
 
 namespace loadcal::testsupport {
@@ -18,5 +19,30 @@ struct RandomDocumentOptions {
 
 void MakeRandomDocument(std::mt19937& rng, const RandomDocumentOptions& opt, CLoadArray& loads,
                         CTransformerArray& transformers);
+
+struct RandomBoardOptions {
+    int circuits = 300;
+    int transformers = 4;
+    int boards = 40;
+    int levels = 4;  ///< boards of level 1 hang from transformers, of level k from level k-1
+    /// Share of quirks: dual-fed boards and circuits, owners in another
+    /// letter case, owners naming nothing, empty owners, single-phase and
+    /// odd board phases, circuits straight on a transformer.
+    double quirkShare = 0.1;
+    CalcRules rules = CalcRules::Original;
+    /// The boards listed in random order rather than level by level.
+    bool shuffle = true;
+};
+
+/// A document with a tree of boards (no cycles): board "AP<i>" of level k
+/// names one or two boards of level k-1 (level 1: transformers), circuits
+/// name boards of any level or transformers. Nothing is calculated.
+void MakeRandomBoardDocument(std::mt19937& rng, const RandomBoardOptions& opt,
+                             CLoadCalDocument& doc);
+
+/// The largest document the board benchmarks take: 32,767 circuits (the
+/// most an archive's reader counts) under 2,000 boards in six levels and 100
+/// transformers, nothing calculated.
+void MakeLargestBoardDocument(CLoadCalDocument& doc);
 
 }  // namespace loadcal::testsupport

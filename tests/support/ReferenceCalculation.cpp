@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cwchar>
+#include <stdexcept>
 #include <vector>
 
 #include "model/Numeric.h"
@@ -31,6 +32,123 @@ bool Belongs(const CLoadCalData& c, const std::wstring& n)
         }
     }
     return false;
+}
+
+bool NamesBoard(const std::wstring& owner, const std::wstring& board)
+{
+    if (board.empty()) {
+        return false;
+    }
+    CStringArray pieces;
+    if (ExplodeStr(owner, L",", pieces, false) == 0) {
+        pieces.Add(owner);
+    }
+    for (const auto& p : pieces) {
+        if (FoldCase(p) == FoldCase(board)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool NamesTransformer(const std::wstring& owner, const std::wstring& name)
+{
+    CStringArray pieces;
+    if (ExplodeStr(owner, L",", pieces, false) == 0) {
+        pieces.Add(owner);
+    }
+    for (const auto& p : pieces) {
+        if (FoldCase(p) == FoldCase(name)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// One member of a group as plain numbers: phase text, current, Q, P, Pe.
+struct Member {
+    std::wstring phase;
+    double i, q, p, pe;
+};
+
+/// The three group sums (Q, P, Pe) of members under a rule set.
+void Sums(const std::vector<Member>& members, CalcRules rules, bool threePhaseGroup, double out[3])
+{
+    double i[3] = {0, 0, 0};
+    double x[3][3] = {};
+    double x3p[3] = {0, 0, 0};
+    for (const auto& m : members) {
+        const double v[3] = {m.q, m.p, m.pe};
+        int k = -1;
+        if (m.phase == L"L1,N") {
+            k = 0;
+        } else if (m.phase == L"L2,N") {
+            k = 1;
+        } else if (m.phase == L"L3,N") {
+            k = 2;
+        } else if (m.phase == L"L1,L2,L3,N") {
+            for (int f = 0; f < 3; ++f) {
+                x3p[f] += v[f];
+            }
+            continue;
+        } else {
+            continue;
+        }
+        i[k] += m.i;
+        for (int f = 0; f < 3; ++f) {
+            x[f][k] += v[f];
+        }
+    }
+    bool plain = false;
+    if (!threePhaseGroup) {
+        plain = true;  // a single-phase board
+    } else if (rules == CalcRules::Original) {
+        const double avg = (i[0] + i[1] + i[2]) / 3;
+        plain = std::fabs(avg - i[0]) < 0.15 * avg && std::fabs(avg - i[1]) < 0.15 * avg &&
+                std::fabs(avg - i[2]) < 0.15 * avg;
+    } else {
+        plain = x[1][0] + x[1][1] + x[1][2] < 0.15 * x3p[1];
+    }
+    for (int f = 0; f < 3; ++f) {
+        if (plain) {
+            out[f] = x[f][0] + x[f][1] + x[f][2] + x3p[f];
+        } else {
+            double m = x[f][0];
+            if (x[f][1] > m) {
+                m = x[f][1];
+            }
+            if (x[f][2] > m) {
+                m = x[f][2];
+            }
+            out[f] = 3 * m + x3p[f];
+        }
+    }
+}
+
+/// The members of a group named name, circuits first, then boards, each in
+/// list order.
+std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& name, bool board,
+                              const std::vector<bool>& boardDone)
+{
+    std::vector<Member> members;
+    for (const auto& c : doc.loads) {
+        if (board ? NamesBoard(c.m_strTransformer, name)
+                  : NamesTransformer(c.m_strTransformer, name)) {
+            members.push_back({c.m_strPhase, P(c.m_strCalcI), P(c.m_strCalcQ), P(c.m_strCalcP),
+                               P(c.m_strRatedPower)});
+        }
+    }
+    for (int b = 0; b < doc.boards.GetSize(); ++b) {
+        const CBoardCalData& m = doc.boards[b];
+        if (board ? NamesBoard(m.m_strOwner, name) : NamesTransformer(m.m_strOwner, name)) {
+            if (!boardDone[static_cast<size_t>(b)]) {
+                throw std::runtime_error("a member board is not done");
+            }
+            members.push_back({m.m_strPhase, P(m.m_strCalcI), P(m.m_strCalcQ), P(m.m_strCalcP),
+                               P(m.m_strRatedPower)});
+        }
+    }
+    return members;
 }
 
 }  // namespace
@@ -154,6 +272,145 @@ void RecalculateTransformer(const CLoadArray& loads, CTransformerArray& transfor
     }
     t.m_strRatedCapacity = G(cap);
     t.m_strActualLoadRate = G(cap > 1e-8 ? s2 / cap : 0);
+}
+
+SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
+{
+    const CalcRules rules = doc.rules;
+    const double k3 = rules == CalcRules::Original ? 1.732 : std::sqrt(3.0);
+    for (auto& c : doc.loads) {
+        const double pe = P(c.m_strRatedPower), k = P(c.m_strDemandFactor);
+        const double cosPhi = P(c.m_strPowerFactor), u = P(c.m_strVoltage);
+        const double p = pe * k;
+        const double q =
+            std::fabs(cosPhi) <= 1e-8 ? 0 : p * std::sqrt(1 - cosPhi * cosPhi) / cosPhi;
+        double i = 0;
+        if (std::fabs(u * cosPhi) > 1e-8) {
+            i = c.m_strPhase.find(L"L1,L2,L3,N") != std::wstring::npos ? p / (k3 * u * cosPhi)
+                                                                       : p / (u * cosPhi);
+        }
+        c.m_strCalcP = G(p);
+        c.m_strCalcQ = G(q);
+        c.m_strCalcS = G(std::sqrt(p * p + q * q));
+        c.m_strCalcI = G(i);
+    }
+
+    // Boards: sweep until every board is done; a board is ready when every
+    // board naming it is done.
+    std::vector<bool> done(static_cast<size_t>(doc.boards.GetSize()), false);
+    for (bool progress = true; progress;) {
+        progress = false;
+        for (int b = 0; b < doc.boards.GetSize(); ++b) {
+            if (done[static_cast<size_t>(b)]) {
+                continue;
+            }
+            CBoardCalData& board = doc.boards[b];
+            bool ready = true;
+            for (int m = 0; m < doc.boards.GetSize(); ++m) {
+                if (!done[static_cast<size_t>(m)] &&
+                    NamesBoard(doc.boards[m].m_strOwner, board.m_strName)) {
+                    ready = false;
+                }
+            }
+            if (!ready) {
+                continue;
+            }
+            double sum[3];
+            const bool threePhase = board.m_strPhase.find(L"L1,L2,L3,N") != std::wstring::npos;
+            Sums(MembersOf(doc, board.m_strName, true, done), rules, threePhase, sum);
+            board.m_strRatedPower = G(sum[2]);
+            const double p = P(board.m_strKp) * P(G(sum[1]));
+            const double q = P(board.m_strKq) * P(G(sum[0]));
+            const double s = std::sqrt(p * p + q * q);
+            board.m_strCalcP = G(p);
+            board.m_strCalcQ = G(q);
+            board.m_strCalcS = G(s);
+            board.m_strPowerFactor = G(std::fabs(s) <= 1e-8 ? 0 : p / s);
+            board.m_strCalcI =
+                G(board.m_strPhase.find(L"L1,L2,L3,N") != std::wstring::npos ? s / (k3 * 0.38)
+                                                                             : s / 0.22);
+            done[static_cast<size_t>(b)] = true;
+            progress = true;
+        }
+    }
+    for (bool d : done) {
+        if (!d) {
+            throw std::runtime_error("boards left on a cycle");
+        }
+    }
+
+    for (int t = 0; t < doc.transformers.GetSize(); ++t) {
+        const std::wstring name = doc.transformers[t].m_strName;
+        int idx = -1;
+        for (int j = 0; j < doc.transformers.GetSize() && idx < 0; ++j) {
+            if (FoldCase(doc.transformers[j].m_strName) == FoldCase(name)) {
+                idx = j;
+            }
+        }
+        CTransformerCalData& tr = doc.transformers[idx];
+        double sum[3];
+        Sums(MembersOf(doc, name, false, done), rules, true, sum);
+        const double pc = P(G(sum[1])) * P(tr.m_strKp);
+        tr.m_strCalcP = G(pc);
+        const double qc = P(G(sum[0])) * P(tr.m_strKq);
+        const double a = P(tr.m_strAlpha), b = P(tr.m_strBeta);
+        double cos1 = 0;
+        if (std::fabs(a * pc) > 1e-8) {
+            cos1 = std::sqrt(1 / (std::pow(b * qc / (a * pc), 2) + 1));
+        }
+        tr.m_strCosBefore = G(cos1);
+        const double cos2 = P(tr.m_strCosAfter);
+        const double tan1 = std::tan(std::acos(cos1)), tan2 = std::tan(std::acos(cos2));
+        double qcomp = 0;
+        if (rules == CalcRules::Original) {
+            qcomp = pc * (tan1 - tan2);
+        } else if (cos1 < cos2) {
+            qcomp = a * pc * (tan1 - tan2);
+        }
+        tr.m_strCompCapacity = G(qcomp);
+        double qinst = P(tr.m_strActualCompCapacity);
+        if (std::fabs(qinst) < 1e-9) {
+            qinst = qcomp;
+        }
+        const double q2 = qc - qinst;
+        tr.m_strCalcQ = G(q2);
+        const double s2 = std::sqrt(pc * pc + q2 * q2);
+        tr.m_strCalcS = G(s2);
+        tr.m_strCalcI = G(s2 / (std::sqrt(3.0) * 0.38));
+        const double rate = P(tr.m_strLoadRate);
+        const double x = std::fabs(rate) > 1e-8 ? s2 / rate : 0;
+        double cap = 0;
+        for (double v : {30.0,   50.0,   63.0,   80.0,   100.0,  125.0,  160.0,  200.0,  250.0,
+                         315.0,  400.0,  500.0,  630.0,  800.0,  1000.0, 1250.0, 1600.0, 2000.0,
+                         2500.0, 3150.0, 4000.0, 5000.0, 6300.0, 8000.0, 10000.0}) {
+            if (v > x) {
+                cap = v;
+                break;
+            }
+        }
+        tr.m_strRatedCapacity = G(cap);
+        tr.m_strActualLoadRate = G(cap > 1e-8 ? s2 / cap : 0);
+    }
+
+    if (rules == CalcRules::Original) {
+        return Totals(doc.loads);
+    }
+    double pe = 0, p = 0, q = 0;
+    for (const auto& c : doc.loads) {
+        pe += P(c.m_strRatedPower);
+        p += P(c.m_strCalcP);
+        q += P(c.m_strCalcQ);
+    }
+    SummaryTotals t;
+    t.installed = G(pe);
+    t.active = G(p);
+    t.reactive = G(q);
+    const double pt = P(t.active), qt = P(t.reactive);
+    t.apparent = G(std::sqrt(pt * pt + qt * qt));
+    const double st = P(t.apparent);
+    t.powerFactor = G(st > 1e-8 ? pt / st : 0);
+    t.current = G(st / (std::sqrt(3.0) * 0.38));
+    return t;
 }
 
 SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transformers)

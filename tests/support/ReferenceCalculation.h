@@ -16,4 +16,11 @@ void RecalculateTransformer(const CLoadArray& loads, CTransformerArray& transfor
                             const std::wstring& name);
 SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transformers);
 
+/// A whole document with boards under its rule set, transcribed as plainly:
+/// circuits, then boards by repeated sweeps over the list (a board is done
+/// once every board that names it is done), then every transformer by its
+/// own name, then the totals. Membership by splitting every owner text for
+/// every group. Throws std::runtime_error when boards remain (a cycle).
+SummaryTotals RecalculateDocument(CLoadCalDocument& doc);
+
 }  // namespace loadcal::reference

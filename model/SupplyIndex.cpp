@@ -1,0 +1,288 @@
+#include "model/SupplyIndex.h"
+
+#include <algorithm>
+#include <deque>
+
+#include "model/Numeric.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+const std::vector<int> kNoMembers;
+
+/// A board as a member of its owners: its phase group and its figures as
+/// the texts a pass wrote read back.
+MemberFigures BoardAsMember(const CBoardCalData& board, const BoardOutputFields& fields)
+{
+    return {PhaseGroupOf(board.m_strPhase),
+            ParseNumber(board.*fields.current),
+            {ParseNumber(board.*fields.reactive), ParseNumber(board.*fields.active),
+             ParseNumber(board.*fields.installed)}};
+}
+
+void ClearFigures(CBoardCalData& board, const BoardOutputFields& fields)
+{
+    for (auto field : {fields.installed, fields.active, fields.reactive, fields.apparent,
+                       fields.current, fields.powerFactor}) {
+        (board.*field).clear();
+    }
+}
+
+template <class T>
+void SortUnique(std::vector<T>& v)
+{
+    std::sort(v.begin(), v.end());
+    v.erase(std::unique(v.begin(), v.end()), v.end());
+}
+
+}  // namespace
+
+CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter,
+                           std::vector<MemberFigures> circuitFigures)
+    : m_rules(doc.rules), m_circuits(doc.loads, std::move(circuitFigures)), m_graph(doc.boards)
+{
+    for (int t = 0; t < doc.transformers.GetSize(); ++t) {
+        const std::wstring& name = doc.transformers[t].m_strName;
+        const auto [it, added] =
+            m_groupByName.emplace(FoldCase(name), static_cast<int>(m_groups.size()));
+        if (added) {
+            m_groups.push_back({t, &m_circuits.MembersNamed(name), {}});
+        }
+        m_groupOfTransformer.push_back(it->second);
+        m_transformerNames.push_back(name);
+    }
+
+    const auto boards = static_cast<size_t>(doc.boards.GetSize());
+    m_boardNames.reserve(boards);
+    m_boardOwners.reserve(boards);
+    m_boardCircuits.reserve(boards);
+    m_boardGroups.resize(boards);
+    for (int b = 0; b < doc.boards.GetSize(); ++b) {
+        const CBoardCalData& board = doc.boards[b];
+        m_boardNames.push_back(board.m_strName);
+        m_boardOwners.push_back(board.m_strOwner);
+        m_boardCircuits.push_back(
+            board.m_strName.empty() ? &kNoMembers : &m_circuits.MembersNamed(board.m_strName));
+        std::vector<int>& fed = m_boardGroups[static_cast<size_t>(b)];
+        for (const auto& piece : OwnerPieces(board.m_strOwner)) {
+            const int group = GroupNamed(piece);
+            if (group >= 0 && std::find(fed.begin(), fed.end(), group) == fed.end()) {
+                fed.push_back(group);
+                m_groups[static_cast<size_t>(group)].boards.push_back(b);
+            }
+        }
+    }
+    m_mark.assign(boards, 0);
+
+    m_normal.filter = std::move(filter);
+    m_normal.fields = kBoardFigureFields;
+    StartPass(m_normal, doc);
+}
+
+int CSupplyIndex::GroupNamed(const std::wstring& piece) const
+{
+    const auto it = m_groupByName.find(FoldCase(piece));
+    return it == m_groupByName.end() ? -1 : it->second;
+}
+
+void CSupplyIndex::StartPass(Pass& pass, const CLoadCalDocument& doc) const
+{
+    pass.counted.clear();
+    if (pass.filter) {
+        pass.counted.reserve(static_cast<size_t>(doc.loads.GetSize()));
+        for (const CLoadCalData& c : doc.loads) {
+            pass.counted.push_back(pass.filter(c) ? 1 : 0);
+        }
+    }
+    // Until a board is recalculated it counts with the figures it holds.
+    pass.boards.assign(m_boardNames.size(), MemberFigures{});
+    for (int b = 0; b < m_graph.BoardCount(); ++b) {
+        if (!m_graph.OnCycle(b)) {
+            pass.boards[static_cast<size_t>(b)] = BoardAsMember(doc.boards[b], pass.fields);
+        }
+    }
+    for (auto& sums : pass.sums) {
+        sums.assign(m_groups.size(), std::wstring());
+    }
+}
+
+void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const
+{
+    GroupPhases members;
+    for (int c : *m_boardCircuits[static_cast<size_t>(board)]) {
+        if (pass.counted.empty() || pass.counted[static_cast<size_t>(c)] != 0) {
+            members.Add(m_circuits.FiguresAt(c));
+        }
+    }
+    for (int m : m_graph.MembersOf(board)) {
+        if (!m_graph.OnCycle(m)) {
+            members.Add(pass.boards[static_cast<size_t>(m)]);
+        }
+    }
+    CBoardCalData& record = doc.boards[board];
+    CalculateBoard(record, members, m_rules, pass.fields);
+    pass.boards[static_cast<size_t>(board)] = BoardAsMember(record, pass.fields);
+}
+
+void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
+{
+    const TransformerGroup& g = m_groups[static_cast<size_t>(group)];
+    GroupPhases members;
+    for (int c : *g.circuits) {
+        if (pass.counted.empty() || pass.counted[static_cast<size_t>(c)] != 0) {
+            members.Add(m_circuits.FiguresAt(c));
+        }
+    }
+    for (int b : g.boards) {
+        if (!m_graph.OnCycle(b)) {
+            members.Add(pass.boards[static_cast<size_t>(b)]);
+        }
+    }
+    for (size_t f = 0; f < 3; ++f) {
+        pass.sums[f][static_cast<size_t>(group)] =
+            FormatG(members.Sum(static_cast<SumField>(f), m_rules));
+    }
+}
+
+void CSupplyIndex::ApplyTransformerGroup(const Pass& pass, CLoadCalDocument& doc, int group) const
+{
+    const auto g = static_cast<size_t>(group);
+    CalculateTransformer(doc.transformers[m_groups[g].target],
+                         pass.sums[static_cast<size_t>(SumField::Active)][g],
+                         pass.sums[static_cast<size_t>(SumField::Reactive)][g], m_rules);
+}
+
+SupplyChange CSupplyIndex::RecalculateGroups(CLoadCalDocument& doc)
+{
+    SupplyChange change;
+    change.boards = m_graph.BottomUp();
+    for (int b : change.boards) {
+        ComputeBoard(m_normal, doc, b);
+    }
+    for (int b = 0; b < m_graph.BoardCount(); ++b) {
+        if (m_graph.OnCycle(b)) {
+            ClearFigures(doc.boards[b], m_normal.fields);
+            m_normal.boards[static_cast<size_t>(b)] = MemberFigures{};
+            change.boards.push_back(b);
+        }
+    }
+    for (int g = 0; g < static_cast<int>(m_groups.size()); ++g) {
+        ComputeTransformerGroup(m_normal, g);
+        ApplyTransformerGroup(m_normal, doc, g);
+        change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
+    }
+    SortUnique(change.transformers);
+    return change;
+}
+
+SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> start,
+                                     std::vector<int> groups)
+{
+    // The boards above the start, each once; boards on a cycle have no
+    // figures to change.
+    if (++m_stamp == 0) {
+        std::fill(m_mark.begin(), m_mark.end(), 0);
+        m_stamp = 1;
+    }
+    std::vector<int> boards;
+    std::deque<int> queue;
+    const auto visit = [&](int b) {
+        if (!m_graph.OnCycle(b) && m_mark[static_cast<size_t>(b)] != m_stamp) {
+            m_mark[static_cast<size_t>(b)] = m_stamp;
+            boards.push_back(b);
+            queue.push_back(b);
+        }
+    };
+    for (int b : start) {
+        visit(b);
+    }
+    while (!queue.empty()) {
+        const int b = queue.front();
+        queue.pop_front();
+        for (int owner : m_graph.OwnersOf(b)) {
+            visit(owner);
+        }
+        const auto& fed = m_boardGroups[static_cast<size_t>(b)];
+        groups.insert(groups.end(), fed.begin(), fed.end());
+    }
+    std::sort(boards.begin(), boards.end(),
+              [this](int a, int b) { return m_graph.Position(a) < m_graph.Position(b); });
+    SortUnique(groups);
+
+    SupplyChange change;
+    for (int b : boards) {
+        ComputeBoard(m_normal, doc, b);
+    }
+    change.boards = std::move(boards);
+    for (int g : groups) {
+        ComputeTransformerGroup(m_normal, g);
+        ApplyTransformerGroup(m_normal, doc, g);
+        change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
+    }
+    SortUnique(change.transformers);
+    return change;
+}
+
+std::optional<SupplyChange> CSupplyIndex::UpdateCircuit(CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || idx >= doc.loads.GetSize() || !m_circuits.Update(idx, doc.loads[idx])) {
+        return std::nullopt;
+    }
+    const CLoadCalData& circuit = doc.loads[idx];
+    if (m_normal.filter) {
+        m_normal.counted[static_cast<size_t>(idx)] = m_normal.filter(circuit) ? 1 : 0;
+    }
+    std::vector<int> boards;
+    std::vector<int> groups;
+    for (const auto& piece : OwnerPieces(circuit.m_strTransformer)) {
+        const auto& named = m_graph.BoardsNamed(piece);
+        boards.insert(boards.end(), named.begin(), named.end());
+        const int group = GroupNamed(piece);
+        if (group >= 0) {
+            groups.push_back(group);
+        }
+    }
+    return Propagate(doc, std::move(boards), std::move(groups));
+}
+
+std::optional<SupplyChange> CSupplyIndex::UpdateBoard(CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || static_cast<size_t>(idx) >= m_boardNames.size() || idx >= doc.boards.GetSize() ||
+        doc.boards[idx].m_strName != m_boardNames[static_cast<size_t>(idx)] ||
+        doc.boards[idx].m_strOwner != m_boardOwners[static_cast<size_t>(idx)]) {
+        return std::nullopt;
+    }
+    return Propagate(doc, {idx}, {});
+}
+
+std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || static_cast<size_t>(idx) >= m_transformerNames.size() ||
+        idx >= doc.transformers.GetSize() ||
+        doc.transformers[idx].m_strName != m_transformerNames[static_cast<size_t>(idx)]) {
+        return std::nullopt;
+    }
+    SupplyChange change;
+    const int group = m_groupOfTransformer[static_cast<size_t>(idx)];
+    if (m_groups[static_cast<size_t>(group)].target == idx) {
+        ComputeTransformerGroup(m_normal, group);
+        ApplyTransformerGroup(m_normal, doc, group);
+        change.transformers.push_back(idx);
+    }
+    return change;
+}
+
+std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) const
+{
+    if (transformer < 0 || static_cast<size_t>(transformer) >= m_groupOfTransformer.size()) {
+        return {};
+    }
+    const auto group = static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(transformer)]);
+    if (m_groups[group].target != transformer) {
+        return {};
+    }
+    return m_normal.sums[static_cast<size_t>(field)][group];
+}
+
+}  // namespace loadcal

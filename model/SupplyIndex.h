@@ -1,0 +1,145 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "model/BoardGraph.h"
+#include "model/Calculation.h"
+#include "model/Document.h"
+
+namespace loadcal {
+
+/// Which circuits a pass of group sums counts: true for a circuit that
+/// counts. An empty filter counts every circuit.
+using CircuitFilter = std::function<bool(const CLoadCalData&)>;
+
+/// The records a recalculation rewrote, by index in their lists, for a
+/// window to repaint: boards in calculation order, transformers ascending.
+struct SupplyChange {
+    std::vector<int> boards;
+    std::vector<int> transformers;
+};
+
+/// The calculation of a whole document's supply tree (circuits -> boards ->
+/// transformers), kept between edits so that a change of one record
+/// recalculates only what it feeds: the circuit's boards, the boards above
+/// them, and the transformers those feed.
+///
+/// Groups. A board's members are the circuits and the boards one of whose
+/// owner pieces equals its name without regard to case (an empty name has
+/// none); a transformer's members are found the same way, the empty name
+/// included, as the original arithmetic finds its circuits. Each member
+/// counts once per group, circuits first in list order, then boards in list
+/// order. A group sum takes each member with its phase, current and figures
+/// under the document's 15 % rule (GroupPhases::Sum). Boards are calculated
+/// bottom-up (CBoardGraph); a board on a cycle of owners gets empty figures
+/// and counts in no group. Transformers with names equal but for case are
+/// one group, written into the first of them, as RecalculateAllTransformers
+/// does.
+///
+/// Passes. The group sums are computed by a pass under a circuit filter
+/// into a set of board fields; the document's normal figures are the pass
+/// that counts every circuit, written into a board's figure fields and
+/// through CalculateTransformer into the transformers. Another set of
+/// figures (another filter, other fields) is another pass over the same
+/// structure.
+///
+/// Ownership: the index copies what it needs from the document it was
+/// built from and borrows nothing; the functions that write take the
+/// document as an argument, which must be that document or one changed
+/// since only as the Update functions are told. Not copyable.
+class CSupplyIndex {
+public:
+    /// Builds the index of doc as it stands: the circuits' and boards'
+    /// figures as their texts read, the groups, the order. Computes nothing.
+    /// The normal figures count the circuits filter passes (every circuit
+    /// when it is empty); the grand totals count every circuit.
+    /// circuitFigures: the circuits' figures when the caller has just read
+    /// them (COwnerIndex::FiguresOf, list order); else they are read here.
+    explicit CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter = {},
+                          std::vector<MemberFigures> circuitFigures = {});
+    CSupplyIndex(const CSupplyIndex&) = delete;
+    CSupplyIndex& operator=(const CSupplyIndex&) = delete;
+
+    /// Recalculates every board bottom-up, then every transformer, from the
+    /// circuits' figures as the index holds them, writing into doc.
+    SupplyChange RecalculateGroups(CLoadCalDocument& doc);
+
+    /// Circuit idx changed (its figures, phase or any text the filter reads,
+    /// not its owner text) and has been recalculated: recalculates the boards it feeds, the boards
+    /// above them and the transformers all those feed. None (and nothing
+    /// written) when its owner text differs from the index's or idx is
+    /// outside the list: build the index again.
+    std::optional<SupplyChange> UpdateCircuit(CLoadCalDocument& doc, int idx);
+
+    /// Board idx changed in its factors or phase (not its name or owner
+    /// list): recalculates it, the boards above it and the transformers they
+    /// feed. None when its name or owner text changed or idx is outside the
+    /// list: build the index again.
+    std::optional<SupplyChange> UpdateBoard(CLoadCalDocument& doc, int idx);
+
+    /// Transformer idx changed in its own factors (not its name):
+    /// recalculates it from its group sums as they stand. None when its name
+    /// changed or idx is outside the list: build the index again.
+    std::optional<SupplyChange> UpdateTransformer(CLoadCalDocument& doc, int idx);
+
+    /// The six grand totals under the document's rule set (the boards play
+    /// no part in them).
+    SummaryTotals Totals() const { return m_circuits.Totals(m_rules); }
+
+    /// The texts of a transformer's group sums as the last recalculation
+    /// left them (ΣQ kVar, ΣP kW, ΣPe kW by SumField); empty texts before
+    /// any, and for a transformer with a name equal but for case to an
+    /// earlier one's.
+    std::wstring TransformerGroupSum(int transformer, SumField field) const;
+
+    const CBoardGraph& Boards() const { return m_graph; }
+    const COwnerIndex& Circuits() const { return m_circuits; }
+    CalcRules Rules() const { return m_rules; }
+
+private:
+    /// One pass of group sums: its filter, the fields it writes, and what it
+    /// computed so far (each board as a member of its owners, each
+    /// transformer group's three sums).
+    struct Pass {
+        CircuitFilter filter;
+        BoardOutputFields fields;
+        std::vector<char> counted;          ///< by circuit; empty: all count
+        std::vector<MemberFigures> boards;  ///< by board
+        std::vector<std::wstring> sums[3];  ///< [SumField][transformer group]
+    };
+    struct TransformerGroup {
+        int target;                        ///< the first transformer of the name
+        const std::vector<int>* circuits;  ///< members, in the circuit index
+        std::vector<int> boards;           ///< member boards, list order
+    };
+
+    void StartPass(Pass& pass, const CLoadCalDocument& doc) const;
+    void ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const;
+    void ComputeTransformerGroup(Pass& pass, int group) const;
+    void ApplyTransformerGroup(const Pass& pass, CLoadCalDocument& doc, int group) const;
+    /// Recalculates the boards in start (and every board above them) and the
+    /// transformer groups in groups (and every group those boards feed).
+    SupplyChange Propagate(CLoadCalDocument& doc, std::vector<int> start, std::vector<int> groups);
+    int GroupNamed(const std::wstring& piece) const;
+
+    CalcRules m_rules;
+    COwnerIndex m_circuits;
+    CBoardGraph m_graph;
+    std::vector<std::wstring> m_boardNames;                ///< as built, for UpdateBoard
+    std::vector<std::wstring> m_boardOwners;               ///< as built, for UpdateBoard
+    std::vector<const std::vector<int>*> m_boardCircuits;  ///< by board
+    std::vector<std::vector<int>> m_boardGroups;          ///< by board: transformer groups it feeds
+    std::vector<std::wstring> m_transformerNames;         ///< as built
+    std::vector<int> m_groupOfTransformer;                ///< by transformer: its group
+    std::unordered_map<std::wstring, int> m_groupByName;  ///< folded name -> group
+    std::vector<TransformerGroup> m_groups;
+    Pass m_normal;
+    std::vector<int> m_mark;  ///< scratch of Propagate, by board
+    int m_stamp = 0;
+};
+
+}  // namespace loadcal
