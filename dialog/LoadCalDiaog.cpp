@@ -542,8 +542,9 @@ void CLoadCalDiaog::OnCancel()
 void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
 {
     Loads().Modify(record, [&phase](CLoadCalData& c) { c.m_strPhase = phase; });
-    m_gridLoad.SetItemText(record + 1, 4, phase);
-    m_gridLoad.RedrawCell(record + 1, 4);
+    const int col = GridColumnOfField(GridId::Load, CLoadCalData::kPhase);
+    m_gridLoad.SetItemText(record + 1, col, phase);
+    m_gridLoad.RedrawCell(record + 1, col);
 }
 
 void CLoadCalDiaog::ShowReport(const std::wstring& report)
@@ -556,8 +557,7 @@ void CLoadCalDiaog::OnAdjustPhases()
     if (!m_pExtremum) {
         throw std::logic_error("CLoadCalDiaog: phase balancing before OnInitDialog");
     }
-    // A transformer with fewer than four single-phase circuits ends the
-    // command early: no report, no recalculation (the command's own rule).
+    // Every owner group is spread and reported, a small one in turn.
     // The search works on a copy; each phase it sets comes back through
     // SetPhaseCell, which records it. The whole run is one undo step.
     CCommandScope command(*this);

@@ -14,6 +14,7 @@
 #include "dialog/ChoiceWindow.h"
 #include "dialog/EditHistory.h"
 #include "dialog/Geometry.h"
+#include "dialog/GridColumns.h"
 #include "dialog/GridCtrl.h"
 #include "dialog/LoadCalUi.h"
 #include "dialog/MenuModel.h"
@@ -27,12 +28,6 @@ namespace loadcal {
 
 class CInterDpData;
 class CRecoveryFiles;
-
-/// The two grids of the dialog.
-enum class GridId {
-    Load = 101,         ///< control 101: one row per load circuit
-    Transformer = 102,  ///< control 102: one row per transformer
-};
 
 /// Keys the dialog looks at before they are dispatched.
 enum class DialogKey { Enter, Escape, Other };
@@ -338,8 +333,7 @@ private:
 
     /// Both grids with their titles: 14 and 17 columns, one fixed row and column.
     void CreateGrids();
-    template <size_t N>
-    void CreateGrid(CGridCtrl& grid, const std::array<TableColumn, N>& columns);
+    void CreateGrid(CGridCtrl& grid, std::span<const TableColumn> columns);
     void FillLoadGrid();
     void FillTransformerGrid();
     void FillLoadRow(int row, const CLoadCalData& record);

@@ -11,17 +11,10 @@
 namespace loadcal {
 namespace {
 
-constexpr int kLoadNumberColumns[] = {5, 6, 7, 8};
-constexpr int kTransformerNumberColumns[] = {4, 5, 6, 11, 12, 14, 16};
-constexpr int kLoadEditableLast = 8;  ///< columns 1 to 8 take typed text
-constexpr int kLoadPhaseColumn = 4;
-
 bool IsNumberColumn(GridId grid, int col)
 {
-    if (grid == GridId::Load) {
-        return std::ranges::find(kLoadNumberColumns, col) != std::end(kLoadNumberColumns);
-    }
-    return std::ranges::find(kTransformerNumberColumns, col) != std::end(kTransformerNumberColumns);
+    const TableColumn* column = ColumnAt(grid, col);
+    return column != nullptr && column->kind == ColumnKind::Number;
 }
 
 /// Undo (backwards) or redo of one array's changes; the indices changed go
@@ -150,11 +143,12 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
 
 void CLoadCalDiaog::SetUpNumberChecks()
 {
-    for (int col : kLoadNumberColumns) {
-        m_gridLoad.SetColumnCheck(col, NumberCellTip, kNotANumberColour);
-    }
-    for (int col : kTransformerNumberColumns) {
-        m_gridTransformer.SetColumnCheck(col, NumberCellTip, kNotANumberColour);
+    for (GridId grid : {GridId::Load, GridId::Transformer}) {
+        for (int col = 1; col < GetGrid(grid).GetColumnCount(); ++col) {
+            if (IsNumberColumn(grid, col)) {
+                GetGrid(grid).SetColumnCheck(col, NumberCellTip, kNotANumberColour);
+            }
+        }
     }
 }
 
@@ -295,11 +289,11 @@ void CLoadCalDiaog::PasteLoadLines(const CTabRows& lines, int col)
             for (size_t j = 0; j < line.size(); ++j) {
                 const int c = col + static_cast<int>(j);
                 const std::wstring cell = Trim(line[j]);
-                if (c > kLoadEditableLast || cell.empty()) {
+                const TableColumn* column = ColumnAt(GridId::Load, c);
+                if (column == nullptr || !column->IsEditable() || cell.empty()) {
                     continue;
                 }
-                if (c == kLoadPhaseColumn &&
-                    std::ranges::find(m_arrPhase, cell) == m_arrPhase.end()) {
+                if (column->kind == ColumnKind::Phase && !IsPhaseText(cell)) {
                     continue;  // the phase is chosen from its list only
                 }
                 OnEndEdit(GridId::Load, row, c, cell);
@@ -318,20 +312,31 @@ void CLoadCalDiaog::PasteLoadLines(const CTabRows& lines, int col)
 
 void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
 {
-    bool told = false;
+    bool toldTaken = false;
+    bool toldComma = false;
+    const int nameColumn = GridColumnOfField(GridId::Transformer, CTransformerCalData::kName);
     for (const std::vector<std::wstring>& line : lines) {
         const int row = m_arrTransformer.GetSize() + 1;
-        // The duplicate-name rule, once for the whole paste: the line is left out.
-        if (col == 1 && !line.empty()) {
+        // A name already taken or holding ",": the line is left out, and the
+        // message is shown once for the whole paste.
+        if (col == nameColumn && !line.empty()) {
             const std::wstring name = Trim(line[0]);
             const bool taken = std::ranges::any_of(m_arrTransformer, [&name](const auto& t) {
                 return EqualsNoCase(name, t.m_strName);
             });
             if (!name.empty() && taken) {
-                if (!told) {
+                if (!toldTaken) {
                     MessageBox(texts::kDuplicateTransformer, texts::kNoticeCaption,
                                MB_ICONINFORMATION);
-                    told = true;
+                    toldTaken = true;
+                }
+                continue;
+            }
+            if (name.find(L',') != std::wstring::npos) {
+                if (!toldComma) {
+                    MessageBox(texts::kCommaInTransformerName, texts::kNoticeCaption,
+                               MB_ICONINFORMATION);
+                    toldComma = true;
                 }
                 continue;
             }

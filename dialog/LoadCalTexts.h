@@ -89,6 +89,10 @@ inline constexpr std::wstring_view kRecoveryQuestionFormat =
 inline constexpr std::wstring_view kRecoveryCaption = L"恢复文档";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";
+/// A transformer name holding "," (the owner lists' separator) or only blanks.
+inline constexpr std::wstring_view kCommaInTransformerName =
+    L"变压器名称不能含有逗号\",\",请重新输入!";
+inline constexpr std::wstring_view kBlankTransformerName = L"变压器名称不能只有空格,请重新输入!";
 inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";
 inline constexpr std::wstring_view kNoPopupMenu = L"pMenuTemp == NULL";
 inline constexpr std::wstring_view kTrackPopupFailed = L"TrackPopupMenu false";

@@ -68,8 +68,8 @@ const CLI::Validator kPositiveScale(
 constexpr int kGenerations = 1000;
 
 /// Runs the phase-balancing command on a document as the dialog's toolbar
-/// button does, without a window; returns the report ("" when the command
-/// ended early on a transformer with fewer than four single-phase circuits).
+/// button does, without a window; returns the report, one block per owner
+/// group with single-phase circuits ("" when there is none).
 std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
                            std::optional<std::uint64_t> seed)
 {

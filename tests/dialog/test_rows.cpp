@@ -237,7 +237,7 @@ TEST(TransformerRows, PastedCopiesAreNeitherCheckedNorRecalculated)
     EXPECT_EQ(f.Transformers().GetRowCount(), 4);
 }
 
-TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListButNotFromTheCells)
+TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListAndItsCells)
 {
     DialogFixture f;
     f.AddTransformer(L"T1");
@@ -252,7 +252,7 @@ TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListButNotFromTheCells)
     ASSERT_EQ(f.dlg->GetTransformers().GetSize(), 1);
     EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"T2");
     EXPECT_EQ(f.dlg->GetLoads()[1].m_strTransformer, L"");
-    EXPECT_EQ(f.Load().GetItemText(1, 13), L"T1,T2");
-    EXPECT_EQ(f.Load().GetItemText(2, 13), L"T1");
+    EXPECT_EQ(f.Load().GetItemText(1, 13), L"T2");
+    EXPECT_EQ(f.Load().GetItemText(2, 13), L"");
     EXPECT_EQ(f.Transformers().GetRowCount(), 3);
 }
