@@ -161,6 +161,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_OUTPUT_EXCEL:
         case res::ID_ADJUST_PHASES:
         case res::ID_CALCULATION_BOOK:
+        case res::ID_RECALCULATE_ALL:
             return true;
         case res::ID_EDIT_UNDO:
             return CanUndo();
@@ -211,6 +212,12 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_ADJUST_PHASES:
             OnAdjustPhases();
+            return true;
+        case res::ID_RECALCULATE_ALL:
+            OnRecalculateAll();
+            return true;
+        case res::ID_LOAD_INSERT:
+            OnInsertRow(GridId::Load);
             return true;
         case res::ID_EDIT_UNDO:
             OnEditUndo();
@@ -264,9 +271,8 @@ KeyDisposition CLoadCalDiaog::PreTranslateKeyDown(DialogKey key)
             if (PromptSaveDocument() == IDCANCEL) {
                 return KeyDisposition::DispatchToFocus;
             }
-            // The dialog manager turns Escape into Cancel, which asks again
-            // while the document is still modified (after a No).
-            OnCancel();
+            // Answered once: a No means leave without saving.
+            EndDialog(IDCANCEL);
             return KeyDisposition::Handled;
         case DialogKey::Other:
             break;
@@ -326,6 +332,12 @@ bool CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
     AddRecentFile(path);
     LoadDocument();
     SetDocumentTitle();
+    // Figures that are missing or do not follow from the inputs are not
+    // shown as if they did: the user is offered a recalculation.
+    if (HasStaleFigures() && MessageBox(texts::kStaleFiguresQuestion, texts::kApplicationName,
+                                        MB_YESNO | MB_ICONQUESTION) == IDYES) {
+        OnRecalculateAll();
+    }
     return true;
 }
 
@@ -483,24 +495,6 @@ void CLoadCalDiaog::OnFileExit()
     if (PromptSaveDocument() == IDCANCEL) {
         return;
     }
-    EndDialog(IDOK);
-}
-
-void CLoadCalDiaog::OnOutputDrawing()
-{
-    if (PromptSaveDocument() == IDCANCEL) {
-        return;
-    }
-    m_nOutputMode = 1;
-    EndDialog(IDOK);
-}
-
-void CLoadCalDiaog::OnOutputExcel()
-{
-    if (PromptSaveDocument() == IDCANCEL) {
-        return;
-    }
-    m_nOutputMode = 2;
     EndDialog(IDOK);
 }
 

@@ -157,6 +157,7 @@ int CLoadCalDiaog::LoadDocument()
     m_history.Clear(m_bModified == 0);
     FillLoadGrid();
     FillTransformerGrid();
+    RefreshWarnings(nullptr);
     return 1;
 }
 

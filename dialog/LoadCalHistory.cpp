@@ -65,20 +65,6 @@ std::vector<int> ChangedIndices(const std::vector<CRecordChange<Record>>& change
     return indices;
 }
 
-/// The cells of a pasted line as one-line texts: a spreadsheet cell's own
-/// line breaks and tabs become blanks.
-std::wstring OneLine(std::wstring cell)
-{
-    std::ranges::replace_if(
-        cell, [](wchar_t c) { return c == L'\t' || c == L'\r' || c == L'\n'; }, L' ');
-    return cell;
-}
-
-bool IsBlankLine(const std::vector<std::wstring>& line)
-{
-    return std::ranges::all_of(line, [](const std::wstring& c) { return Trim(c).empty(); });
-}
-
 }  // namespace
 
 // ---- The command path ----
@@ -94,7 +80,8 @@ CLoadCalDiaog::CCommandScope::~CCommandScope()
         return;
     }
     // Whatever the command got done, also when it was cut short, can be
-    // taken back.
+    // taken back; the marks follow what it changed.
+    m_dialog.RefreshWarnings(&m_dialog.m_step);
     m_dialog.m_history.Push(std::move(m_dialog.m_step));
     m_dialog.m_step = CDocumentStep();
 }
@@ -217,6 +204,7 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
             FillTransformerRow(i + 1, m_arrTransformer[i]);
         }
     }
+    RefreshWarnings(&step);
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }
 
@@ -241,72 +229,11 @@ void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
     const int entryRow =
         grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
     const bool ownRows = clipboardText == GetClipboardText(grid);
-    if (g.GetFocusCell().row == entryRow && !ownRows && !clipboardText.empty()) {
+    const int row = g.GetFocusCell().row;
+    if (row >= 1 && row <= entryRow && !ownRows && !clipboardText.empty()) {
         PasteText(grid, clipboardText);
     } else {
         OnPasteRows(grid);
-    }
-}
-
-void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
-{
-    const CGridCtrl& g = GetGrid(grid);
-    const CCellID focus = g.GetFocusCell();
-    const int entryRow =
-        grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
-    if (focus.row != entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
-        return;
-    }
-    CTabRows lines = ParseTabText(text);
-    std::erase_if(lines, IsBlankLine);
-    if (lines.empty()) {
-        return;
-    }
-    for (std::vector<std::wstring>& line : lines) {
-        for (std::wstring& cell : line) {
-            cell = OneLine(std::move(cell));
-        }
-    }
-    CCommandScope command(*this);
-    if (grid == GridId::Load) {
-        PasteLoadLines(lines, focus.col);
-    } else {
-        PasteTransformerLines(lines, focus.col);
-    }
-}
-
-void CLoadCalDiaog::PasteLoadLines(const CTabRows& lines, int col)
-{
-    // Each line is typed into the entry row as a person would: its first
-    // placeable cell creates the circuit, the others are typed into it.
-    // Transformers and totals are recalculated once at the end, which gives
-    // what recalculating them after every cell gives.
-    m_bDeferRecalculation = true;
-    m_bRecalculationPending = false;
-    try {
-        for (const std::vector<std::wstring>& line : lines) {
-            const int row = m_arrLoad.GetSize() + 1;
-            for (size_t j = 0; j < line.size(); ++j) {
-                const int c = col + static_cast<int>(j);
-                const std::wstring cell = Trim(line[j]);
-                const TableColumn* column = ColumnAt(GridId::Load, c);
-                if (column == nullptr || !column->IsEditable() || cell.empty()) {
-                    continue;
-                }
-                if (column->kind == ColumnKind::Phase && !IsPhaseText(cell)) {
-                    continue;  // the phase is chosen from its list only
-                }
-                OnEndEdit(GridId::Load, row, c, cell);
-            }
-        }
-    } catch (...) {
-        m_bDeferRecalculation = false;
-        throw;
-    }
-    m_bDeferRecalculation = false;
-    if (m_bRecalculationPending) {
-        RefreshTotals();
-        RecalculateAllTransformers();
     }
 }
 

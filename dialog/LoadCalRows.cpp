@@ -264,6 +264,10 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         return;
     }
     std::vector<int> rows = *selected;
+    // One action that would remove several records asks first.
+    if (!ConfirmRemoval(grid, static_cast<int>(rows.size()))) {
+        return;
+    }
     CCommandScope command(*this);
     CArray<int>& cutRows = load ? m_arrCutLoadRows : m_arrCutTransformerRows;
     for (int row : rows) {

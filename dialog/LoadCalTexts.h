@@ -45,6 +45,21 @@ inline constexpr std::wstring_view kMenuCut = L"剪切";
 inline constexpr std::wstring_view kMenuCopy = L"复制";
 inline constexpr std::wstring_view kMenuPaste = L"粘贴";
 inline constexpr std::wstring_view kMenuDelete = L"删除";
+inline constexpr std::wstring_view kMenuInsert = L"插入\tCtrl++";
+inline constexpr std::wstring_view kMenuRecalculateAll = L"全部重算\tF9";
+/// Asked before one action removes more than one record (%s: how many).
+inline constexpr std::wstring_view kRemoveCircuitsFormat = L"删除 %s 个回路？";
+inline constexpr std::wstring_view kRemoveTransformersFormat = L"删除 %s 个变压器？";
+/// A paste that would make more circuits than an archive holds.
+inline constexpr std::wstring_view kPasteTooLargeFormat =
+    L"粘贴后将有 %s 个回路，超过存档最多能保存的 32767 个回路，粘贴已取消。";
+/// Opening a file whose computed figures are empty or out of date.
+inline constexpr std::wstring_view kStaleFiguresQuestion =
+    L"文件中的计算结果为空或与重新计算的结果不一致。\n是否全部重算？";
+/// Where an output went (%s: the file).
+inline constexpr std::wstring_view kOutputWrittenFormat = L"已写入 %s";
+inline constexpr std::wstring_view kOutputNotShownFormat =
+    L"文件已写入，但没有可以打开它的程序：\n%s";
 
 // String table: tool tips by command id.
 inline constexpr std::wstring_view kTipNew = L"新建负荷计算数据文件";

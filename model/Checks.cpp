@@ -82,11 +82,10 @@ bool VoltageFitsPhase(const std::wstring& phase, const std::wstring& voltage)
     return u <= kSinglePhaseVoltageMax;
 }
 
-CCheckWarnings CheckCircuits(const CLoadCalDocument& doc)
+void CheckCircuit(const CLoadCalData& c, int i, const CTransformerArray& transformers,
+                  CCheckWarnings& out)
 {
-    CCheckWarnings out;
-    for (int i = 0; i < doc.loads.GetSize(); ++i) {
-        const CLoadCalData& c = doc.loads[i];
+    {
         CWarningList w(out, CCheckWarning::Subject::Circuit, i, CircuitLabel(c, i));
         const bool knownPhase = IsPhaseText(c.m_strPhase);
         if (!knownPhase) {
@@ -127,7 +126,7 @@ CCheckWarnings CheckCircuits(const CLoadCalDocument& doc)
                 continue;
             }
             anyPiece = true;
-            if (FindTransformer(doc.transformers, piece) < 0) {
+            if (FindTransformer(transformers, piece) < 0) {
                 w.Add(CLoadCalData::kTransformer,
                       L"归属变压器 " + Quoted(piece) + L" 不存在，该回路不计入它");
             }
@@ -135,6 +134,14 @@ CCheckWarnings CheckCircuits(const CLoadCalDocument& doc)
         if (!anyPiece) {
             w.Add(CLoadCalData::kTransformer, L"没有归属变压器，该回路不计入任何变压器");
         }
+    }
+}
+
+CCheckWarnings CheckCircuits(const CLoadCalDocument& doc)
+{
+    CCheckWarnings out;
+    for (int i = 0; i < doc.loads.GetSize(); ++i) {
+        CheckCircuit(doc.loads[i], i, doc.transformers, out);
     }
     return out;
 }

@@ -49,6 +49,10 @@ inline constexpr std::array<int, 8> kTransformerResultFields = {
 /// circuit out of the transformers: a phase text that is not one of the
 /// four, an owner piece naming no transformer, no owner at all.
 CCheckWarnings CheckCircuits(const CLoadCalDocument& doc);
+/// The same for circuit i alone, appended to out (CheckCircuits is this for
+/// every circuit in order).
+void CheckCircuit(const CLoadCalData& circuit, int i, const CTransformerArray& transformers,
+                  CCheckWarnings& out);
 /// The transformers' problems, in list order: a name holding ",", expected
 /// load rate, α, β or target power factor outside (0, 1], results that are
 /// not finite, a rated capacity of "0" (the load beyond the standard series),

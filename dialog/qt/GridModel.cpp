@@ -54,6 +54,9 @@ QVariant CGridModel::CellData(const CGridCell& cell, int role) const
             if (cell.markColour != CLR_DEFAULT) {
                 return QBrush(ToQColor(cell.markColour));
             }
+            if (cell.warningColour != CLR_DEFAULT) {
+                return QBrush(ToQColor(cell.warningColour));
+            }
             if (cell.bkColour != CLR_DEFAULT) {
                 return QBrush(ToQColor(cell.bkColour));
             }
@@ -65,11 +68,16 @@ QVariant CGridModel::CellData(const CGridCell& cell, int role) const
             return {};
         case Qt::TextAlignmentRole:
             return QVariant::fromValue(AlignmentOf(cell.format));
-        case Qt::ToolTipRole:
-            if (!cell.tip.empty()) {
-                return ToQString(cell.tip);
+        case Qt::ToolTipRole: {
+            std::wstring tip = cell.tip;
+            if (!cell.warning.empty()) {
+                tip += (tip.empty() ? L"" : L"\n") + cell.warning;
+            }
+            if (!tip.empty()) {
+                return ToQString(tip);
             }
             return {};
+        }
         case CellKindRole:
             return static_cast<int>(cell.kind);
         case ComboOptionsRole: {

@@ -103,8 +103,7 @@ TEST(FailedSave, SaveAsThatFailsChangesNeitherPathNorTitleNorRecentList)
 
 TEST(FailedSave, TheSaveQuestionsYesThatFailsStopsEveryCommandThatAsked)
 {
-    const unsigned commands[] = {res::ID_FILE_NEW,  res::ID_FILE_OPEN,      4000,
-                                 res::ID_FILE_EXIT, res::ID_OUTPUT_DRAWING, res::ID_OUTPUT_EXCEL,
+    const unsigned commands[] = {res::ID_FILE_NEW, res::ID_FILE_OPEN, 4000, res::ID_FILE_EXIT,
                                  IDCANCEL};
     for (const unsigned command : commands) {
         SCOPED_TRACE(command);
@@ -149,7 +148,7 @@ TEST(FailedSave, AnUntitledDocumentWhoseFirstSaveFailsStaysUntitled)
     // Saving somewhere else then lets the output go on.
     f.ui.boxAnswers = {IDYES};
     f.ui.saveAnswers.push_back(f.folder.File("good.LDC"));
-    f.dlg->OnOutputExcel();
-    EXPECT_EQ(f.dlg->GetOutputMode(), 2);
+    f.dlg->OnFileExit();
+    EXPECT_EQ(f.ui.endResults, (std::vector<int>{IDOK}));
     EXPECT_EQ(CircuitsIn(f.folder.File("good.LDC")), 1);
 }

@@ -147,6 +147,7 @@ TEST(LoadRows, DeleteRemovesSelectedRowsAndDropsCutOnesFromTheClipboard)
     f.SelectRows(GridId::Load, 2, 3);
     f.dlg->OnCutRows(GridId::Load);
     f.SelectRows(GridId::Load, 3, 5);
+    f.ui.boxAnswers = {IDYES};
     f.dlg->OnDeleteRows(GridId::Load);
 
     EXPECT_EQ(f.RecordNames(), L"AB");
