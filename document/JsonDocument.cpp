@@ -39,6 +39,7 @@ constexpr std::array<const char*, CTransformerCalData::kFieldCount> kTransformer
 constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
 constexpr const char* kTotalsKey = "totals";
+constexpr const char* kWarningsKey = "warnings";
 
 template <class Record, size_t N>
 Json RecordToJson(const Record& r, const std::array<const char*, N>& keys)
@@ -102,7 +103,8 @@ std::string PlainParseMessage(const std::string& what)
 
 }  // namespace
 
-std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals)
+std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals,
+                           const std::vector<std::wstring>* warnings)
 {
     // The text of doc.dump(2) for the whole document, written one record at a
     // time so that the document never exists as one JSON tree in memory.
@@ -139,6 +141,16 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
                 {"cos", ToUtf8(totals.powerFactor)},
                 {"I", ToUtf8(totals.current)}},
            "  ");
+    if (warnings != nullptr) {
+        Json texts = Json::array();
+        for (const std::wstring& w : *warnings) {
+            texts.push_back(ToUtf8(w));
+        }
+        out += ",\n  \"";
+        out += kWarningsKey;
+        out += "\": ";
+        append(texts, "  ");
+    }
     out += "\n}\n";
     return out;
 }
@@ -155,7 +167,8 @@ void DocumentFromJson(std::string_view json, const std::string& source, CLoadCal
         Fail(source, "top level", "expected an object with \"loads\" and \"transformers\"");
     }
     for (const auto& [key, value] : root.items()) {
-        if (key != kLoadsKey && key != kTransformersKey && key != kTotalsKey) {
+        if (key != kLoadsKey && key != kTransformersKey && key != kTotalsKey &&
+            key != kWarningsKey) {
             Fail(source, "top level", "unknown key \"" + key + "\"");
         }
     }

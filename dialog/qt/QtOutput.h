@@ -1,5 +1,8 @@
 #pragma once
 
+#include "dialog/OutputWriter.h"
+#include "output/CadHost.h"
+
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -48,6 +51,41 @@ public:
 
 private:
     bool m_bOpen;
+    IFileOpener* m_pOpener;
+};
+
+/// Asks for the drawing's base point in a small dialog of the window: X, Y
+/// and Z, each 0 at first. The point, or nothing when cancelled.
+std::optional<CadPoint> AskBasePoint(QWidget* parent = nullptr, IModalRunner* runner = nullptr);
+
+/// What the window's outputs take from the command line that started it.
+struct QtOutputOptions {
+    std::optional<std::filesystem::path> drawing;   ///< else asked in a save dialog
+    std::optional<std::filesystem::path> workbook;  ///< else asked in a save dialog
+    std::optional<CadPoint> base;                   ///< else asked (AskBasePoint)
+    double scale = 1.0;
+    bool open = true;                ///< hand each written file to the desktop
+    IModalRunner* runner = nullptr;  ///< modal boxes' answerer (null: the user)
+};
+
+/// The window's drawing and workbook: the file from the options or a save
+/// dialog, the base point from the options or AskBasePoint, written through
+/// output/ (ExportDrawing, WriteWorkbook) and handed to the desktop. A
+/// cancelled question cancels the output only. The opener is borrowed
+/// (null: CQtFileOpener).
+class CQtOutputWriter final : public IOutputWriter {
+public:
+    explicit CQtOutputWriter(QtOutputOptions options, IFileOpener* opener = nullptr)
+        : m_options(std::move(options)), m_pOpener(opener)
+    {}
+    COutputResult WriteDrawing(const CLoadCalDocument& doc, const SummaryTotals& totals,
+                               const std::wstring& archivePath) override;
+    COutputResult WriteWorkbook(const CLoadCalDocument& doc, const SummaryTotals& totals,
+                                const std::wstring& archivePath) override;
+
+private:
+    COutputResult Written(const std::filesystem::path& file);
+    QtOutputOptions m_options;
     IFileOpener* m_pOpener;
 };
 

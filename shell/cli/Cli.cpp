@@ -14,6 +14,7 @@
 #include "document/DocumentError.h"
 #include "document/JsonDocument.h"
 #include "model/Calculation.h"
+#include "model/Checks.h"
 #include "model/Text.h"
 #include "output/DrawingExport.h"
 #include "output/ExcelExport.h"
@@ -130,7 +131,17 @@ void AddCalc(CLI::App& app, CliRun& run)
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
             }
-            PrintDocument(run, doc, totals);
+            // The document's problems, as the window marks them.
+            std::vector<std::wstring> warnings;
+            for (const CCheckWarning& w : CheckDocument(doc)) {
+                warnings.push_back(w.text);
+                run.err << "warning: " << ToUtf8(w.text) << "\n";
+            }
+            if (run.json) {
+                run.out << DocumentToJson(doc, totals, &warnings);
+            } else {
+                PrintDocument(run, doc, totals);
+            }
         };
     });
 }
@@ -206,7 +217,9 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->add_option("--pdf", run.pdf, "calculation book to write (.pdf)")->required();
     cmd->callback([&run] {
         run.action = [&run] {
-            const CLoadCalDocument doc = ReadInput(run);
+            // The book shows figures that follow from the inputs.
+            CLoadCalDocument doc = ReadInput(run);
+            RecalculateDocument(doc);
             WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
                                  {BookProjectName(FromUtf8(run.input)), {}});
         };
