@@ -1,6 +1,7 @@
 // The calculation window over the controller, driven as a user drives it:
 // typing and picking in the grids, the choice list, menus, toolbar, keys,
 // the close box and resizing.
+#include <QStatusBar>
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
