@@ -1,7 +1,6 @@
 // The calculation window over the controller, driven as a user drives it:
 // typing and picking in the grids, the choice list, menus, toolbar, keys,
 // the close box and resizing.
-#include <QStatusBar>
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -14,6 +13,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QtTest>
@@ -317,7 +317,7 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     QCOMPARE(LinesOf(functions), (QList<MenuLine>{{"绘制到Acad(&D)", 32772},
                                                   {"输出到Excell(&E)", 32773},
                                                   {"生成计算书(&B)", 32795},
-                                                  {"", 0},
+                                                  separator,
                                                   {"全部重算\tF9", 32796}}));
 
     QMenu& help = TopMenu(3);
@@ -399,7 +399,7 @@ void WindowTest::closingAModifiedDocumentAsksTheSaveQuestion()
     m_runner->answers.push_back(Click(QMessageBox::No));
     QTest::keyClick(&LoadView(), Qt::Key_Escape);
     QCOMPARE(m_runner->boxes.size(), size_t(2));
-    QCOMPARE(m_runner->boxes[2].text, box.text);
+    QCOMPARE(m_runner->boxes[1].text, box.text);
     QVERIFY(!m_window->isVisible());
     QCOMPARE(m_dialog->GetEndResult(), std::optional<int>(IDCANCEL));
 }
@@ -490,7 +490,10 @@ void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
         LoadGrid().SetFocusCell(i, 13);
         m_dialog->OnChoiceReport({L"T1"});
     }
-    const QString title = m_window->windowTitle().remove(QStringLiteral("[*]"));
+    // The title holds Qt's "[*]" mark of the modified state.
+    const QString rawTitle = m_window->windowTitle();
+    QVERIFY(rawTitle.endsWith(QStringLiteral("[*]")));
+    const QString title = QString(rawTitle).remove(QStringLiteral("[*]"));
 
     // A timer sees the progress in the title only if it fires while the
     // search runs, that is if the window lets events through as the title
@@ -508,7 +511,7 @@ void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
     const QString progress = title + QStringLiteral(" 变压器 T1 - 已完成");
     QVERIFY(std::any_of(titlesSeen.begin(), titlesSeen.end(),
                         [&](const QString& seen) { return seen.startsWith(progress); }));
-    QCOMPARE(m_window->windowTitle(), title);
+    QCOMPARE(m_window->windowTitle(), rawTitle);
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     QVERIFY(m_runner->boxes[0].text.startsWith(QStringLiteral("变压器T1\nL1,N项电流为: ")));
     QCOMPARE(m_runner->boxes[0].title, QStringLiteral("loadcal"));
