@@ -513,6 +513,9 @@ void CLoadCalDiaog::OnCalculationBook()
     if (!path) {
         return;
     }
+    // The book prints what the window shows: figures a recalculation would
+    // change are put right first, as one undo step, as 全部重算 does.
+    OnRecalculateAll();
     try {
         if (!m_pBookWriter->WriteBook(m_document, m_strFilePath, *path)) {
             MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,

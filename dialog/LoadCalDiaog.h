@@ -179,9 +179,10 @@ public:
     /// The document's problems as the grids mark them (CheckDocument).
     const CCheckWarnings& GetWarnings() const { return m_warnings; }
     /// 生成计算书: asks for the PDF file in a save dialog proposing the
-    /// archive's name with ".pdf", has the book of the records as they stand
-    /// written and shown; a failure is reported in a box. Unlike the two
-    /// output commands the dialog stays open and the document unchanged.
+    /// archive's name with ".pdf", recalculates the document when that
+    /// changes a figure (one undo step, as OnRecalculateAll), then has the
+    /// book of the records written and shown; a failure is reported in a
+    /// box. The dialog stays open.
     void OnCalculationBook();
     /// Cancel button, close box, and Escape once it got past its own question.
     void OnCancel();
