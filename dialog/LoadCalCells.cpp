@@ -8,13 +8,14 @@
 #include "dialog/LoadCalTexts.h"
 #include "dialog/NumberText.h"
 #include "dialog/TabText.h"
+#include "document/InterDpData.h"
 #include "model/Text.h"
 
 namespace loadcal {
 namespace {
 
 /// The most circuits (and transformers) an archive's reader counts.
-constexpr int kArchiveMostRecords = 32767;
+constexpr int kArchiveMostRecords = static_cast<int>(kIdpMaxChildren);
 
 bool IsBlankLine(const std::vector<std::wstring>& line)
 {
@@ -401,7 +402,11 @@ void CLoadCalDiaog::RunOutput(bool drawing)
         case COutputResult::Status::Cancelled:
             return;
         case COutputResult::Status::Failed:
-            MessageBox(result.error, texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+            MessageBox(result.path.empty()
+                           ? texts::FormatText(texts::kOutputStoppedFormat, result.error)
+                           : texts::FormatText(texts::kOutputFailedFormat, result.path,
+                                               texts::CauseOf(ToUtf8(result.error), result.path)),
+                       texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
             return;
         case COutputResult::Status::Written:
             Ui().SetStatusText(texts::FormatText(texts::kOutputWrittenFormat, result.path));

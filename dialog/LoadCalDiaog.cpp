@@ -20,15 +20,23 @@
 namespace loadcal {
 namespace {
 
-/// The cause in a document-layer message ("cannot write \"PATH\": CAUSE"):
-/// what follows the quoted path, or the whole message when it names no path.
-std::wstring CauseOf(const std::string& message, const std::wstring& path)
+/// What is wrong with an archive its reader refused, in the user's words.
+std::wstring_view ArchiveProblem(int16_t status)
 {
-    std::string quoted = "\"";
-    quoted += ToUtf8(path);
-    quoted += "\": ";
-    const size_t pos = message.find(quoted);
-    return FromUtf8(pos == std::string::npos ? message : message.substr(pos + quoted.size()));
+    switch (static_cast<IdpStatus>(status)) {
+        case IdpStatus::FileNotFound:
+            return texts::kArchiveNotFound;
+        case IdpStatus::IoError:
+            return texts::kArchiveUnreadable;
+        case IdpStatus::BadMagic:
+            return texts::kArchiveNotAnArchive;
+        case IdpStatus::BadVersion:
+            return texts::kArchiveUnknownVersion;
+        case IdpStatus::Truncated:
+            return texts::kArchiveTruncated;
+        default:
+            return texts::kArchiveDamaged;
+    }
 }
 
 }  // namespace
@@ -319,10 +327,11 @@ bool CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
     // Read into a tree of its own: a file that does not read back whole is
     // never half-opened, and its recent entry stays where it was.
     auto tree = std::make_unique<CInterDpData>();
-    if (tree->ReadDataFromIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
-        MessageBox(
-            texts::FormatText(texts::kOpenFailedFormat, path, CauseOf(tree->LastError(), path)),
-            texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+    if (const int16_t status = tree->ReadDataFromIdpFile(path);
+        status != static_cast<int16_t>(IdpStatus::Ok)) {
+        MessageBox(texts::FormatText(texts::kOpenFailedFormat, path, ArchiveProblem(status),
+                                     texts::CauseOf(tree->LastError(), path)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
     m_strFilePath = path;
@@ -350,20 +359,32 @@ int CLoadCalDiaog::SaveDocument()
         m_pIdpData = std::make_unique<CInterDpData>();
     }
     m_pIdpData->ClearDataFromMemory();
-    std::string error;
-    try {
-        StoreDocument(*m_pIdpData, m_document);
-        if (m_pIdpData->WriteDataToIdpFile(m_strFilePath) != static_cast<int16_t>(IdpStatus::Ok)) {
-            error = m_pIdpData->LastError();
+    // A document the archive cannot hold is refused before anything is written.
+    std::wstring reason;
+    const int most = static_cast<int>(kIdpMaxChildren);
+    if (m_arrLoad.GetSize() > most) {
+        reason = texts::FormatText(texts::kTooManyRecordsFormat,
+                                   std::to_wstring(m_arrLoad.GetSize()), texts::kCircuits);
+    } else if (m_arrTransformer.GetSize() > most) {
+        reason =
+            texts::FormatText(texts::kTooManyRecordsFormat,
+                              std::to_wstring(m_arrTransformer.GetSize()), texts::kTransformers);
+    } else {
+        try {
+            StoreDocument(*m_pIdpData, m_document);
+            if (m_pIdpData->WriteDataToIdpFile(m_strFilePath) !=
+                static_cast<int16_t>(IdpStatus::Ok)) {
+                reason = texts::FormatText(texts::kWriteFailedFormat,
+                                           texts::CauseOf(m_pIdpData->LastError(), m_strFilePath));
+            }
+        } catch (const DocumentError& e) {
+            reason = texts::FormatText(texts::kWriteFailedFormat,
+                                       texts::CauseOf(e.what(), m_strFilePath));
         }
-    } catch (const DocumentError& e) {
-        // A document the archive cannot hold is refused before anything is written.
-        error = e.what();
     }
-    if (!error.empty()) {
+    if (!reason.empty()) {
         // The file keeps its previous content, the document its changes.
-        MessageBox(texts::FormatText(texts::kSaveFailedFormat, m_strFilePath,
-                                     CauseOf(error, m_strFilePath)),
+        MessageBox(texts::FormatText(texts::kSaveFailedFormat, m_strFilePath, reason),
                    texts::kSaveCaption, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
@@ -522,7 +543,9 @@ void CLoadCalDiaog::OnCalculationBook()
                        MB_OK);
         }
     } catch (const std::exception& e) {
-        MessageBox(FromUtf8(e.what()), texts::kApplicationName, MB_OK);
+        MessageBox(
+            texts::FormatText(texts::kBookFailedFormat, *path, texts::CauseOf(e.what(), *path)),
+            texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
     }
 }
 

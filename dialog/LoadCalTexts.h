@@ -88,14 +88,37 @@ inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有�
 /// second is filled twice with the leading part that reads (FormatText).
 inline constexpr std::wstring_view kNotANumberTip = L"不是数字，按 0 计算";
 inline constexpr std::wstring_view kNumberPrefixTipFormat = L"只有开头的“%s”是数字，按 %s 计算";
-/// A save that failed: the path and the system's reason (FormatText with two
+/// A save that failed: the path and the reason (FormatText with two
 /// arguments); the document stays modified, the file as it was.
 inline constexpr std::wstring_view kSaveFailedFormat =
     L"保存文件 \"%s\" 失败：%s\n文档没有保存，修改仍在窗口中。";
+/// The reason of a failed write, with the system's own text in brackets.
+inline constexpr std::wstring_view kWriteFailedFormat = L"无法写入文件（%s）";
+/// A document with more records than an archive's reader counts (the
+/// count, then kCircuits or kTransformers).
+inline constexpr std::wstring_view kTooManyRecordsFormat =
+    L"文档有 %s 个%s，超过存档最多能保存的 32767 个，文件没有写入";
+inline constexpr std::wstring_view kCircuits = L"回路";
+inline constexpr std::wstring_view kTransformers = L"变压器";
 /// An archive refused on opening (damaged, truncated, not an archive,
-/// unreadable): the path and what is wrong with it.
+/// unreadable): the path, what is wrong with it, and in brackets the
+/// reader's own text (FormatText with three arguments).
 inline constexpr std::wstring_view kOpenFailedFormat =
-    L"无法打开负荷计算存档文件 \"%s\"：%s\n当前文档保持不变。";
+    L"无法打开负荷计算存档文件 \"%s\"：%s（%s）\n当前文档保持不变。";
+/// What is wrong with an archive that is refused, by what its reader found.
+inline constexpr std::wstring_view kArchiveNotFound = L"文件不存在";
+inline constexpr std::wstring_view kArchiveUnreadable = L"无法读取该文件";
+inline constexpr std::wstring_view kArchiveNotAnArchive = L"这不是负荷计算存档文件";
+inline constexpr std::wstring_view kArchiveUnknownVersion = L"存档的格式版本无法识别";
+inline constexpr std::wstring_view kArchiveTruncated = L"文件不完整，内容没有到结尾就中断了";
+inline constexpr std::wstring_view kArchiveDamaged = L"文件内容已损坏";
+/// An output or the calculation book that could not be written: the file
+/// and, in brackets, the writer's own text; a previous file stays as it was.
+inline constexpr std::wstring_view kOutputFailedFormat =
+    L"文件 \"%s\" 没有写入（%s）\n原有的文件保持不变。";
+inline constexpr std::wstring_view kOutputStoppedFormat = L"输出没有完成（%s）";
+inline constexpr std::wstring_view kBookFailedFormat =
+    L"计算书 \"%s\" 没有生成（%s）\n原有的文件保持不变。";
 /// Offered at start for a recovery copy left by a window that did not end
 /// normally: the file it belonged to (or kUntitled) and when it was written.
 inline constexpr std::wstring_view kRecoveryQuestionFormat =
@@ -132,5 +155,11 @@ std::wstring FormatText(std::wstring_view format, std::wstring_view arg);
 /// first stays as it is).
 std::wstring FormatText(std::wstring_view format, std::wstring_view first,
                         std::wstring_view second);
+/// The cause in a lower layer's message ("cannot write \"PATH\": CAUSE"):
+/// what follows the quoted path, or the whole message when it names no path.
+std::wstring CauseOf(std::string_view message, std::wstring_view path);
+/// Replaces the first three "%s", in turn.
+std::wstring FormatText(std::wstring_view format, std::wstring_view first, std::wstring_view second,
+                        std::wstring_view third);
 
 }  // namespace loadcal::texts

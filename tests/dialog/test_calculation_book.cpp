@@ -120,8 +120,9 @@ TEST(CalculationBook, AFailureOrAMissingViewerIsToldAndTheDialogStaysOpen)
     f.ui.saveAnswers.push_back(L"/x/书.pdf");
     f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
     ASSERT_EQ(f.ui.boxes.size(), 1u);
-    EXPECT_EQ(f.ui.boxes[0].text, L"cannot write \"/x/书.pdf\": No space left on device");
-    EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
+    EXPECT_EQ(f.ui.boxes[0].text,
+              L"计算书 \"/x/书.pdf\" 没有生成（No space left on device）\n原有的文件保持不变。");
+    EXPECT_EQ(f.ui.boxes[0].style, MB_OK | MB_ICONEXCLAMATION);
 
     writer.failure = nullptr;
     writer.shown = false;

@@ -227,10 +227,13 @@ TEST(OneTruth, OutputsKeepTheWindowOpenAndSayWhereTheFileWent)
     EXPECT_NE(f.ui.boxes[0].text.find(L"/tmp/a.xlsx"), std::wstring::npos);
     writer.next = {COutputResult::Status::Cancelled, L"", false, L""};
     f.dlg->OnCommand(res::ID_OUTPUT_EXCEL);
-    writer.next = {COutputResult::Status::Failed, L"", false, L"写入 \"/x\" 失败"};
+    // A failure is told in Chinese, the writer's own text in brackets.
+    writer.next = {COutputResult::Status::Failed, L"/x/a.dxf", false,
+                   L"cannot write \"/x/a.dxf\": No space left on device"};
     f.dlg->OnCommand(res::ID_OUTPUT_DRAWING);
     ASSERT_EQ(f.ui.boxes.size(), 2U);
-    EXPECT_EQ(f.ui.boxes[1].text, L"写入 \"/x\" 失败");
+    EXPECT_EQ(f.ui.boxes[1].text,
+              L"文件 \"/x/a.dxf\" 没有写入（No space left on device）\n原有的文件保持不变。");
     EXPECT_TRUE(f.ui.endResults.empty());
     EXPECT_EQ(f.dlg->GetOutputMode(), 0);
     ASSERT_EQ(writer.totals.size(), 4U);

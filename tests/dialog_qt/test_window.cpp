@@ -881,9 +881,9 @@ void WindowTest::aFailedSaveIsShownAndTheDocumentStaysModified()
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     const test::ShownBox box = m_runner->boxes[0];
     QCOMPARE(box.title, QStringLiteral("文件保存"));
-    QCOMPARE(box.text,
-             QStringLiteral("保存文件 \"") + path +
-                 QStringLiteral("\" 失败：File too large\n文档没有保存，修改仍在窗口中。"));
+    QCOMPARE(box.text, QStringLiteral("保存文件 \"") + path +
+                           QStringLiteral("\" 失败：无法写入文件（File too large）\n"
+                                          "文档没有保存，修改仍在窗口中。"));
     QCOMPARE(box.icon, QMessageBox::Warning);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QVERIFY(!QFileInfo::exists(path));
@@ -916,7 +916,7 @@ void WindowTest::aDamagedArchiveIsRefusedAndTheDocumentStays()
     QCOMPARE(m_runner->boxes.size(), size_t(2));
     const test::ShownBox box = m_runner->boxes[1];
     QVERIFY2(box.text.startsWith(QStringLiteral("无法打开负荷计算存档文件 \"") + bad +
-                                 QStringLiteral("\"：")),
+                                 QStringLiteral("\"：文件不完整，内容没有到结尾就中断了（")),
              qPrintable(box.text));
     QVERIFY2(box.text.contains(QStringLiteral("truncated")), qPrintable(box.text));
     QCOMPARE(box.icon, QMessageBox::Warning);
