@@ -1,11 +1,16 @@
 #include "dialog/qt/QtOutput.h"
 
+#include <QCoreApplication>
 #include <QDesktopServices>
 #include <QDialog>
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
+#include <QEventLoop>
 #include <QFormLayout>
 #include <QLabel>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTimer>
 #include <QUrl>
 #include <QVBoxLayout>
 #include <system_error>
@@ -46,7 +51,41 @@ void CQtMessageSink::ShowMessage(const std::wstring& text)
 
 bool CQtFileOpener::Open(const std::filesystem::path& file)
 {
-    return QDesktopServices::openUrl(QUrl::fromLocalFile(ToQPath(file)));
+    const QString launcher = m_launcher.empty()
+                                 ? QStandardPaths::findExecutable(QStringLiteral("xdg-open"))
+                                 : ToQString(m_launcher);
+    if (launcher.isEmpty()) {
+        return QDesktopServices::openUrl(QUrl::fromLocalFile(ToQPath(file)));
+    }
+    // Owned by the application, so that a launcher that outlives the wait
+    // is not killed when this function returns.
+    auto* process = new QProcess(QCoreApplication::instance());
+    process->setProgram(launcher);
+    process->setArguments({ToQPath(file)});
+    process->setStandardOutputFile(QProcess::nullDevice());
+    process->setStandardErrorFile(QProcess::nullDevice());
+    QEventLoop loop;
+    QTimer timer;
+    timer.setSingleShot(true);
+    QObject::connect(&timer, &QTimer::timeout, &loop, &QEventLoop::quit);
+    QObject::connect(process, &QProcess::finished, &loop, &QEventLoop::quit);
+    QObject::connect(process, &QProcess::errorOccurred, &loop, &QEventLoop::quit);
+    process->start();
+    if (!process->waitForStarted()) {
+        delete process;
+        return false;
+    }
+    timer.start(static_cast<int>(m_wait.count()));
+    if (process->state() != QProcess::NotRunning) {
+        loop.exec(QEventLoop::ExcludeUserInputEvents);
+    }
+    if (process->state() != QProcess::NotRunning) {
+        QObject::connect(process, &QProcess::finished, process, &QObject::deleteLater);
+        return true;
+    }
+    const bool opened = process->exitStatus() == QProcess::NormalExit && process->exitCode() == 0;
+    delete process;
+    return opened;
 }
 
 bool CQtCalculationBookWriter::WriteBook(const CLoadCalDocument& doc,
@@ -131,6 +170,10 @@ std::optional<CadPoint> AskBasePoint(QWidget* parent, IModalRunner* runner)
     QObject::connect(buttons, &QDialogButtonBox::accepted, &dialog, &QDialog::accept);
     QObject::connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     layout->addWidget(buttons);
+    // X takes the keyboard with its 0 selected, so that typing replaces it
+    // (Tab selects the text of Y and Z likewise).
+    boxes[0]->setFocus();
+    boxes[0]->selectAll();
     CModalRunner interactive;
     IModalRunner& run = runner ? *runner : static_cast<IModalRunner&>(interactive);
     if (run.Exec(dialog) != QDialog::Accepted) {

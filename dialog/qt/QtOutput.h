@@ -3,6 +3,7 @@
 #include "dialog/OutputWriter.h"
 #include "output/CadHost.h"
 
+#include <chrono>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -32,10 +33,25 @@ private:
 };
 
 /// Hands a finished file to the desktop's default application for its type
-/// through Qt (QDesktopServices); false when none could be started.
+/// and tells whether one took it. Where the desktop has a launcher
+/// (xdg-open) it is run and its exit status decides: 0 is success, another
+/// status or a launcher that cannot start is failure ("no method available"
+/// when no application handles the type). A launcher still running after
+/// `wait` holds the application it started in the foreground and counts as
+/// success; it finishes on its own. The window repaints while it waits but
+/// takes no input. Without a launcher Qt's QDesktopServices decides.
 class CQtFileOpener final : public IFileOpener {
 public:
+    /// launcher: the program to run (empty: xdg-open found on the PATH).
+    explicit CQtFileOpener(std::wstring launcher = {},
+                           std::chrono::milliseconds wait = std::chrono::seconds(2))
+        : m_launcher(std::move(launcher)), m_wait(wait)
+    {}
     bool Open(const std::filesystem::path& file) override;
+
+private:
+    std::wstring m_launcher;
+    std::chrono::milliseconds m_wait;
 };
 
 /// The window's calculation book: rendered to PDF (output/report) and

@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
@@ -103,6 +105,8 @@ private slots:
     void aFailedSaveIsShownAndTheDocumentStaysModified();
     void aDamagedArchiveIsRefusedAndTheDocumentStays();
     void theRecoveryTimerKeepsACopyOfUnsavedChanges();
+    void theLaunchersExitStatusTellsWhetherAFileWasShown();
+    void theBasePointIsTypedOverTheZeroOfEachField();
 
 private:
     /// Types text into a grid cell through the view and ends the edit with Enter.
@@ -942,6 +946,65 @@ void WindowTest::theRecoveryTimerKeepsACopyOfUnsavedChanges()
     m_window->close();
     QVERIFY(!m_window->isVisible());
     QVERIFY(!QFileInfo::exists(copy));
+}
+
+void WindowTest::theLaunchersExitStatusTellsWhetherAFileWasShown()
+{
+    // xdg-open ends with 3 when no program handles the type: the window
+    // must hear that, not only that the launcher started.
+    const std::filesystem::path file = ToWString(m_folder->filePath("a.dxf"));
+    QVERIFY(CQtFileOpener(L"/bin/true").Open(file));
+    QVERIFY(!CQtFileOpener(L"/bin/false").Open(file));
+    QVERIFY(!CQtFileOpener(L"/nonexistent/xdg-open").Open(file));
+    const QString noMethod = m_folder->filePath("no-method");
+    {
+        QFile script(noMethod);
+        QVERIFY(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nexit 3\n");
+    }
+    QFile::setPermissions(noMethod, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    QVERIFY(!CQtFileOpener(ToWString(noMethod)).Open(file));
+
+    // A launcher that runs the viewer in the foreground is still running
+    // after the wait: shown, and the window is not held longer.
+    const QString foreground = m_folder->filePath("foreground");
+    {
+        QFile script(foreground);
+        QVERIFY(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nexec sleep 3\n");
+    }
+    QFile::setPermissions(foreground, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(CQtFileOpener(ToWString(foreground), std::chrono::milliseconds(200)).Open(file));
+    QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+}
+
+void WindowTest::theBasePointIsTypedOverTheZeroOfEachField()
+{
+    // Typing into X replaces its 0 (not "1000" from "100" before "0.000");
+    // Y and Z keep 0. (Tab selects the next field's text itself.)
+    QList<double> shownAtFirst;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        for (const char* name : {"X", "Y", "Z"}) {
+            auto* box = dialog.findChild<QDoubleSpinBox*>(QString::fromLatin1(name));
+            QVERIFY(box);
+            shownAtFirst.append(box->value());
+        }
+        QTest::keyClicks(dialog.findChild<QDoubleSpinBox*>(QStringLiteral("X")),
+                         QStringLiteral("-12.5"));
+        dialog.accept();
+    });
+    const std::optional<CadPoint> point = AskBasePoint(m_window.get(), m_runner.get());
+    QCOMPARE(shownAtFirst, (QList<double>{0.0, 0.0, 0.0}));
+    QVERIFY(point);
+    QCOMPARE(point->x, -12.5);
+    QCOMPARE(point->y, 0.0);
+    QCOMPARE(point->z, 0.0);
+
+    // Cancelled: no point.
+    m_runner->answers.push_back([](QDialog& dialog) { dialog.reject(); });
+    QVERIFY(!AskBasePoint(m_window.get(), m_runner.get()));
 }
 
 QTEST_MAIN(WindowTest)
