@@ -8,11 +8,19 @@ xdotool as a person drives it, for the two ways work used to get lost:
   delete  selects one cell (circuit 2's power factor), presses Delete, saves
           and leaves; all four circuits must still be there, circuit 2 with
           its power factor cleared.
+  outputs 绘制到Acad from the 功能 menu: the file dialog (Enter takes the
+          proposed name), the base-point dialog (X 100, Tab, Y 200, Enter);
+          no program shows the drawing (the desktop's launcher finds none),
+          so a box names the file; the window stays. 输出到Excell: the file
+          dialog cancelled (Esc) writes nothing and keeps the window; again
+          with the proposed name it writes the workbook. Esc then leaves
+          without a question. The drawing and the workbook are read back with
+          ezdxf and openpyxl.
 
 The archive is read back with `loadcal convert`. A screenshot of the window
 before leaving is kept as SCREENSHOT when given.
 
-usage: xdotool_one_truth.py LOADCAL SEED_RECENT_FILE rename|delete [SCREENSHOT]
+usage: xdotool_one_truth.py LOADCAL SEED_RECENT_FILE rename|delete|outputs [SCREENSHOT]
 """
 import json
 import os
@@ -39,9 +47,67 @@ def bands_with_right_edge(shot):
     return out
 
 
+def focus(env, title):
+    """Waits for a visible window whose whole title is `title` and gives it
+    the keyboard (there is no window manager to do that); its id."""
+    deadline = time.monotonic() + x.TIMEOUT
+    while True:
+        found = subprocess.run(["xdotool", "search", "--onlyvisible", "--name",
+                                "^%s$" % title], env=env, capture_output=True, text=True)
+        ids = found.stdout.split()
+        if ids:
+            x.xdo(env, "windowfocus", "--sync", ids[0])
+            return ids[0]
+        if time.monotonic() > deadline:
+            names = subprocess.run(["xdotool", "search", "--onlyvisible", "--name", ".",
+                                    "getwindowname", "%@"], env=env, capture_output=True,
+                                   text=True).stdout
+            x.fail("no window \"%s\"; windows: %s" % (title, names.split("\n")))
+        time.sleep(0.2)
+
+
+def visible(env, pattern):
+    return subprocess.run(["xdotool", "search", "--onlyvisible", "--name", pattern], env=env,
+                          capture_output=True, text=True).stdout.split()
+
+
+def outputs(env, scratch):
+    """The two outputs of the 功能 menu in the window that stays open."""
+    main_title = "需要系数法负荷计算『%s』" % os.path.join(scratch, "two.LDC")
+    focus(env, main_title)
+    x.xdo(env, "key", "alt+c", "Return")          # 绘制到Acad
+    focus(env, "另存为")
+    x.xdo(env, "key", "Return")                   # the proposed two.dxf
+    focus(env, "插入基点")
+    x.xdo(env, "type", "--delay", "20", "100")
+    x.xdo(env, "key", "Tab")
+    x.xdo(env, "type", "--delay", "20", "200")
+    x.xdo(env, "key", "Return")
+    focus(env, "loadcal")                         # no program shows the drawing
+    time.sleep(0.3)
+    x.xdo(env, "key", "Return")
+    focus(env, main_title)
+    x.xdo(env, "key", "alt+c", "Down", "Return")  # 输出到Excell
+    focus(env, "另存为")
+    x.xdo(env, "key", "Escape")                   # cancelled: that output only
+    focus(env, main_title)
+    if os.path.exists(os.path.join(scratch, "two.xlsx")):
+        x.fail("a cancelled workbook was written")
+    x.xdo(env, "key", "alt+c", "Down", "Return")
+    focus(env, "另存为")
+    x.xdo(env, "key", "Return")
+    focus(env, "loadcal")
+    time.sleep(0.3)
+    x.xdo(env, "key", "Return")
+    focus(env, main_title)
+    if visible(env, "^(另存为|插入基点|loadcal)$"):
+        x.fail("a box is still open")
+
+
 def main():
-    if len(sys.argv) not in (4, 5) or sys.argv[3] not in ("rename", "delete"):
-        x.fail("usage: xdotool_one_truth.py LOADCAL SEED_RECENT_FILE rename|delete [SHOT]")
+    if len(sys.argv) not in (4, 5) or sys.argv[3] not in ("rename", "delete", "outputs"):
+        x.fail("usage: xdotool_one_truth.py LOADCAL SEED_RECENT_FILE rename|delete|outputs "
+               "[SHOT]")
     loadcal, seed, scenario = sys.argv[1:4]
     shot_file = sys.argv[4] if len(sys.argv) == 5 else None
     with tempfile.TemporaryDirectory(prefix="loadcal-one-truth-") as scratch:
@@ -72,8 +138,16 @@ def main():
         os.mkdir(runtime, 0o700)
         suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)),
                                     "lsan-desktop.supp")
+        # The desktop's launcher finds no program for a file, as xdg-open
+        # does on a machine without one ("no method available": status 3).
+        launcher = os.path.join(scratch, "launcher")
+        os.mkdir(launcher)
+        with open(os.path.join(launcher, "xdg-open"), "w") as f:
+            f.write("#!/bin/sh\nexit 3\n")
+        os.chmod(os.path.join(launcher, "xdg-open"), 0o755)
         env = dict(os.environ, DISPLAY=display, XDG_RUNTIME_DIR=runtime,
-                   LSAN_OPTIONS="suppressions=" + suppressions)
+                   LSAN_OPTIONS="suppressions=" + suppressions,
+                   PATH=launcher + os.pathsep + os.environ.get("PATH", ""))
         env.pop("QT_QPA_PLATFORM", None)
         env.pop("WAYLAND_DISPLAY", None)
         window_proc = subprocess.Popen([program], env=env, stdout=subprocess.PIPE,
@@ -94,7 +168,9 @@ def main():
             def mid(band):
                 return (band[0] + band[1]) // 2
 
-            if scenario == "rename":
+            if scenario == "outputs":
+                outputs(env, scratch)
+            elif scenario == "rename":
                 name = (transformers[0][2] - 20, mid(transformers[0]))
                 x.click_and_type(env, name, "3#TR", "Return")
                 owner = (load[0][3] + 30, mid(load[0]))
@@ -112,7 +188,7 @@ def main():
             time.sleep(0.5)
             x.xdo(env, "key", "Escape")
             try:
-                _, err = window_proc.communicate(timeout=x.TIMEOUT)
+                out, err = window_proc.communicate(timeout=x.TIMEOUT)
             except subprocess.TimeoutExpired:
                 x.fail("the window did not close after Esc")
             if window_proc.returncode != 0:
@@ -124,6 +200,25 @@ def main():
             server.terminate()
             server.wait()
 
+        if scenario == "outputs":
+            if "基点" in out:
+                x.fail("the base point was asked on the terminal: %r" % out)
+            check = subprocess.run(
+                ["/usr/bin/python3", "-c",
+                 "import sys, ezdxf.recover, openpyxl\n"
+                 "doc, _ = ezdxf.recover.readfile(sys.argv[1])\n"
+                 "t = [e for e in doc.modelspace() if e.dxftype() == 'TEXT'"
+                 " and e.dxf.text == '回路编号'][0]\n"
+                 "ws = openpyxl.load_workbook(sys.argv[2]).active\n"
+                 "print(t.dxf.align_point.x, t.dxf.align_point.y, ws['A2'].value,"
+                 " ws['E2'].value)\n",
+                 os.path.join(scratch, "two.dxf"), os.path.join(scratch, "two.xlsx")],
+                capture_output=True, text=True, timeout=x.TIMEOUT)
+            # Base 100,200: the first title at the first 30 x 10 cell's centre.
+            if check.returncode != 0 or check.stdout.split() != ["115.0", "195.0", "WP1", "10"]:
+                x.fail("drawing and workbook read back as %r %r" % (check.stdout, check.stderr))
+            print("ok")
+            return
         saved = os.path.join(scratch, "saved.json")
         x.run([program, "convert", archive, saved])
         with open(saved, encoding="utf-8") as f:
