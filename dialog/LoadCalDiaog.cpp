@@ -537,15 +537,20 @@ void CLoadCalDiaog::OnCalculationBook()
     // The book prints what the window shows: figures a recalculation would
     // change are put right first, as one undo step, as 全部重算 does.
     OnRecalculateAll();
+    bool shown = false;
     try {
-        if (!m_pBookWriter->WriteBook(m_document, m_strFilePath, *path)) {
-            MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
-                       MB_OK);
-        }
+        shown = m_pBookWriter->WriteBook(m_document, m_strFilePath, *path);
     } catch (const std::exception& e) {
         MessageBox(
             texts::FormatText(texts::kBookFailedFormat, *path, texts::CauseOf(e.what(), *path)),
             texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+        return;
+    }
+    // The status bar names the book, as after the other outputs.
+    Ui().SetStatusText(texts::FormatText(texts::kOutputWrittenFormat, *path));
+    if (!shown) {
+        MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
+                   MB_OK);
     }
 }
 

@@ -102,6 +102,7 @@ TEST(CalculationBook, TheBookOfTheRecordsAsTheyStandIsWrittenAndTheDialogStaysOp
     EXPECT_EQ(writer.calls[0].loads, f.dlg->GetLoads());
     EXPECT_EQ(writer.calls[0].transformers, f.dlg->GetTransformers());
     EXPECT_EQ(writer.calls[0].loads[0].m_strRatedPower, L"30");
+    EXPECT_EQ(f.ui.status, L"已写入 " + book);
 
     // Unlike the output commands: no save question, no end, no output mode.
     EXPECT_TRUE(f.ui.boxes.empty());
@@ -122,6 +123,7 @@ TEST(CalculationBook, AFailureOrAMissingViewerIsToldAndTheDialogStaysOpen)
     ASSERT_EQ(f.ui.boxes.size(), 1u);
     EXPECT_EQ(f.ui.boxes[0].text,
               L"计算书 \"/x/书.pdf\" 没有生成（No space left on device）\n原有的文件保持不变。");
+    EXPECT_EQ(f.ui.status, L"");
     EXPECT_EQ(f.ui.boxes[0].style, MB_OK | MB_ICONEXCLAMATION);
 
     writer.failure = nullptr;
