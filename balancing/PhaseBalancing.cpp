@@ -3,14 +3,11 @@
 #include <vector>
 
 #include "balancing/BalancingTexts.h"
+#include "model/Columns.h"
 #include "model/Numeric.h"
 
 namespace loadcal {
 namespace {
-
-// Load-grid columns of the total row refreshed after a balancing: rated
-// power, power factor, active, reactive and apparent power, current.
-constexpr int kTotalColumns[] = {5, 8, 9, 10, 11, 12};
 
 // Copies each copy's phase into the record it was taken from and shows it;
 // a position outside the list is skipped.
@@ -79,12 +76,23 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
         }
 
         const int n = copies.GetSize();
+        if (n == 0) {
+            continue;  // nothing to spread: three-phase circuits only
+        }
         if (n < 4) {
+            // Too few for a search: L1, L2, L3 in turn, and the run goes on.
+            double sums[3] = {0.0, 0.0, 0.0};
             for (int k = 0; k < n; ++k) {
-                copies[k].m_strPhase = phases[k];
+                copies[k].m_strPhase = phases[k % 3];
+                sums[k % 3] += ParseNumber(copies[k].m_strCalcI);
             }
+            const double t = threePhase / 3.0;
+            const double currents[3] = {sums[0] + t, sums[1] + t, sums[2] + t};
+            result.report += FormatPhaseReportBlock(owner, phases, currents);
+            result.report += kSmallGroupNote;
+            result.report += kReportBlockEnd;
             WritePhasesBack(loads, copies, indices, host);
-            return result;
+            continue;
         }
 
         std::vector<CBalanceItem> items(static_cast<size_t>(n));
@@ -108,8 +116,12 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
     }
 
     host.ShowReport(result.report);
-    for (const int column : kTotalColumns) {
-        host.RefreshTotalCell(column);
+    // The load grid's total-row cells, in column order.
+    for (size_t c = 0; c < kLoadColumns.size(); ++c) {
+        const TotalCell cell = kLoadColumns[c].total;
+        if (cell != TotalCell::None && cell != TotalCell::Label) {
+            host.RefreshTotalCell(static_cast<int>(c) + 1);
+        }
     }
     host.RecalculateAllTransformers();
     host.RefreshLoadGrid();

@@ -10,8 +10,7 @@ namespace loadcal {
 
 /// What one run of the phase-balancing command did.
 struct PhaseBalancingResult {
-    /// False when a transformer with fewer than four single-phase circuits
-    /// ended the command early (no report shown, nothing recalculated).
+    /// True once every group was done and the report shown.
     bool completed = false;
     /// The report text: the message shown, or the blocks gathered up to the
     /// early end.
@@ -20,9 +19,10 @@ struct PhaseBalancingResult {
 
 /// The phase-balancing command. Groups the circuits by their exact owner
 /// text (first appearance first); within a group every circuit whose phase
-/// is not exactly "L1,L2,L3,N" is single-phase. A group with fewer than four
-/// single-phase circuits gets phases[0], phases[1], phases[2] in turn and
-/// ends the whole command at once. Otherwise the search spreads the group's
+/// is not exactly "L1,L2,L3,N" is single-phase. Every group is done and
+/// reported in turn: a group with no single-phase circuit is skipped; one
+/// with fewer than four gets phases[0], phases[1], phases[2] in turn (its
+/// block says so); otherwise the search spreads the group's
 /// single-phase circuits over phases[0..2] (AssignPhases), the report gets the
 /// group's three phase currents (A), each with a third of the group's
 /// three-phase current added, and the new phases are written into loads and

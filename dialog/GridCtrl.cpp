@@ -440,6 +440,21 @@ bool CGridCtrl::SetItemBkColour(int row, int col, COLORREF colour)
     return true;
 }
 
+bool CGridCtrl::SetItemWarning(int row, int col, const std::wstring& text, COLORREF colour)
+{
+    CGridCell* cell = Cell(row, col);
+    if (!cell) {
+        return false;
+    }
+    const COLORREF shown = text.empty() ? CLR_DEFAULT : colour;
+    if (cell->warning != text || cell->warningColour != shown) {
+        cell->warning = text;
+        cell->warningColour = shown;
+        CellsChanged({row, col, row, col});
+    }
+    return true;
+}
+
 COLORREF CGridCtrl::GetItemBkColour(int row, int col) const
 {
     const CGridCell* cell = GetCell(row, col);

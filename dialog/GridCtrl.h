@@ -102,6 +102,10 @@ struct CGridCell {
     /// wrong: why, for a tool tip, and the background that shows it.
     std::wstring tip;
     COLORREF markColour = CLR_DEFAULT;
+    /// Set by the document's checks: the problems found with this cell's
+    /// figure, for a tool tip, and the background that shows them.
+    std::wstring warning;
+    COLORREF warningColour = CLR_DEFAULT;
 };
 
 /// A check of the texts of one column: the tool tip for a text it finds
@@ -196,6 +200,8 @@ public:
     /// any other text by the first option (or empty when there is none).
     bool SetCellCombo(int row, int col, std::vector<std::wstring> options, unsigned style,
                       const CBtnDataBase* btnData);
+    /// Marks a cell with the document checks' text (empty: no mark).
+    bool SetItemWarning(int row, int col, const std::wstring& text, COLORREF colour);
     /// Every text later written into a non-fixed cell of this column goes
     /// through check; a cell it finds wrong gets its tip and markColour.
     void SetColumnCheck(int col, CCellCheck check, COLORREF markColour);

@@ -20,15 +20,23 @@
 namespace loadcal {
 namespace {
 
-/// The cause in a document-layer message ("cannot write \"PATH\": CAUSE"):
-/// what follows the quoted path, or the whole message when it names no path.
-std::wstring CauseOf(const std::string& message, const std::wstring& path)
+/// What is wrong with an archive its reader refused, in the user's words.
+std::wstring_view ArchiveProblem(int16_t status)
 {
-    std::string quoted = "\"";
-    quoted += ToUtf8(path);
-    quoted += "\": ";
-    const size_t pos = message.find(quoted);
-    return FromUtf8(pos == std::string::npos ? message : message.substr(pos + quoted.size()));
+    switch (static_cast<IdpStatus>(status)) {
+        case IdpStatus::FileNotFound:
+            return texts::kArchiveNotFound;
+        case IdpStatus::IoError:
+            return texts::kArchiveUnreadable;
+        case IdpStatus::BadMagic:
+            return texts::kArchiveNotAnArchive;
+        case IdpStatus::BadVersion:
+            return texts::kArchiveUnknownVersion;
+        case IdpStatus::Truncated:
+            return texts::kArchiveTruncated;
+        default:
+            return texts::kArchiveDamaged;
+    }
 }
 
 }  // namespace
@@ -161,6 +169,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_OUTPUT_EXCEL:
         case res::ID_ADJUST_PHASES:
         case res::ID_CALCULATION_BOOK:
+        case res::ID_RECALCULATE_ALL:
             return true;
         case res::ID_EDIT_UNDO:
             return CanUndo();
@@ -211,6 +220,12 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_ADJUST_PHASES:
             OnAdjustPhases();
+            return true;
+        case res::ID_RECALCULATE_ALL:
+            OnRecalculateAll();
+            return true;
+        case res::ID_LOAD_INSERT:
+            OnInsertRow(GridId::Load);
             return true;
         case res::ID_EDIT_UNDO:
             OnEditUndo();
@@ -264,9 +279,8 @@ KeyDisposition CLoadCalDiaog::PreTranslateKeyDown(DialogKey key)
             if (PromptSaveDocument() == IDCANCEL) {
                 return KeyDisposition::DispatchToFocus;
             }
-            // The dialog manager turns Escape into Cancel, which asks again
-            // while the document is still modified (after a No).
-            OnCancel();
+            // Answered once: a No means leave without saving.
+            EndDialog(IDCANCEL);
             return KeyDisposition::Handled;
         case DialogKey::Other:
             break;
@@ -313,10 +327,22 @@ bool CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
     // Read into a tree of its own: a file that does not read back whole is
     // never half-opened, and its recent entry stays where it was.
     auto tree = std::make_unique<CInterDpData>();
-    if (tree->ReadDataFromIdpFile(path) != static_cast<int16_t>(IdpStatus::Ok)) {
-        MessageBox(
-            texts::FormatText(texts::kOpenFailedFormat, path, CauseOf(tree->LastError(), path)),
-            texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+    if (const int16_t status = tree->ReadDataFromIdpFile(path);
+        status != static_cast<int16_t>(IdpStatus::Ok)) {
+        MessageBox(texts::FormatText(texts::kOpenFailedFormat, path, ArchiveProblem(status),
+                                     texts::CauseOf(tree->LastError(), path)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+        return false;
+    }
+    // The tree read whole may still hold what this program cannot take (a
+    // rule set it does not know): refused the same way.
+    CLoadCalDocument read;
+    try {
+        RestoreDocument(tree.get(), read);
+    } catch (const DocumentError& e) {
+        MessageBox(texts::FormatText(texts::kOpenFailedFormat, path, texts::kArchiveUnknownContent,
+                                     texts::CauseOf(e.what(), path)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
         return false;
     }
     m_strFilePath = path;
@@ -324,8 +350,14 @@ bool CLoadCalDiaog::OpenExistingFile(const std::wstring& path)
     m_bModified = 0;
     RemoveRecoveryCopy();
     AddRecentFile(path);
-    LoadDocument();
+    ShowDocument(std::move(read));
     SetDocumentTitle();
+    // Figures that are missing or do not follow from the inputs are not
+    // shown as if they did: the user is offered a recalculation.
+    if (HasStaleFigures() && MessageBox(texts::kStaleFiguresQuestion, texts::kApplicationName,
+                                        MB_YESNO | MB_ICONQUESTION) == IDYES) {
+        OnRecalculateAll();
+    }
     return true;
 }
 
@@ -338,20 +370,32 @@ int CLoadCalDiaog::SaveDocument()
         m_pIdpData = std::make_unique<CInterDpData>();
     }
     m_pIdpData->ClearDataFromMemory();
-    std::string error;
-    try {
-        StoreDocument(*m_pIdpData, m_document);
-        if (m_pIdpData->WriteDataToIdpFile(m_strFilePath) != static_cast<int16_t>(IdpStatus::Ok)) {
-            error = m_pIdpData->LastError();
+    // A document the archive cannot hold is refused before anything is written.
+    std::wstring reason;
+    const int most = static_cast<int>(kIdpMaxChildren);
+    if (m_arrLoad.GetSize() > most) {
+        reason = texts::FormatText(texts::kTooManyRecordsFormat,
+                                   std::to_wstring(m_arrLoad.GetSize()), texts::kCircuits);
+    } else if (m_arrTransformer.GetSize() > most) {
+        reason =
+            texts::FormatText(texts::kTooManyRecordsFormat,
+                              std::to_wstring(m_arrTransformer.GetSize()), texts::kTransformers);
+    } else {
+        try {
+            StoreDocument(*m_pIdpData, m_document);
+            if (m_pIdpData->WriteDataToIdpFile(m_strFilePath) !=
+                static_cast<int16_t>(IdpStatus::Ok)) {
+                reason = texts::FormatText(texts::kWriteFailedFormat,
+                                           texts::CauseOf(m_pIdpData->LastError(), m_strFilePath));
+            }
+        } catch (const DocumentError& e) {
+            reason = texts::FormatText(texts::kWriteFailedFormat,
+                                       texts::CauseOf(e.what(), m_strFilePath));
         }
-    } catch (const DocumentError& e) {
-        // A document the archive cannot hold is refused before anything is written.
-        error = e.what();
     }
-    if (!error.empty()) {
+    if (!reason.empty()) {
         // The file keeps its previous content, the document its changes.
-        MessageBox(texts::FormatText(texts::kSaveFailedFormat, m_strFilePath,
-                                     CauseOf(error, m_strFilePath)),
+        MessageBox(texts::FormatText(texts::kSaveFailedFormat, m_strFilePath, reason),
                    texts::kSaveCaption, MB_OK | MB_ICONEXCLAMATION);
         return 0;
     }
@@ -486,24 +530,6 @@ void CLoadCalDiaog::OnFileExit()
     EndDialog(IDOK);
 }
 
-void CLoadCalDiaog::OnOutputDrawing()
-{
-    if (PromptSaveDocument() == IDCANCEL) {
-        return;
-    }
-    m_nOutputMode = 1;
-    EndDialog(IDOK);
-}
-
-void CLoadCalDiaog::OnOutputExcel()
-{
-    if (PromptSaveDocument() == IDCANCEL) {
-        return;
-    }
-    m_nOutputMode = 2;
-    EndDialog(IDOK);
-}
-
 void CLoadCalDiaog::OnCalculationBook()
 {
     if (!m_pBookWriter) {
@@ -519,13 +545,23 @@ void CLoadCalDiaog::OnCalculationBook()
     if (!path) {
         return;
     }
+    // The book prints what the window shows: figures a recalculation would
+    // change are put right first, as one undo step, as 全部重算 does.
+    OnRecalculateAll();
+    bool shown = false;
     try {
-        if (!m_pBookWriter->WriteBook(m_document, m_strFilePath, *path)) {
-            MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
-                       MB_OK);
-        }
+        shown = m_pBookWriter->WriteBook(m_document, m_strFilePath, *path);
     } catch (const std::exception& e) {
-        MessageBox(FromUtf8(e.what()), texts::kApplicationName, MB_OK);
+        MessageBox(
+            texts::FormatText(texts::kBookFailedFormat, *path, texts::CauseOf(e.what(), *path)),
+            texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+        return;
+    }
+    // The status bar names the book, as after the other outputs.
+    Ui().SetStatusText(texts::FormatText(texts::kOutputWrittenFormat, *path));
+    if (!shown) {
+        MessageBox(std::wstring(texts::kBookNotShown) + L"\n" + *path, texts::kApplicationName,
+                   MB_OK);
     }
 }
 
@@ -542,8 +578,9 @@ void CLoadCalDiaog::OnCancel()
 void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
 {
     Loads().Modify(record, [&phase](CLoadCalData& c) { c.m_strPhase = phase; });
-    m_gridLoad.SetItemText(record + 1, 4, phase);
-    m_gridLoad.RedrawCell(record + 1, 4);
+    const int col = GridColumnOfField(GridId::Load, CLoadCalData::kPhase);
+    m_gridLoad.SetItemText(record + 1, col, phase);
+    m_gridLoad.RedrawCell(record + 1, col);
 }
 
 void CLoadCalDiaog::ShowReport(const std::wstring& report)
@@ -556,8 +593,7 @@ void CLoadCalDiaog::OnAdjustPhases()
     if (!m_pExtremum) {
         throw std::logic_error("CLoadCalDiaog: phase balancing before OnInitDialog");
     }
-    // A transformer with fewer than four single-phase circuits ends the
-    // command early: no report, no recalculation (the command's own rule).
+    // Every owner group is spread and reported, a small one in turn.
     // The search works on a copy; each phase it sets comes back through
     // SetPhaseCell, which records it. The whole run is one undo step.
     CCommandScope command(*this);

@@ -14,11 +14,14 @@
 #include "dialog/ChoiceWindow.h"
 #include "dialog/EditHistory.h"
 #include "dialog/Geometry.h"
+#include "dialog/GridColumns.h"
 #include "dialog/GridCtrl.h"
 #include "dialog/LoadCalUi.h"
 #include "dialog/MenuModel.h"
+#include "dialog/OutputWriter.h"
 #include "document/RecentFiles.h"
 #include "model/Calculation.h"
+#include "model/Checks.h"
 #include "model/Columns.h"
 #include "model/Document.h"
 #include "model/Records.h"
@@ -27,12 +30,6 @@ namespace loadcal {
 
 class CInterDpData;
 class CRecoveryFiles;
-
-/// The two grids of the dialog.
-enum class GridId {
-    Load = 101,         ///< control 101: one row per load circuit
-    Transformer = 102,  ///< control 102: one row per transformer
-};
 
 /// Keys the dialog looks at before they are dispatched.
 enum class DialogKey { Enter, Escape, Other };
@@ -93,6 +90,8 @@ public:
     /// Background and tool tip of a number cell whose text is not wholly a
     /// number (see NumberCellTip).
     static constexpr COLORREF kNotANumberColour = RGB(255, 190, 190);
+    /// Background of a cell the document checks name (tool tip: the problem).
+    static constexpr COLORREF kWarningColour = RGB(255, 205, 120);
     /// Background of computed and total cells, and of the separator row.
     static constexpr COLORREF kComputedColour = RGB(255, 255, 128);
     static constexpr COLORREF kSeparatorColour = RGB(180, 180, 180);
@@ -119,6 +118,9 @@ public:
     void SetUi(ILoadCalUi* ui) { m_pUi = ui; }
     /// Who writes the calculation book (borrowed; none: the command does nothing).
     void SetBookWriter(ICalculationBookWriter* writer) { m_pBookWriter = writer; }
+    /// Who writes the drawing and the workbook (borrowed; none: those
+    /// commands do nothing).
+    void SetOutputWriter(IOutputWriter* writer) { m_pOutputWriter = writer; }
 
     // Window life and layout.
     /// WM_CREATE: the created size becomes the minimum tracking size.
@@ -150,12 +152,37 @@ public:
     void OnFileSave();
     void OnFileSaveAs();
     void OnFileExit();
+    /// 绘制到Acad and 输出到Excell: the file is written by the output writer
+    /// and the window stays open; the status bar names the file, and a box
+    /// says so (with the path) when no program could show it. Cancelling a
+    /// question of the output cancels that output only.
     void OnOutputDrawing();
     void OnOutputExcel();
+    /// 全部重算 (F9): every circuit, every transformer and the totals
+    /// recalculated, as one undo step (none when nothing changes).
+    void OnRecalculateAll();
+    /// True when a recalculation would change a computed figure of the
+    /// document or fill an empty one.
+    bool HasStaleFigures() const;
+    /// 插入 (Ctrl++): a new three-phase circuit above the load grid's focus
+    /// row (a circuit row or the entry row). The transformer grid has none.
+    void OnInsertRow(GridId grid);
+    /// Ctrl+D: the top cell of each selected column is typed into the
+    /// selected cells below it (circuit or transformer rows; the phase list,
+    /// figures and texts alike; not a transformer's name). One undo step.
+    void OnFillDown(GridId grid);
+    /// Delete: the selected editable cells are cleared as if each were
+    /// emptied by hand (one undo step); the phase keeps its value. A circuit
+    /// whose key cells all become empty goes, as by hand; when that would
+    /// remove more than one circuit or transformer the user is asked first.
+    void ClearSelectedCells(GridId grid);
+    /// The document's problems as the grids mark them (CheckDocument).
+    const CCheckWarnings& GetWarnings() const { return m_warnings; }
     /// 生成计算书: asks for the PDF file in a save dialog proposing the
-    /// archive's name with ".pdf", has the book of the records as they stand
-    /// written and shown; a failure is reported in a box. Unlike the two
-    /// output commands the dialog stays open and the document unchanged.
+    /// archive's name with ".pdf", recalculates the document when that
+    /// changes a figure (one undo step, as OnRecalculateAll), then has the
+    /// book of the records written and shown; a failure is reported in a
+    /// box. The dialog stays open.
     void OnCalculationBook();
     /// Cancel button, close box, and Escape once it got past its own question.
     void OnCancel();
@@ -186,14 +213,18 @@ public:
     /// is not the one the last Cut or Copy of this grid put there is pasted
     /// as a spreadsheet's rows (PasteText); otherwise it is 粘贴.
     void OnPasteKey(GridId grid, const std::wstring& clipboardText);
-    /// Delete: 删除.
-    void OnDeleteKey(GridId grid) { OnDeleteRows(grid); }
-    /// A spreadsheet's tab-separated rows at the grid's focus cell, which
-    /// must be in the entry row: each non-empty line becomes a record, typed
-    /// cell by cell from the focus column rightwards; computed columns, the
-    /// owner column and cells beyond the last column are left out. On the
-    /// transformer grid a line whose name is already taken is skipped (the
-    /// duplicate-name message is shown once). One undo step.
+    /// Delete: clears the selected cells (ClearSelectedCells); 删除 of the
+    /// context menu removes whole rows.
+    void OnDeleteKey(GridId grid) { ClearSelectedCells(grid); }
+    /// A spreadsheet's tab-separated rows at the grid's focus cell: line k
+    /// goes to row focus + k, cell j to column focus + j. Lines over existing
+    /// rows are typed over their cells; lines at and beyond the entry row
+    /// each become a new record, as if typed there. Computed columns, the
+    /// owner column, empty cells, a phase that is not one of the four and
+    /// cells beyond the last column are left out. On the transformer grid a
+    /// new line whose name is already taken or holds "," is skipped (the
+    /// message is shown once). A paste that would make more circuits than
+    /// an archive holds is refused with a message. One undo step.
     void PasteText(GridId grid, const std::wstring& text);
     /// The tab-separated text the last Cut or Copy of this grid produced.
     const std::wstring& GetClipboardText(GridId grid) const
@@ -241,6 +272,9 @@ public:
     int SaveDocument();
     /// Tree to records and grids (an absent tree gives the empty document); 1.
     int LoadDocument();
+    /// Makes a document read from a file the dialog's own and shows it in
+    /// the grids, as LoadDocument does with what it reads.
+    void ShowDocument(CLoadCalDocument doc);
     /// Puts a non-empty path at the head of the recent list and saves the list.
     void AddRecentFile(const std::wstring& path);
 
@@ -324,6 +358,17 @@ private:
     void EndDialog(int result);
     CFileDialogOptions FileDialogSpec() const;
     void SetDocumentTitle();
+    /// Recomputes the warnings after a step (null: everything) and marks
+    /// the cells they name.
+    void RefreshWarnings(const CDocumentStep* step);
+    /// Asks before one action removes count (more than one) records.
+    bool ConfirmRemoval(GridId grid, int count);
+    /// New circuits from pasted lines, each as if typed into the entry row,
+    /// added at once.
+    void AppendLoadLines(const std::vector<std::vector<std::wstring>>& lines, size_t first,
+                         int col);
+    /// Runs an output through the writer and tells the user where it went.
+    void RunOutput(bool drawing);
     /// Reads an archive and makes it the document; a file that cannot be read
     /// whole is refused with a box naming it and what is wrong, and the open
     /// document stays as it was (false).
@@ -338,8 +383,7 @@ private:
 
     /// Both grids with their titles: 14 and 17 columns, one fixed row and column.
     void CreateGrids();
-    template <size_t N>
-    void CreateGrid(CGridCtrl& grid, const std::array<TableColumn, N>& columns);
+    void CreateGrid(CGridCtrl& grid, std::span<const TableColumn> columns);
     void FillLoadGrid();
     void FillTransformerGrid();
     void FillLoadRow(int row, const CLoadCalData& record);
@@ -392,7 +436,6 @@ private:
     /// Undo (backwards) or redo of a step: records, grids, modified mark.
     void ApplyStep(const CDocumentStep& step, bool backwards);
     void EndPendingCut(GridId grid);
-    void PasteLoadLines(const std::vector<std::vector<std::wstring>>& lines, int col);
     void PasteTransformerLines(const std::vector<std::vector<std::wstring>>& lines, int col);
     std::wstring RowsAsText(GridId grid, const std::vector<int>& rows) const;
 
@@ -408,6 +451,14 @@ private:
     CTransformerArray& m_arrTransformer = m_document.transformers;
     int m_nOutputMode = 0;
     ICalculationBookWriter* m_pBookWriter = nullptr;
+    IOutputWriter* m_pOutputWriter = nullptr;
+    /// The warnings as the grids mark them: per circuit, the transformers',
+    /// the whole list, the transformer names the circuit checks saw, and the
+    /// cells marked.
+    std::vector<CCheckWarnings> m_circuitWarnings;
+    CCheckWarnings m_warnings;
+    std::vector<std::wstring> m_warnedNames;
+    std::vector<std::pair<GridId, CCellID>> m_markedCells;
     CBtnDataBase m_btnDataBase;
     int m_nGenerations = 1000;
     std::unique_ptr<CExtremum> m_pExtremum;

@@ -14,28 +14,6 @@
 namespace loadcal {
 namespace {
 
-/// The grand total a cell of the load grid's total row shows, by column;
-/// nothing for the columns without a total.
-std::optional<std::wstring> TotalOfColumn(const SummaryTotals& totals, int column)
-{
-    switch (column) {
-        case 5:
-            return totals.installed;
-        case 8:
-            return totals.powerFactor;
-        case 9:
-            return totals.active;
-        case 10:
-            return totals.reactive;
-        case 11:
-            return totals.apparent;
-        case 12:
-            return totals.current;
-        default:
-            return std::nullopt;
-    }
-}
-
 /// Record field shown in load grid column k + 1 (the field setters' index k).
 int LoadFieldOfIndex(int k)
 {
@@ -49,31 +27,19 @@ int TransformerFieldOfIndex(int k)
     return kTransformerColumns[static_cast<size_t>(k)].field;
 }
 
-/// Read-only, coloured columns of the transformer grid.
-bool IsComputedTransformerColumn(int col)
+constexpr int kLoadColumnCount = static_cast<int>(kLoadColumns.size());
+constexpr int kTransformerColumnCount = static_cast<int>(kTransformerColumns.size());
+
+int LoadColumn(int field)
 {
-    switch (col) {
-        case 2:
-        case 3:
-        case 7:
-        case 8:
-        case 9:
-        case 10:
-        case 13:
-        case 15:
-            return true;
-        default:
-            return false;
-    }
+    return GridColumnOfField(GridId::Load, field);
 }
 
-constexpr int kLoadPhaseColumn = 4;
-constexpr int kLoadVoltageColumn = 6;
-constexpr int kLoadDemandFactorColumn = 7;
-constexpr int kLoadPowerFactorColumn = 8;
-constexpr int kLoadOwnerColumn = 13;
-/// The total-row columns a refresh writes, in this order.
-constexpr int kTotalColumns[6] = {5, 8, 9, 10, 11, 12};
+bool IsComputed(GridId grid, int col)
+{
+    const TableColumn* column = ColumnAt(grid, col);
+    return column != nullptr && column->kind == ColumnKind::Computed;
+}
 
 std::wstring Join(const std::vector<std::wstring>& pieces)
 {
@@ -89,8 +55,7 @@ std::wstring Join(const std::vector<std::wstring>& pieces)
 
 }  // namespace
 
-template <size_t N>
-void CLoadCalDiaog::CreateGrid(CGridCtrl& grid, const std::array<TableColumn, N>& columns)
+void CLoadCalDiaog::CreateGrid(CGridCtrl& grid, std::span<const TableColumn> columns)
 {
     grid.DeleteAllItems();
     grid.EnableSelection(true);
@@ -102,21 +67,24 @@ void CLoadCalDiaog::CreateGrid(CGridCtrl& grid, const std::array<TableColumn, N>
     grid.SetRowCount(1);
     grid.SetFixedRowCount(1);
     grid.SetFixedColumnCount(1);
-    grid.SetColumnCount(static_cast<int>(N) + 1);
+    grid.SetColumnCount(static_cast<int>(columns.size()) + 1);
     grid.SetItem(0, 0, L"", 0, kTitleFormat);
-    for (size_t c = 0; c < N; ++c) {
+    for (size_t c = 0; c < columns.size(); ++c) {
         grid.SetItem(0, static_cast<int>(c) + 1, std::wstring(columns[c].title), 0, kTitleFormat);
+        if (columns[c].widthHint > 0) {
+            grid.SetColumnWidth(static_cast<int>(c) + 1, columns[c].widthHint);
+        }
     }
     grid.SetColumnWidth(0, kHeaderColumnWidth);
 }
 
 void CLoadCalDiaog::FillLoadRow(int row, const CLoadCalData& record)
 {
-    for (int c = 1; c <= 13; ++c) {
-        const bool computed = c >= 9 && c <= 12;
-        const unsigned state = c >= 9 ? GVIS_READONLY : 0;
-        m_gridLoad.SetItem(row, c, record.FieldAt(LoadFieldOfIndex(c - 1)), state, kDataFormat);
-        if (computed) {
+    for (int c = 1; c <= kLoadColumnCount; ++c) {
+        const TableColumn& column = kLoadColumns[static_cast<size_t>(c - 1)];
+        const unsigned state = column.IsEditable() ? 0 : GVIS_READONLY;
+        m_gridLoad.SetItem(row, c, record.FieldAt(column.field), state, kDataFormat);
+        if (column.kind == ColumnKind::Computed) {
             m_gridLoad.SetItemBkColour(row, c, kComputedColour);
         }
     }
@@ -126,32 +94,35 @@ void CLoadCalDiaog::FillLoadEntryRow(int row, const std::wstring& voltage,
                                      const std::wstring& demandFactor,
                                      const std::wstring& powerFactor)
 {
-    for (int c = 1; c <= 12; ++c) {
-        std::wstring text;
-        if (c == kLoadPhaseColumn) {
-            text = kPhaseThree;
-        } else if (c == kLoadVoltageColumn) {
-            text = voltage;
-        } else if (c == kLoadDemandFactorColumn) {
-            text = demandFactor;
-        } else if (c == kLoadPowerFactorColumn) {
-            text = powerFactor;
+    // The entry row proposes a three-phase circuit with these figures.
+    CLoadCalData proposal;
+    for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
+        proposal.FieldAt(f).clear();
+    }
+    proposal.m_strPhase = kPhaseThree;
+    proposal.m_strVoltage = voltage;
+    proposal.m_strDemandFactor = demandFactor;
+    proposal.m_strPowerFactor = powerFactor;
+    for (int c = 1; c <= kLoadColumnCount; ++c) {
+        const TableColumn& column = kLoadColumns[static_cast<size_t>(c - 1)];
+        if (!column.Has(column::kEntryCell)) {
+            continue;
         }
-        const bool computed = c >= 9;
-        m_gridLoad.SetItem(row, c, text, computed ? GVIS_READONLY : 0, kDataFormat);
-        if (computed) {
+        m_gridLoad.SetItem(row, c, proposal.FieldAt(column.field),
+                           column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
+        if (column.kind == ColumnKind::Computed) {
             m_gridLoad.SetItemBkColour(row, c, kComputedColour);
         }
     }
-    m_gridLoad.SetItem(row, kLoadOwnerColumn, L"", GVIS_READONLY, kDataFormat);
 }
 
 void CLoadCalDiaog::FillTransformerRow(int row, const CTransformerCalData& record)
 {
-    for (int c = 1; c <= 16; ++c) {
-        const bool computed = IsComputedTransformerColumn(c);
-        m_gridTransformer.SetItem(row, c, record.FieldAt(TransformerFieldOfIndex(c - 1)),
-                                  computed ? GVIS_READONLY : 0, kDataFormat);
+    for (int c = 1; c <= kTransformerColumnCount; ++c) {
+        const TableColumn& column = kTransformerColumns[static_cast<size_t>(c - 1)];
+        const bool computed = column.kind == ColumnKind::Computed;
+        m_gridTransformer.SetItem(row, c, record.FieldAt(column.field),
+                                  column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
         if (computed) {
             m_gridTransformer.SetItemBkColour(row, c, kComputedColour);
         }
@@ -160,25 +131,19 @@ void CLoadCalDiaog::FillTransformerRow(int row, const CTransformerCalData& recor
 
 void CLoadCalDiaog::FillTransformerEntryRow(int row)
 {
-    // Columns 1 to 15 only: column 16 of the entry row stays as the grid
-    // created it.
+    // Only the entry cells: the last column of the entry row stays as the
+    // grid created it. Typed figures propose a new transformer's defaults.
     const CTransformerCalData defaults;
-    for (int c = 1; c <= 15; ++c) {
-        const bool computed = IsComputedTransformerColumn(c);
-        std::wstring text;
-        switch (c) {
-            case 4:
-            case 5:
-            case 6:
-            case 11:
-            case 12:
-            case 14:
-                text = defaults.FieldAt(TransformerFieldOfIndex(c - 1));
-                break;
-            default:
-                break;
+    for (int c = 1; c <= kTransformerColumnCount; ++c) {
+        const TableColumn& column = kTransformerColumns[static_cast<size_t>(c - 1)];
+        if (!column.Has(column::kEntryCell)) {
+            continue;
         }
-        m_gridTransformer.SetItem(row, c, text, computed ? GVIS_READONLY : 0, kDataFormat);
+        const bool computed = column.kind == ColumnKind::Computed;
+        const std::wstring text =
+            column.kind == ColumnKind::Number ? defaults.FieldAt(column.field) : std::wstring();
+        m_gridTransformer.SetItem(row, c, text, column.IsEditable() ? 0 : GVIS_READONLY,
+                                  kDataFormat);
         if (computed) {
             m_gridTransformer.SetItemBkColour(row, c, kComputedColour);
         }
@@ -187,12 +152,20 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
 
 int CLoadCalDiaog::LoadDocument()
 {
-    RestoreDocument(m_pIdpData.get(), m_document);
+    CLoadCalDocument read;
+    RestoreDocument(m_pIdpData.get(), read);
+    ShowDocument(std::move(read));
+    return 1;
+}
+
+void CLoadCalDiaog::ShowDocument(CLoadCalDocument doc)
+{
+    m_document = std::move(doc);
     m_pOwnerIndex.reset();
     m_history.Clear(m_bModified == 0);
     FillLoadGrid();
     FillTransformerGrid();
-    return 1;
+    RefreshWarnings(nullptr);
 }
 
 void CLoadCalDiaog::FillLoadGrid()
@@ -209,14 +182,16 @@ void CLoadCalDiaog::FillLoadGrid()
         FillLoadEntryRow(n + 1, std::wstring(kVoltageThree),
                          n > 0 ? m_arrLoad[n - 1].m_strDemandFactor : defaults.m_strDemandFactor,
                          n > 0 ? m_arrLoad[n - 1].m_strPowerFactor : defaults.m_strPowerFactor);
-        for (int c = 1; c <= 13; ++c) {
+        for (int c = 1; c <= kLoadColumnCount; ++c) {
             m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
         }
         const SummaryTotals totals = OwnerIndex().Totals();
-        for (int c = 1; c <= 13; ++c) {
-            const std::wstring text =
-                c == 2 ? std::wstring(texts::kTotalLabel) : TotalOfColumn(totals, c).value_or(L"");
+        for (int c = 1; c <= kLoadColumnCount; ++c) {
+            const TotalCell cell = kLoadColumns[static_cast<size_t>(c - 1)].total;
+            const std::wstring text = cell == TotalCell::Label
+                                          ? std::wstring(texts::kTotalLabel)
+                                          : TotalText(totals, cell).value_or(L"");
             m_gridLoad.SetItem(n + 3, c, text, GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 3, c, kComputedColour);
         }
@@ -255,12 +230,11 @@ void CLoadCalDiaog::RecalculateRow(int i)
     Loads().Modify(i, [](CLoadCalData& c) { RecalculateCircuit(c); });
     const CLoadCalData& circuit = m_arrLoad[i];
     const int row = i + 1;
-    m_gridLoad.SetItemText(row, 9, circuit.m_strCalcP);
-    m_gridLoad.SetItemText(row, 10, circuit.m_strCalcQ);
-    m_gridLoad.SetItemText(row, 11, circuit.m_strCalcS);
-    m_gridLoad.SetItemText(row, 12, circuit.m_strCalcI);
-    for (int c = 9; c <= 12; ++c) {
-        m_gridLoad.RedrawCell(row, c);
+    for (int c = 1; c <= kLoadColumnCount; ++c) {
+        if (IsComputed(GridId::Load, c)) {
+            m_gridLoad.SetItemText(row, c, circuit.FieldAt(LoadFieldOfIndex(c - 1)));
+            m_gridLoad.RedrawCell(row, c);
+        }
     }
     if (m_bDeferRecalculation) {
         m_bRecalculationPending = true;
@@ -277,7 +251,8 @@ void CLoadCalDiaog::RefreshTotalCell(int column)
 
 void CLoadCalDiaog::ShowTotalCell(const SummaryTotals& totals, int column)
 {
-    const std::optional<std::wstring> total = TotalOfColumn(totals, column);
+    const TableColumn* spec = ColumnAt(GridId::Load, column);
+    const std::optional<std::wstring> total = spec ? TotalText(totals, spec->total) : std::nullopt;
     if (!total) {
         return;
     }
@@ -291,7 +266,7 @@ void CLoadCalDiaog::RefreshTotals()
     // Each cell shows the totals of the circuits as they stand; they are
     // computed once for all six cells.
     const SummaryTotals totals = OwnerIndex().Totals();
-    for (int column : kTotalColumns) {
+    for (int column = 1; column <= kLoadColumnCount; ++column) {
         ShowTotalCell(totals, column);
     }
     m_bModified = 1;
@@ -304,9 +279,11 @@ void CLoadCalDiaog::ShowTransformerResults(int index)
     }
     const CTransformerCalData& t = m_arrTransformer[index];
     const int row = index + 1;
-    for (int c : {2, 3, 7, 8, 9, 10, 13, 15}) {
-        m_gridTransformer.SetItemText(row, c, t.FieldAt(TransformerFieldOfIndex(c - 1)));
-        m_gridTransformer.RedrawCell(row, c);
+    for (int c = 1; c <= kTransformerColumnCount; ++c) {
+        if (IsComputed(GridId::Transformer, c)) {
+            m_gridTransformer.SetItemText(row, c, t.FieldAt(TransformerFieldOfIndex(c - 1)));
+            m_gridTransformer.RedrawCell(row, c);
+        }
     }
 }
 
@@ -362,11 +339,12 @@ void CLoadCalDiaog::ReplaceTransformerInCircuits(const std::wstring& oldName,
         if (joined != m_arrLoad[i].m_strTransformer) {
             loads.Modify(i, [&joined](CLoadCalData& c) { c.m_strTransformer = std::move(joined); });
         }
-        // Written to column 14, which the load grid does not have: the owner
-        // cell (column 13) keeps showing the old text until the grid is
-        // rebuilt.
-        m_gridLoad.SetItemText(i + 1, 14, m_arrLoad[i].m_strTransformer);
-        m_gridLoad.RedrawCell(i + 1, 14);
+        // The owner cell shows the list as it now stands.
+        const int ownerColumn = LoadColumn(CLoadCalData::kTransformer);
+        if (m_gridLoad.GetItemText(i + 1, ownerColumn) != m_arrLoad[i].m_strTransformer) {
+            m_gridLoad.SetItemText(i + 1, ownerColumn, m_arrLoad[i].m_strTransformer);
+            m_gridLoad.RedrawCell(i + 1, ownerColumn);
+        }
     }
 }
 
@@ -374,7 +352,7 @@ void CLoadCalDiaog::ReplaceTransformerInCircuits(const std::wstring& oldName,
 
 void CLoadCalDiaog::SetLoadField(int i, int k, const std::wstring& text)
 {
-    if (i < 0 || i > m_arrLoad.GetSize() || k < 0 || k > 12) {
+    if (i < 0 || i > m_arrLoad.GetSize() || k < 0 || k >= kLoadColumnCount) {
         return;
     }
     if (i == m_arrLoad.GetSize()) {
@@ -385,7 +363,7 @@ void CLoadCalDiaog::SetLoadField(int i, int k, const std::wstring& text)
 
 void CLoadCalDiaog::SetTransformerField(int i, int k, const std::wstring& text)
 {
-    if (i < 0 || i > m_arrTransformer.GetSize() || k < 0 || k > 15) {
+    if (i < 0 || i > m_arrTransformer.GetSize() || k < 0 || k >= kTransformerColumnCount) {
         return;
     }
     if (i == m_arrTransformer.GetSize()) {
@@ -410,26 +388,38 @@ bool CLoadCalDiaog::IsTransformerEmpty(int i) const
 void CLoadCalDiaog::OnEndEditLoad(int r, int c)
 {
     const int n = m_arrLoad.GetSize();
+    const int phaseColumn = LoadColumn(CLoadCalData::kPhase);
+    const int voltageColumn = LoadColumn(CLoadCalData::kVoltage);
     std::wstring text = m_gridLoad.GetItemText(r, c);
+    if (c == phaseColumn && !IsPhaseText(Trim(text))) {
+        // The phase is one of the four texts of its list: anything else is
+        // refused for this cell, which shows the phase it had.
+        m_gridLoad.SetItemText(r, c,
+                               r - 1 < n ? m_arrLoad[r - 1].m_strPhase : std::wstring(kPhaseThree));
+        m_gridLoad.RedrawCell(r, c);
+        return;
+    }
     // The row's phase goes into its record first; on the entry row this
     // already appends the new circuit.
-    SetLoadField(r - 1, 3, m_gridLoad.GetItemText(r, kLoadPhaseColumn));
+    SetLoadField(r - 1, phaseColumn - 1, m_gridLoad.GetItemText(r, phaseColumn));
     text = Trim(text);
 
-    if (c == kLoadPhaseColumn) {
+    if (c == phaseColumn) {
         const std::wstring voltage(text == kPhaseThree ? kVoltageThree : kVoltageSingle);
-        SetLoadField(r - 1, 5, voltage);
-        m_gridLoad.SetItemText(r, kLoadVoltageColumn, voltage);
-        m_gridLoad.RedrawCell(r, kLoadVoltageColumn);
+        SetLoadField(r - 1, voltageColumn - 1, voltage);
+        m_gridLoad.SetItemText(r, voltageColumn, voltage);
+        m_gridLoad.RedrawCell(r, voltageColumn);
     }
 
     if (r == n + 1 && !text.empty()) {
         SetLoadField(r - 1, c - 1, text);
         // The entry row's proposals become the circuit's own values.
         Loads().Modify(r - 1, [&](CLoadCalData& added) {
-            added.m_strVoltage = m_gridLoad.GetItemText(r, kLoadVoltageColumn);
-            added.m_strDemandFactor = m_gridLoad.GetItemText(r, kLoadDemandFactorColumn);
-            added.m_strPowerFactor = m_gridLoad.GetItemText(r, kLoadPowerFactorColumn);
+            added.m_strVoltage = m_gridLoad.GetItemText(r, voltageColumn);
+            added.m_strDemandFactor =
+                m_gridLoad.GetItemText(r, LoadColumn(CLoadCalData::kDemandFactor));
+            added.m_strPowerFactor =
+                m_gridLoad.GetItemText(r, LoadColumn(CLoadCalData::kPowerFactor));
         });
         const CLoadCalData& circuit = m_arrLoad[r - 1];
         const int height = m_gridLoad.GetRowHeight(r);
@@ -449,7 +439,9 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
         }
     }
 
-    if (c >= 4 && c <= 8) {
+    // A figure or the phase changed: the circuit's results follow.
+    const ColumnKind kind = ColumnAt(GridId::Load, c)->kind;
+    if (kind == ColumnKind::Phase || kind == ColumnKind::Number) {
         RecalculateRow(r - 1);
     }
     RecalculateAllTransformers();
@@ -462,8 +454,20 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
     const std::wstring text = Trim(m_gridTransformer.GetItemText(r, c));
     const bool existing = r - 1 >= 0 && r - 1 < m;
 
-    if (c == 1) {
+    if (c == GridColumnOfField(GridId::Transformer, CTransformerCalData::kName)) {
         const std::wstring previous = existing ? m_arrTransformer[r - 1].m_strName : std::wstring();
+        // A "," would split the name in the owner lists, and blanks are no
+        // name: refused as a repeated name is (clearing the cell still
+        // deletes the transformer).
+        const std::wstring typed = m_gridTransformer.GetItemText(r, c);
+        const bool comma = text.find(L',') != std::wstring::npos;
+        if (comma || (text.empty() && !typed.empty())) {
+            MessageBox(comma ? texts::kCommaInTransformerName : texts::kBlankTransformerName,
+                       texts::kNoticeCaption, MB_ICONINFORMATION);
+            m_gridTransformer.SetItemText(r, c, previous);
+            m_gridTransformer.RedrawCell(r, c);
+            return;
+        }
         if (!text.empty()) {
             for (int i = 0; i < m; ++i) {
                 if (i != r - 1 && EqualsNoCase(text, m_arrTransformer[i].m_strName)) {
@@ -486,7 +490,8 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
         m_gridTransformer.Invalidate();
     }
 
-    if (c == 1 && existing && !m_arrTransformer[r - 1].m_strName.empty()) {
+    if (c == GridColumnOfField(GridId::Transformer, CTransformerCalData::kName) && existing &&
+        !m_arrTransformer[r - 1].m_strName.empty()) {
         ReplaceTransformerInCircuits(m_arrTransformer[r - 1].m_strName, text);
     }
 
@@ -523,10 +528,10 @@ void CLoadCalDiaog::OnGridClick(GridId grid, int row, int col)
         return;
     }
     const int rows = m_gridLoad.GetRowCount();
-    if (row > 0 && row < rows - 2 && col == kLoadPhaseColumn) {
+    if (row > 0 && row < rows - 2 && col == LoadColumn(CLoadCalData::kPhase)) {
         ShowPhaseCombo(row, col);
     }
-    if (row > 0 && row < rows - 3 && col == kLoadOwnerColumn) {
+    if (row > 0 && row < rows - 3 && col == LoadColumn(CLoadCalData::kTransformer)) {
         ShowChoiceList(row, col);
     }
 }
@@ -534,10 +539,11 @@ void CLoadCalDiaog::OnGridClick(GridId grid, int row, int col)
 void CLoadCalDiaog::ShowPhaseCombo(int row, int col)
 {
     std::vector<std::wstring> options(m_arrPhase.begin(), m_arrPhase.end());
-    m_gridLoad.SetCellCombo(row, col, std::move(options), CBS_DROPDOWNLIST, &m_btnDataBase);
-    // A drop-down list keeps only one of its choices: any other text becomes
-    // the first choice.
-    m_gridLoad.SetItemText(row, col, m_gridLoad.GetItemText(row, col));
+    // The cell shows what the record holds, also a text that is not one of
+    // the choices (it is marked); the list offers only the four.
+    // Drop-down style, so that the grid keeps any text the record holds;
+    // the window's editor offers the list only.
+    m_gridLoad.SetCellCombo(row, col, std::move(options), CBS_DROPDOWN, &m_btnDataBase);
     m_gridLoad.SetItemFormat(row, col, kDataFormat);
 }
 
@@ -556,7 +562,8 @@ void CLoadCalDiaog::ShowChoiceList(int row, int col)
             names.push_back(t.m_strName);
         }
     }
-    const CStringArray pieces = OwnerPieces(m_gridLoad.GetItemText(row, col));
+    // The circuit's own list, which its cell shows.
+    const CStringArray pieces = OwnerPieces(m_arrLoad[row - 1].m_strTransformer);
     std::vector<bool> marks(names.size(), false);
     for (size_t j = 0; j < names.size(); ++j) {
         for (const std::wstring& piece : pieces) {
@@ -584,6 +591,8 @@ int CLoadCalDiaog::OnChoiceReport(const std::vector<std::wstring>& names)
     m_gridLoad.RedrawCell(cell.row, cell.col);
     // The focus row must be a circuit row; anything else is an invalid index.
     Loads().Modify(cell.row - 1, [&text](CLoadCalData& c) { c.m_strTransformer = text; });
+    // The totals group the circuits by their owner text.
+    RefreshTotals();
     RecalculateAllTransformers();
     m_bModified = 1;
     return 1;
@@ -594,10 +603,12 @@ int CLoadCalDiaog::OnChoiceReport(const std::vector<std::wstring>& names)
 void CLoadCalDiaog::OnGridRightClick(GridId grid, int row, int col)
 {
     if (grid == GridId::Load) {
-        if (row >= 1 && row <= m_arrLoad.GetSize() + 1 && col >= 1 && col <= 12) {
+        if (row >= 1 && row <= m_arrLoad.GetSize() + 1 &&
+            ColumnHas(GridId::Load, col, column::kRowMenu)) {
             TrackContextMenu(res::IDR_MENU_LOAD);
         }
-    } else if (row >= 1 && row <= m_arrTransformer.GetSize() + 1 && col >= 1 && col <= 15) {
+    } else if (row >= 1 && row <= m_arrTransformer.GetSize() + 1 &&
+               ColumnHas(GridId::Transformer, col, column::kRowMenu)) {
         TrackContextMenu(res::IDR_MENU_TRANSFORMER);
     }
 }

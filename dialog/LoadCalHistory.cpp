@@ -11,17 +11,10 @@
 namespace loadcal {
 namespace {
 
-constexpr int kLoadNumberColumns[] = {5, 6, 7, 8};
-constexpr int kTransformerNumberColumns[] = {4, 5, 6, 11, 12, 14, 16};
-constexpr int kLoadEditableLast = 8;  ///< columns 1 to 8 take typed text
-constexpr int kLoadPhaseColumn = 4;
-
 bool IsNumberColumn(GridId grid, int col)
 {
-    if (grid == GridId::Load) {
-        return std::ranges::find(kLoadNumberColumns, col) != std::end(kLoadNumberColumns);
-    }
-    return std::ranges::find(kTransformerNumberColumns, col) != std::end(kTransformerNumberColumns);
+    const TableColumn* column = ColumnAt(grid, col);
+    return column != nullptr && column->kind == ColumnKind::Number;
 }
 
 /// Undo (backwards) or redo of one array's changes; the indices changed go
@@ -72,20 +65,6 @@ std::vector<int> ChangedIndices(const std::vector<CRecordChange<Record>>& change
     return indices;
 }
 
-/// The cells of a pasted line as one-line texts: a spreadsheet cell's own
-/// line breaks and tabs become blanks.
-std::wstring OneLine(std::wstring cell)
-{
-    std::ranges::replace_if(
-        cell, [](wchar_t c) { return c == L'\t' || c == L'\r' || c == L'\n'; }, L' ');
-    return cell;
-}
-
-bool IsBlankLine(const std::vector<std::wstring>& line)
-{
-    return std::ranges::all_of(line, [](const std::wstring& c) { return Trim(c).empty(); });
-}
-
 }  // namespace
 
 // ---- The command path ----
@@ -101,7 +80,8 @@ CLoadCalDiaog::CCommandScope::~CCommandScope()
         return;
     }
     // Whatever the command got done, also when it was cut short, can be
-    // taken back.
+    // taken back; the marks follow what it changed.
+    m_dialog.RefreshWarnings(&m_dialog.m_step);
     m_dialog.m_history.Push(std::move(m_dialog.m_step));
     m_dialog.m_step = CDocumentStep();
 }
@@ -150,11 +130,12 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
 
 void CLoadCalDiaog::SetUpNumberChecks()
 {
-    for (int col : kLoadNumberColumns) {
-        m_gridLoad.SetColumnCheck(col, NumberCellTip, kNotANumberColour);
-    }
-    for (int col : kTransformerNumberColumns) {
-        m_gridTransformer.SetColumnCheck(col, NumberCellTip, kNotANumberColour);
+    for (GridId grid : {GridId::Load, GridId::Transformer}) {
+        for (int col = 1; col < GetGrid(grid).GetColumnCount(); ++col) {
+            if (IsNumberColumn(grid, col)) {
+                GetGrid(grid).SetColumnCheck(col, NumberCellTip, kNotANumberColour);
+            }
+        }
     }
 }
 
@@ -223,6 +204,7 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
             FillTransformerRow(i + 1, m_arrTransformer[i]);
         }
     }
+    RefreshWarnings(&step);
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }
 
@@ -247,91 +229,41 @@ void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
     const int entryRow =
         grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
     const bool ownRows = clipboardText == GetClipboardText(grid);
-    if (g.GetFocusCell().row == entryRow && !ownRows && !clipboardText.empty()) {
+    const int row = g.GetFocusCell().row;
+    if (row >= 1 && row <= entryRow && !ownRows && !clipboardText.empty()) {
         PasteText(grid, clipboardText);
     } else {
         OnPasteRows(grid);
     }
 }
 
-void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
-{
-    const CGridCtrl& g = GetGrid(grid);
-    const CCellID focus = g.GetFocusCell();
-    const int entryRow =
-        grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
-    if (focus.row != entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
-        return;
-    }
-    CTabRows lines = ParseTabText(text);
-    std::erase_if(lines, IsBlankLine);
-    if (lines.empty()) {
-        return;
-    }
-    for (std::vector<std::wstring>& line : lines) {
-        for (std::wstring& cell : line) {
-            cell = OneLine(std::move(cell));
-        }
-    }
-    CCommandScope command(*this);
-    if (grid == GridId::Load) {
-        PasteLoadLines(lines, focus.col);
-    } else {
-        PasteTransformerLines(lines, focus.col);
-    }
-}
-
-void CLoadCalDiaog::PasteLoadLines(const CTabRows& lines, int col)
-{
-    // Each line is typed into the entry row as a person would: its first
-    // placeable cell creates the circuit, the others are typed into it.
-    // Transformers and totals are recalculated once at the end, which gives
-    // what recalculating them after every cell gives.
-    m_bDeferRecalculation = true;
-    m_bRecalculationPending = false;
-    try {
-        for (const std::vector<std::wstring>& line : lines) {
-            const int row = m_arrLoad.GetSize() + 1;
-            for (size_t j = 0; j < line.size(); ++j) {
-                const int c = col + static_cast<int>(j);
-                const std::wstring cell = Trim(line[j]);
-                if (c > kLoadEditableLast || cell.empty()) {
-                    continue;
-                }
-                if (c == kLoadPhaseColumn &&
-                    std::ranges::find(m_arrPhase, cell) == m_arrPhase.end()) {
-                    continue;  // the phase is chosen from its list only
-                }
-                OnEndEdit(GridId::Load, row, c, cell);
-            }
-        }
-    } catch (...) {
-        m_bDeferRecalculation = false;
-        throw;
-    }
-    m_bDeferRecalculation = false;
-    if (m_bRecalculationPending) {
-        RefreshTotals();
-        RecalculateAllTransformers();
-    }
-}
-
 void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
 {
-    bool told = false;
+    bool toldTaken = false;
+    bool toldComma = false;
+    const int nameColumn = GridColumnOfField(GridId::Transformer, CTransformerCalData::kName);
     for (const std::vector<std::wstring>& line : lines) {
         const int row = m_arrTransformer.GetSize() + 1;
-        // The duplicate-name rule, once for the whole paste: the line is left out.
-        if (col == 1 && !line.empty()) {
+        // A name already taken or holding ",": the line is left out, and the
+        // message is shown once for the whole paste.
+        if (col == nameColumn && !line.empty()) {
             const std::wstring name = Trim(line[0]);
             const bool taken = std::ranges::any_of(m_arrTransformer, [&name](const auto& t) {
                 return EqualsNoCase(name, t.m_strName);
             });
             if (!name.empty() && taken) {
-                if (!told) {
+                if (!toldTaken) {
                     MessageBox(texts::kDuplicateTransformer, texts::kNoticeCaption,
                                MB_ICONINFORMATION);
-                    told = true;
+                    toldTaken = true;
+                }
+                continue;
+            }
+            if (name.find(L',') != std::wstring::npos) {
+                if (!toldComma) {
+                    MessageBox(texts::kCommaInTransformerName, texts::kNoticeCaption,
+                               MB_ICONINFORMATION);
+                    toldComma = true;
                 }
                 continue;
             }

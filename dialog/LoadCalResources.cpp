@@ -28,7 +28,9 @@ CMenuModel MainMenu()
     bar.AddPopup(W(texts::kMenuFunctions))
         .AddCommand(W(texts::kMenuDraw), ID_OUTPUT_DRAWING)
         .AddCommand(W(texts::kMenuExcel), ID_OUTPUT_EXCEL)
-        .AddCommand(W(texts::kMenuCalculationBook), ID_CALCULATION_BOOK);
+        .AddCommand(W(texts::kMenuCalculationBook), ID_CALCULATION_BOOK)
+        .AddSeparator()
+        .AddCommand(W(texts::kMenuRecalculateAll), ID_RECALCULATE_ALL);
     bar.AddPopup(W(texts::kMenuHelp)).AddCommand(W(texts::kMenuAbout), ID_ABOUT);
     return bar;
 }
@@ -78,8 +80,11 @@ std::optional<CMenuModel> LoadMenu(int resourceId)
     switch (resourceId) {
         case IDR_MENU_MAIN:
             return MainMenu();
-        case IDR_MENU_LOAD:
-            return ContextMenu(ID_LOAD_CUT, ID_LOAD_COPY, ID_LOAD_PASTE, ID_LOAD_DELETE);
+        case IDR_MENU_LOAD: {
+            CMenuModel menu = ContextMenu(ID_LOAD_CUT, ID_LOAD_COPY, ID_LOAD_PASTE, ID_LOAD_DELETE);
+            menu.GetSubMenu(0)->AddCommand(W(texts::kMenuInsert), ID_LOAD_INSERT);
+            return menu;
+        }
         case IDR_MENU_TRANSFORMER:
             return ContextMenu(ID_TRANSFORMER_CUT, ID_TRANSFORMER_COPY, ID_TRANSFORMER_PASTE,
                                ID_TRANSFORMER_DELETE);

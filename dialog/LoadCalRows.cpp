@@ -137,14 +137,13 @@ std::optional<std::vector<int>> CLoadCalDiaog::SelectedRows(GridId grid) const
     const bool load = grid == GridId::Load;
     const int minRows = load ? 5 : 3;
     const int lastRow = load ? rows - 4 : rows - 2;
-    const int lastCol = load ? 13 : 12;
     if (rows < minRows) {
         return std::nullopt;
     }
     std::vector<int> selected;
     for (int r = 1; r <= lastRow; ++r) {
-        for (int c = 1; c <= lastCol; ++c) {
-            if (g.IsCellSelected(r, c)) {
+        for (int c = 1; c < g.GetColumnCount(); ++c) {
+            if (ColumnHas(grid, c, column::kSelectsRow) && g.IsCellSelected(r, c)) {
                 selected.push_back(r);
                 break;
             }
@@ -170,11 +169,12 @@ void CLoadCalDiaog::MarkCutRows(GridId grid)
     const int clipSize = load ? m_arrClipLoad.GetSize() : m_arrClipTransformer.GetSize();
     const bool cut = (load ? m_bLoadCut : m_bTransformerCut) != 0;
     const COLORREF colour = clipSize > 0 && cut ? kCutTextColour : CLR_DEFAULT;
-    // Columns 0 to 13 on both grids: 14 to 16 of the transformer grid keep
-    // their colour.
+    // The heading and the columns the table marks.
     for (int row : GetCutRows(grid)) {
-        for (int c = 0; c <= 13; ++c) {
-            g.SetItemFgColour(row, c, colour);
+        for (int c = 0; c < g.GetColumnCount(); ++c) {
+            if (c == 0 || ColumnHas(grid, c, column::kCutMark)) {
+                g.SetItemFgColour(row, c, colour);
+            }
         }
     }
 }
@@ -264,6 +264,10 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         return;
     }
     std::vector<int> rows = *selected;
+    // One action that would remove several records asks first.
+    if (!ConfirmRemoval(grid, static_cast<int>(rows.size()))) {
+        return;
+    }
     CCommandScope command(*this);
     CArray<int>& cutRows = load ? m_arrCutLoadRows : m_arrCutTransformerRows;
     for (int row : rows) {

@@ -1,5 +1,7 @@
 #include "dialog/LoadCalTexts.h"
 
+#include "model/Text.h"
+
 namespace loadcal::texts {
 
 namespace {
@@ -29,6 +31,23 @@ std::wstring FormatText(std::wstring_view format, std::wstring_view first, std::
     std::wstring text(format);
     ReplaceNext(text, ReplaceNext(text, 0, first), second);
     return text;
+}
+
+std::wstring FormatText(std::wstring_view format, std::wstring_view first, std::wstring_view second,
+                        std::wstring_view third)
+{
+    std::wstring text(format);
+    ReplaceNext(text, ReplaceNext(text, ReplaceNext(text, 0, first), second), third);
+    return text;
+}
+
+std::wstring CauseOf(std::string_view message, std::wstring_view path)
+{
+    std::string quoted = "\"";
+    quoted += ToUtf8(path);
+    quoted += "\": ";
+    const size_t pos = message.find(quoted);
+    return FromUtf8(pos == std::string_view::npos ? message : message.substr(pos + quoted.size()));
 }
 
 }  // namespace loadcal::texts

@@ -45,6 +45,21 @@ inline constexpr std::wstring_view kMenuCut = L"剪切";
 inline constexpr std::wstring_view kMenuCopy = L"复制";
 inline constexpr std::wstring_view kMenuPaste = L"粘贴";
 inline constexpr std::wstring_view kMenuDelete = L"删除";
+inline constexpr std::wstring_view kMenuInsert = L"插入\tCtrl++";
+inline constexpr std::wstring_view kMenuRecalculateAll = L"全部重算\tF9";
+/// Asked before one action removes more than one record (%s: how many).
+inline constexpr std::wstring_view kRemoveCircuitsFormat = L"删除 %s 个回路？";
+inline constexpr std::wstring_view kRemoveTransformersFormat = L"删除 %s 个变压器？";
+/// A paste that would make more circuits than an archive holds.
+inline constexpr std::wstring_view kPasteTooLargeFormat =
+    L"粘贴后将有 %s 个回路，超过存档最多能保存的 32767 个回路，粘贴已取消。";
+/// Opening a file whose computed figures are empty or out of date.
+inline constexpr std::wstring_view kStaleFiguresQuestion =
+    L"文件中的计算结果为空或与重新计算的结果不一致。\n是否全部重算？";
+/// Where an output went (%s: the file).
+inline constexpr std::wstring_view kOutputWrittenFormat = L"已写入 %s";
+inline constexpr std::wstring_view kOutputNotShownFormat =
+    L"文件已写入，但没有可以打开它的程序：\n%s";
 
 // String table: tool tips by command id.
 inline constexpr std::wstring_view kTipNew = L"新建负荷计算数据文件";
@@ -73,14 +88,38 @@ inline constexpr std::wstring_view kRecentFileMissing = L"选择的文件没有�
 /// second is filled twice with the leading part that reads (FormatText).
 inline constexpr std::wstring_view kNotANumberTip = L"不是数字，按 0 计算";
 inline constexpr std::wstring_view kNumberPrefixTipFormat = L"只有开头的“%s”是数字，按 %s 计算";
-/// A save that failed: the path and the system's reason (FormatText with two
+/// A save that failed: the path and the reason (FormatText with two
 /// arguments); the document stays modified, the file as it was.
 inline constexpr std::wstring_view kSaveFailedFormat =
     L"保存文件 \"%s\" 失败：%s\n文档没有保存，修改仍在窗口中。";
+/// The reason of a failed write, with the system's own text in brackets.
+inline constexpr std::wstring_view kWriteFailedFormat = L"无法写入文件（%s）";
+/// A document with more records than an archive's reader counts (the
+/// count, then kCircuits or kTransformers).
+inline constexpr std::wstring_view kTooManyRecordsFormat =
+    L"文档有 %s 个%s，超过存档最多能保存的 32767 个，文件没有写入";
+inline constexpr std::wstring_view kCircuits = L"回路";
+inline constexpr std::wstring_view kTransformers = L"变压器";
 /// An archive refused on opening (damaged, truncated, not an archive,
-/// unreadable): the path and what is wrong with it.
+/// unreadable): the path, what is wrong with it, and in brackets the
+/// reader's own text (FormatText with three arguments).
 inline constexpr std::wstring_view kOpenFailedFormat =
-    L"无法打开负荷计算存档文件 \"%s\"：%s\n当前文档保持不变。";
+    L"无法打开负荷计算存档文件 \"%s\"：%s（%s）\n当前文档保持不变。";
+/// What is wrong with an archive that is refused, by what its reader found.
+inline constexpr std::wstring_view kArchiveNotFound = L"文件不存在";
+inline constexpr std::wstring_view kArchiveUnreadable = L"无法读取该文件";
+inline constexpr std::wstring_view kArchiveNotAnArchive = L"这不是负荷计算存档文件";
+inline constexpr std::wstring_view kArchiveUnknownVersion = L"存档的格式版本无法识别";
+inline constexpr std::wstring_view kArchiveUnknownContent = L"存档中有本程序无法识别的内容";
+inline constexpr std::wstring_view kArchiveTruncated = L"文件不完整，内容没有到结尾就中断了";
+inline constexpr std::wstring_view kArchiveDamaged = L"文件内容已损坏";
+/// An output or the calculation book that could not be written: the file
+/// and, in brackets, the writer's own text; a previous file stays as it was.
+inline constexpr std::wstring_view kOutputFailedFormat =
+    L"文件 \"%s\" 没有写入（%s）\n原有的文件保持不变。";
+inline constexpr std::wstring_view kOutputStoppedFormat = L"输出没有完成（%s）";
+inline constexpr std::wstring_view kBookFailedFormat =
+    L"计算书 \"%s\" 没有生成（%s）\n原有的文件保持不变。";
 /// Offered at start for a recovery copy left by a window that did not end
 /// normally: the file it belonged to (or kUntitled) and when it was written.
 inline constexpr std::wstring_view kRecoveryQuestionFormat =
@@ -89,6 +128,10 @@ inline constexpr std::wstring_view kRecoveryQuestionFormat =
 inline constexpr std::wstring_view kRecoveryCaption = L"恢复文档";
 inline constexpr std::wstring_view kDuplicateTransformer = L"变压器名称重复,请重新输入!";
 inline constexpr std::wstring_view kNoticeCaption = L"提示";
+/// A transformer name holding "," (the owner lists' separator) or only blanks.
+inline constexpr std::wstring_view kCommaInTransformerName =
+    L"变压器名称不能含有逗号\",\",请重新输入!";
+inline constexpr std::wstring_view kBlankTransformerName = L"变压器名称不能只有空格,请重新输入!";
 inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";
 inline constexpr std::wstring_view kNoPopupMenu = L"pMenuTemp == NULL";
 inline constexpr std::wstring_view kTrackPopupFailed = L"TrackPopupMenu false";
@@ -113,5 +156,11 @@ std::wstring FormatText(std::wstring_view format, std::wstring_view arg);
 /// first stays as it is).
 std::wstring FormatText(std::wstring_view format, std::wstring_view first,
                         std::wstring_view second);
+/// The cause in a lower layer's message ("cannot write \"PATH\": CAUSE"):
+/// what follows the quoted path, or the whole message when it names no path.
+std::wstring CauseOf(std::string_view message, std::wstring_view path);
+/// Replaces the first three "%s", in turn.
+std::wstring FormatText(std::wstring_view format, std::wstring_view first, std::wstring_view second,
+                        std::wstring_view third);
 
 }  // namespace loadcal::texts

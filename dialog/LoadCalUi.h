@@ -87,6 +87,8 @@ public:
     /// Puts text on the system clipboard (rows cut or copied, as a
     /// spreadsheet's tab-separated text).
     virtual void SetClipboardText(const std::wstring& text) = 0;
+    /// A short note in the window's status bar (where an output went).
+    virtual void SetStatusText(const std::wstring& /*text*/) {}
 };
 
 }  // namespace loadcal

@@ -53,6 +53,7 @@ constexpr const char* kBoardsKey = "boards";
 constexpr const char* kLoadsKey = "loads";
 constexpr const char* kTransformersKey = "transformers";
 constexpr const char* kTotalsKey = "totals";
+constexpr const char* kWarningsKey = "warnings";
 
 /// A record's field by its place in the key list: every field of a circuit,
 /// the original thirteen and those beyond them; a transformer's or board's
@@ -204,7 +205,8 @@ std::string PlainParseMessage(const std::string& what)
 
 }  // namespace
 
-std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals)
+std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals,
+                           const std::vector<std::wstring>* warnings)
 {
     // The text of doc.dump(2) for the whole document, written one record at a
     // time so that the document never exists as one JSON tree in memory.
@@ -262,6 +264,16 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
                 {"cos", ToUtf8(totals.powerFactor)},
                 {"I", ToUtf8(totals.current)}},
            "  ");
+    if (warnings != nullptr) {
+        Json texts = Json::array();
+        for (const std::wstring& w : *warnings) {
+            texts.push_back(ToUtf8(w));
+        }
+        out += ",\n  \"";
+        out += kWarningsKey;
+        out += "\": ";
+        append(texts, "  ");
+    }
     out += "\n}\n";
     return out;
 }
@@ -279,7 +291,7 @@ void DocumentFromJson(std::string_view json, const std::string& source, CLoadCal
     }
     for (const auto& [key, value] : root.items()) {
         if (key != kProjectKey && key != kLoadsKey && key != kTransformersKey &&
-            key != kBoardsKey && key != kRulesKey && key != kTotalsKey) {
+            key != kBoardsKey && key != kRulesKey && key != kTotalsKey && key != kWarningsKey) {
             Fail(source, "top level", "unknown key \"" + key + "\"");
         }
     }

@@ -35,7 +35,10 @@ namespace loadcal {
 /// fill), and an unknown key, a non-string value, a rule-set name the
 /// program does not know or a malformed document is a DocumentError naming
 /// the source and the position or key.
-std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals);
+/// With warnings, a "warnings" list of their texts follows the totals (the
+/// reader skips it, as it skips the totals).
+std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& totals,
+                           const std::vector<std::wstring>* warnings = nullptr);
 
 /// Reads a document; `source` names it in error messages (usually the file).
 /// The document is left as it was when the text is refused.

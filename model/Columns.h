@@ -7,51 +7,106 @@
 
 namespace loadcal {
 
-/// A column of the two calculation tables as designers see them (load grid,
-/// drawn tables, workbook, terminal): its title and the record field it shows.
+/// What a column's cells are: typed text, the phase (one of the four phase
+/// texts, chosen from a list), a typed figure, a computed figure, or the
+/// owner list (chosen from the transformers).
+enum class ColumnKind { Text, Phase, Number, Computed, Owner };
+
+/// Which grand total a column's cell of the load table's total row shows.
+enum class TotalCell { None, Label, Installed, PowerFactor, Active, Reactive, Apparent, Current };
+
+/// How a grid treats a column beyond its kind (combinable bits): whether a
+/// selected cell in it selects its row for the row commands, whether a right
+/// click on it offers the row menu, whether a cut row's marking colours it,
+/// and whether a fresh entry row gets the entry cell written.
+namespace column {
+inline constexpr unsigned kSelectsRow = 1U << 0;
+inline constexpr unsigned kRowMenu = 1U << 1;
+inline constexpr unsigned kCutMark = 1U << 2;
+inline constexpr unsigned kEntryCell = 1U << 3;
+inline constexpr unsigned kAll = kSelectsRow | kRowMenu | kCutMark | kEntryCell;
+}  // namespace column
+
+/// A column of the two calculation tables as designers see them (the grids,
+/// the drawn tables, the workbook, the terminal): its title and the record
+/// field it shows, and how the grid treats it. One entry per column: the
+/// grids, their total row, number checks, pastes and row commands all read
+/// this table.
 struct TableColumn {
     std::wstring_view title;
     int field;
+    ColumnKind kind = ColumnKind::Text;
+    unsigned flags = column::kAll;
+    TotalCell total = TotalCell::None;
+    int widthHint = 0;  ///< pixels at creation; 0: the grid's default width
+
+    /// Typed by the user (the phase is chosen, but it is the user's).
+    constexpr bool IsEditable() const
+    {
+        return kind == ColumnKind::Text || kind == ColumnKind::Phase || kind == ColumnKind::Number;
+    }
+    constexpr bool Has(unsigned flag) const { return (flags & flag) != 0; }
 };
 
 /// The load table in display order: the voltage stands between the rated
-/// power and the demand factor, unlike the record order.
-inline constexpr std::array<TableColumn, 13> kLoadColumns = {{
+/// power and the demand factor, unlike the record order. A right click on
+/// the owner column offers no row menu.
+inline constexpr auto kLoadColumns = std::to_array<TableColumn>({
     {L"回路编号", CLoadCalData::kCircuitNo},
-    {L"设备编号", CLoadCalData::kEquipNo},
+    {L"设备编号", CLoadCalData::kEquipNo, ColumnKind::Text, column::kAll, TotalCell::Label},
     {L"设备名称", CLoadCalData::kEquipName},
-    {L"相位", CLoadCalData::kPhase},
-    {L"额定容量(kW)", CLoadCalData::kRatedPower},
-    {L"工作电压(kV)", CLoadCalData::kVoltage},
-    {L"需要系数(K)", CLoadCalData::kDemandFactor},
-    {L"功率因数(cos(φ))", CLoadCalData::kPowerFactor},
-    {L"计算有功(kW)", CLoadCalData::kCalcP},
-    {L"计算无功(kVar)", CLoadCalData::kCalcQ},
-    {L"视在功率(kVA)", CLoadCalData::kCalcS},
-    {L"计算电流(A)", CLoadCalData::kCalcI},
-    {L"归属变压器", CLoadCalData::kTransformer},
-}};
+    {L"相位", CLoadCalData::kPhase, ColumnKind::Phase},
+    {L"额定容量(kW)", CLoadCalData::kRatedPower, ColumnKind::Number, column::kAll,
+     TotalCell::Installed},
+    {L"工作电压(kV)", CLoadCalData::kVoltage, ColumnKind::Number},
+    {L"需要系数(K)", CLoadCalData::kDemandFactor, ColumnKind::Number},
+    {L"功率因数(cos(φ))", CLoadCalData::kPowerFactor, ColumnKind::Number, column::kAll,
+     TotalCell::PowerFactor},
+    {L"计算有功(kW)", CLoadCalData::kCalcP, ColumnKind::Computed, column::kAll, TotalCell::Active},
+    {L"计算无功(kVar)", CLoadCalData::kCalcQ, ColumnKind::Computed, column::kAll,
+     TotalCell::Reactive},
+    {L"视在功率(kVA)", CLoadCalData::kCalcS, ColumnKind::Computed, column::kAll,
+     TotalCell::Apparent},
+    {L"计算电流(A)", CLoadCalData::kCalcI, ColumnKind::Computed, column::kAll, TotalCell::Current},
+    {L"归属变压器", CLoadCalData::kTransformer, ColumnKind::Owner,
+     column::kAll & ~column::kRowMenu},
+});
 
 /// The transformer table: the record order without the spare calculated
-/// capacity, which no table shows.
-inline constexpr std::array<TableColumn, 16> kTransformerColumns = {{
-    {L"变压器名称", CTransformerCalData::kName},
-    {L"额定容量(kVA)", CTransformerCalData::kRatedCapacity},
-    {L"实际负载率%", CTransformerCalData::kActualLoadRate},
-    {L"预计负荷率%", CTransformerCalData::kLoadRate},
-    {L"同时系数(Kp)", CTransformerCalData::kKp},
-    {L"同时系数(Kq)", CTransformerCalData::kKq},
-    {L"计算有功(kW)", CTransformerCalData::kCalcP},
-    {L"计算无功(kVar)", CTransformerCalData::kCalcQ},
-    {L"视在功率(kVA)", CTransformerCalData::kCalcS},
-    {L"计算电流(A)", CTransformerCalData::kCalcI},
-    {L"有功补偿系数α", CTransformerCalData::kAlpha},
-    {L"无功补偿系数β", CTransformerCalData::kBeta},
-    {L"补偿前功率因数", CTransformerCalData::kCosBefore},
-    {L"补偿后功率因数", CTransformerCalData::kCosAfter},
-    {L"补偿容量", CTransformerCalData::kCompCapacity},
-    {L"实际补偿容量", CTransformerCalData::kActualCompCapacity},
-}};
+/// capacity, which no table shows. Only the first twelve columns select a
+/// row, the first thirteen take a cut's marking, the first fifteen offer the
+/// row menu and are written on a fresh entry row.
+namespace column {
+inline constexpr unsigned kTransformerHead = kAll;
+inline constexpr unsigned kTransformerMarked = kAll & ~kSelectsRow;
+inline constexpr unsigned kTransformerMenu = kRowMenu | kEntryCell;
+inline constexpr unsigned kTransformerLast = 0;
+}  // namespace column
+inline constexpr auto kTransformerColumns = std::to_array<TableColumn>({
+    {L"变压器名称", CTransformerCalData::kName, ColumnKind::Text, column::kTransformerHead},
+    {L"额定容量(kVA)", CTransformerCalData::kRatedCapacity, ColumnKind::Computed,
+     column::kTransformerHead},
+    {L"实际负载率%", CTransformerCalData::kActualLoadRate, ColumnKind::Computed,
+     column::kTransformerHead},
+    {L"预计负荷率%", CTransformerCalData::kLoadRate, ColumnKind::Number, column::kTransformerHead},
+    {L"同时系数(Kp)", CTransformerCalData::kKp, ColumnKind::Number, column::kTransformerHead},
+    {L"同时系数(Kq)", CTransformerCalData::kKq, ColumnKind::Number, column::kTransformerHead},
+    {L"计算有功(kW)", CTransformerCalData::kCalcP, ColumnKind::Computed, column::kTransformerHead},
+    {L"计算无功(kVar)", CTransformerCalData::kCalcQ, ColumnKind::Computed,
+     column::kTransformerHead},
+    {L"视在功率(kVA)", CTransformerCalData::kCalcS, ColumnKind::Computed, column::kTransformerHead},
+    {L"计算电流(A)", CTransformerCalData::kCalcI, ColumnKind::Computed, column::kTransformerHead},
+    {L"有功补偿系数α", CTransformerCalData::kAlpha, ColumnKind::Number, column::kTransformerHead},
+    {L"无功补偿系数β", CTransformerCalData::kBeta, ColumnKind::Number, column::kTransformerHead},
+    {L"补偿前功率因数", CTransformerCalData::kCosBefore, ColumnKind::Computed,
+     column::kTransformerMarked},
+    {L"补偿后功率因数", CTransformerCalData::kCosAfter, ColumnKind::Number,
+     column::kTransformerMenu},
+    {L"补偿容量", CTransformerCalData::kCompCapacity, ColumnKind::Computed,
+     column::kTransformerMenu},
+    {L"实际补偿容量", CTransformerCalData::kActualCompCapacity, ColumnKind::Number,
+     column::kTransformerLast},
+});
 
 /// The board table: name and phase first, the figures in the order of the
 /// calculation (ΣPe, K∑p, K∑q, Pjs, Qjs, Sjs, cos phi, Ijs), the owner list

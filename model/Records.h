@@ -16,6 +16,16 @@ inline constexpr std::wstring_view kPhaseL3 = L"L3,N";
 inline constexpr std::wstring_view kPhaseThree = L"L1,L2,L3,N";
 inline constexpr std::array<std::wstring_view, 4> kPhaseTexts = {kPhaseL1, kPhaseL2, kPhaseL3,
                                                                  kPhaseThree};
+/// True when phase is exactly one of the four phase texts.
+constexpr bool IsPhaseText(std::wstring_view phase)
+{
+    for (std::wstring_view p : kPhaseTexts) {
+        if (phase == p) {
+            return true;
+        }
+    }
+    return false;
+}
 /// Default working voltage (kV) of a single-phase and of a three-phase circuit.
 inline constexpr std::wstring_view kVoltageSingle = L"0.22";
 inline constexpr std::wstring_view kVoltageThree = L"0.38";

@@ -54,6 +54,9 @@ QVariant CGridModel::CellData(const CGridCell& cell, int role) const
             if (cell.markColour != CLR_DEFAULT) {
                 return QBrush(ToQColor(cell.markColour));
             }
+            if (cell.warningColour != CLR_DEFAULT) {
+                return QBrush(ToQColor(cell.warningColour));
+            }
             if (cell.bkColour != CLR_DEFAULT) {
                 return QBrush(ToQColor(cell.bkColour));
             }
@@ -65,11 +68,16 @@ QVariant CGridModel::CellData(const CGridCell& cell, int role) const
             return {};
         case Qt::TextAlignmentRole:
             return QVariant::fromValue(AlignmentOf(cell.format));
-        case Qt::ToolTipRole:
-            if (!cell.tip.empty()) {
-                return ToQString(cell.tip);
+        case Qt::ToolTipRole: {
+            std::wstring tip = cell.tip;
+            if (!cell.warning.empty()) {
+                tip += (tip.empty() ? L"" : L"\n") + cell.warning;
+            }
+            if (!tip.empty()) {
+                return ToQString(tip);
             }
             return {};
+        }
         case CellKindRole:
             return static_cast<int>(cell.kind);
         case ComboOptionsRole: {
@@ -89,8 +97,27 @@ QVariant CGridModel::data(const QModelIndex& index, int role) const
     if (!index.isValid()) {
         return {};
     }
-    const CGridCell* cell = Grid().GetCell(GridRow(index.row()), GridColumn(index.column()));
-    return cell ? CellData(*cell, role) : QVariant();
+    const int col = GridColumn(index.column());
+    const CGridCell* cell = Grid().GetCell(GridRow(index.row()), col);
+    if (cell == nullptr) {
+        return {};
+    }
+    // The phase column is edited through its list only, however the editor
+    // is opened (a key, F2, a click).
+    const TableColumn* column = ColumnAt(m_id, col);
+    if (column != nullptr && column->kind == ColumnKind::Phase) {
+        if (role == CellKindRole) {
+            return static_cast<int>(CellKind::Combo);
+        }
+        if (role == ComboOptionsRole) {
+            QStringList options;
+            for (std::wstring_view phase : kPhaseTexts) {
+                options.append(ToQString(std::wstring(phase)));
+            }
+            return options;
+        }
+    }
+    return CellData(*cell, role);
 }
 
 QVariant CGridModel::headerData(int section, Qt::Orientation orientation, int role) const

@@ -2,10 +2,13 @@
 
 #include <QComboBox>
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QHeaderView>
 #include <QItemSelection>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMouseEvent>
+#include <QPersistentModelIndex>
 #include <QTimer>
 #include <algorithm>
 
@@ -106,7 +109,14 @@ CGridView::CGridView(CGridModel& model, QWidget* parent) : QTableView(parent), m
     connect(selectionModel(), &QItemSelectionModel::selectionChanged, this,
             &CGridView::PushSelection);
     connect(selectionModel(), &QItemSelectionModel::currentChanged, this,
-            [this](const QModelIndex& current) { PushCurrent(current); });
+            [this](const QModelIndex& current) {
+                // Keys move the anchor unless Shift extends the selection;
+                // a drag keeps the cell it was pressed on.
+                if (!m_bPressed && !(QGuiApplication::keyboardModifiers() & Qt::ShiftModifier)) {
+                    m_anchor = current;
+                }
+                PushCurrent(current);
+            });
     connect(columns, &QHeaderView::sectionResized, this, [this](int section, int, int size) {
         OnSectionResized(Qt::Horizontal, section, size);
     });
@@ -133,7 +143,7 @@ QRect CGridView::CellRect(int gridRow, int gridCol) const
 void CGridView::EditCell(const QModelIndex& index)
 {
     if (state() != EditingState) {
-        edit(index);
+        QTableView::edit(index);
     }
 }
 
@@ -239,6 +249,12 @@ void CGridView::keyPressEvent(QKeyEvent* event)
             Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier;
         const QString text = event->text();
         if (!text.isEmpty() && text.front().isPrint() && !(event->modifiers() & commands)) {
+            // Typing over a selection of several cells goes to the cell
+            // where the selection began.
+            if (selectionModel()->selectedIndexes().size() > 1 && m_anchor.isValid() &&
+                selectionModel()->isSelected(m_anchor) && m_anchor != currentIndex()) {
+                selectionModel()->setCurrentIndex(m_anchor, QItemSelectionModel::NoUpdate);
+            }
             const QModelIndex current = currentIndex();
             if (current.isValid() && (current.flags() & Qt::ItemIsEditable)) {
                 // AnyKeyPressed hands this key to the new editor. Should the
@@ -256,6 +272,35 @@ void CGridView::keyPressEvent(QKeyEvent* event)
         }
     }
     QTableView::keyPressEvent(event);
+}
+
+bool CGridView::edit(const QModelIndex& index, EditTrigger trigger, QEvent* event)
+{
+    if (!QTableView::edit(index, trigger, event)) {
+        return false;
+    }
+    if (trigger == EditKeyPressed || trigger == DoubleClicked) {
+        if (auto* line = qobject_cast<QLineEdit*>(indexWidget(index))) {
+            line->deselect();
+            line->end(false);
+        }
+    }
+    return true;
+}
+
+void CGridView::mousePressEvent(QMouseEvent* event)
+{
+    m_bPressed = true;
+    QTableView::mousePressEvent(event);
+    if (!(event->modifiers() & Qt::ShiftModifier)) {
+        m_anchor = currentIndex();
+    }
+}
+
+void CGridView::mouseReleaseEvent(QMouseEvent* event)
+{
+    QTableView::mouseReleaseEvent(event);
+    m_bPressed = false;
 }
 
 void CGridView::ApplySizes()

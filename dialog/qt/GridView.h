@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QPersistentModelIndex>
 #include <QStyledItemDelegate>
 #include <QTableView>
 
@@ -72,6 +73,14 @@ protected:
     /// No keyboard search: a typed key is the start of an edit, never a jump
     /// to a row whose text starts with it.
     void keyboardSearch(const QString&) override {}
+    /// F2 (and a double click) put the cursor at the end of the text
+    /// instead of selecting it.
+    bool edit(const QModelIndex& index, EditTrigger trigger, QEvent* event) override;
+    using QTableView::edit;
+    /// A press without Shift starts a selection there: typed keys go to
+    /// that cell however far the selection reaches.
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
 private:
     /// Grid column widths and row heights to the headers; the title row is
@@ -89,6 +98,8 @@ private:
     CGridModel& m_model;
     bool m_bSyncing = false;
     bool m_bApplyingSizes = false;
+    QPersistentModelIndex m_anchor;  ///< where the selection began
+    bool m_bPressed = false;
 };
 
 }  // namespace loadcal

@@ -11,6 +11,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <QShortcut>
+#include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
 #include <algorithm>
@@ -112,6 +113,8 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     setWindowTitle(ToQString(texts::kTitle));
 
     m_pMenuBar = new QMenuBar(this);
+    m_pStatusBar = new QStatusBar(this);
+    m_pStatusBar->setSizeGripEnabled(false);
     m_pClient = new QWidget(this);
     m_pToolBar = new QToolBar(m_pClient);
     m_pToolBar->setIconSize(QSize(kToolbarImageSize, kToolbarImageSize));
@@ -129,7 +132,7 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     m_pTotalRow = new CTotalRowView(*m_pLoadView, m_pClient);
     m_pSplitHandle = new CSplitHandle(m_pClient, [this](int y) {
         // y is where the pointer is; the transformer grid begins below it.
-        SetTransformerHeight(height() - MenuHeight() - 5 - y);
+        SetTransformerHeight(height() - MenuHeight() - StatusHeight() - 5 - y);
     });
     for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
         const GridId grid = view->GridModel().Id();
@@ -148,6 +151,7 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
         {QKeySequence(Qt::CTRL | Qt::Key_Z), res::ID_EDIT_UNDO},
         {QKeySequence(Qt::CTRL | Qt::Key_Y), res::ID_EDIT_REDO},
         {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), res::ID_EDIT_REDO},
+        {QKeySequence(Qt::Key_F9), res::ID_RECALCULATE_ALL},
     };
     for (const auto& [keys, id] : accelerators) {
         auto* shortcut = new QShortcut(keys, this);
@@ -198,6 +202,8 @@ void CLoadCalWindow::Guarded(const std::function<void()>& action)
         ReportInternalError(QStringLiteral("unknown exception"));
     }
     --m_nControllerCalls;
+    // The title's [*] shows the modified state as Qt marks it.
+    setWindowModified(m_dialog.IsModified());
 }
 
 void CLoadCalWindow::OnRecoveryTick()
@@ -430,6 +436,9 @@ void CLoadCalWindow::BindRowKeys()
             {QKeySequence(Qt::CTRL | Qt::Key_X), &CLoadCalWindow::OnCutKey},
             {QKeySequence(Qt::CTRL | Qt::Key_C), &CLoadCalWindow::OnCopyKey},
             {QKeySequence(Qt::CTRL | Qt::Key_V), &CLoadCalWindow::OnPasteKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_D), &CLoadCalWindow::OnFillDownKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_Plus), &CLoadCalWindow::OnInsertKey},
+            {QKeySequence(Qt::CTRL | Qt::Key_Equal), &CLoadCalWindow::OnInsertKey},
         };
         for (const auto& [sequence, handler] : keys) {
             auto* shortcut =
@@ -446,6 +455,16 @@ void CLoadCalWindow::BindRowKeys()
 void CLoadCalWindow::OnDeleteKey(GridId grid)
 {
     Guarded([&] { m_dialog.OnDeleteKey(grid); });
+}
+
+void CLoadCalWindow::OnFillDownKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnFillDown(grid); });
+}
+
+void CLoadCalWindow::OnInsertKey(GridId grid)
+{
+    Guarded([&] { m_dialog.OnInsertRow(grid); });
 }
 
 void CLoadCalWindow::OnCutKey(GridId grid)
@@ -469,6 +488,11 @@ void CLoadCalWindow::OnPasteKey(GridId grid)
 int CLoadCalWindow::MenuHeight() const
 {
     return m_pMenuBar->sizeHint().height();
+}
+
+int CLoadCalWindow::StatusHeight() const
+{
+    return m_pStatusBar->sizeHint().height();
 }
 
 void CLoadCalWindow::ApplyTrackingLimits()
@@ -564,14 +588,16 @@ void CLoadCalWindow::done(int result)
 void CLoadCalWindow::LayOut()
 {
     const int menuHeight = MenuHeight();
+    const int statusHeight = StatusHeight();
     m_pMenuBar->setGeometry(0, 0, width(), menuHeight);
-    m_pClient->setGeometry(0, menuHeight, width(), height() - menuHeight);
+    m_pStatusBar->setGeometry(0, height() - statusHeight, width(), statusHeight);
+    m_pClient->setGeometry(0, menuHeight, width(), height() - menuHeight - statusHeight);
     m_pToolBar->setGeometry(0, 0, width(),
                             std::min(m_pToolBar->sizeHint().height(), m_loadFrame.top));
     // The menu bar stands where a Windows dialog has its non-client menu;
     // the window manager's frame is not part of the widget, so the window's
     // edges are the widget's own.
-    const CRect windowInClient{0, -menuHeight, width(), height() - menuHeight};
+    const CRect windowInClient{0, -menuHeight, width(), height() - menuHeight - statusHeight};
     const CGridLayout layout =
         CLoadCalDiaog::OnSize(windowInClient, m_loadFrame, m_transformerFrame);
     // The total row stands frozen under the load grid's rows.
@@ -636,9 +662,16 @@ std::optional<std::wstring> CLoadCalWindow::SaveFileDialog(const CFileDialogOpti
     return RunArchiveDialog(options, true);
 }
 
+void CLoadCalWindow::SetStatusText(const std::wstring& text)
+{
+    m_pStatusBar->showMessage(ToQString(text));
+}
+
 void CLoadCalWindow::SetWindowText(const std::wstring& title)
 {
-    setWindowTitle(ToQString(title));
+    // Qt shows "*" for the placeholder while the document is modified.
+    setWindowTitle(ToQString(title) + QStringLiteral("[*]"));
+    setWindowModified(m_dialog.IsModified());
     if (isVisible()) {
         QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
     }

@@ -12,6 +12,7 @@
 
 class QMenu;
 class QMenuBar;
+class QStatusBar;
 class QToolBar;
 
 namespace loadcal {
@@ -68,6 +69,9 @@ public:
     void EndDialog(int result) override;
     void ShowAboutBox() override;
     void SetClipboardText(const std::wstring& text) override;
+    /// The status bar under the grids.
+    void SetStatusText(const std::wstring& text) override;
+    QStatusBar& StatusBar() const { return *m_pStatusBar; }
 
     CGridView& View(GridId grid) const;
     QMenuBar& MenuBar() const { return *m_pMenuBar; }
@@ -129,8 +133,12 @@ private:
     void OnCutKey(GridId grid);
     void OnCopyKey(GridId grid);
     void OnPasteKey(GridId grid);
+    /// Ctrl+D and Ctrl++ (also Ctrl+=, the same key without Shift).
+    void OnFillDownKey(GridId grid);
+    void OnInsertKey(GridId grid);
     void ApplyTrackingLimits();
     int MenuHeight() const;
+    int StatusHeight() const;
     void LayOut();
     /// Column widths, size, position and split from the settings file, each
     /// value that is missing or damaged from its default.
@@ -143,6 +151,7 @@ private:
     IModalRunner* m_pRunner;
     mutable CModalRunner m_defaultRunner;
     QMenuBar* m_pMenuBar = nullptr;
+    QStatusBar* m_pStatusBar = nullptr;
     QWidget* m_pClient = nullptr;
     QToolBar* m_pToolBar = nullptr;
     CGridModel* m_pLoadModel = nullptr;

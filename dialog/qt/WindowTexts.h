@@ -23,4 +23,8 @@ inline constexpr std::wstring_view kWorkbookExtension = L"xlsx";
 /// Asked before an existing drawing is replaced; filled with the path.
 inline constexpr std::wstring_view kReplaceFileFormat = L"文件 \"%s\" 已经存在,是否替换?";
 
+/// The small dialog that asks for the drawing's base point.
+inline constexpr std::wstring_view kBasePointCaption = L"插入基点";
+inline constexpr std::wstring_view kBasePointPrompt = L"表格左上角的插入基点（图形单位）：";
+
 }  // namespace loadcal::texts

@@ -1,5 +1,7 @@
 #include "output/report/BookContent.h"
 
+#include "model/Checks.h"
+
 #include <cmath>
 
 #include "model/Columns.h"
@@ -175,14 +177,21 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
     return s;
 }
 
-void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b,
-                          std::vector<BookCheck>& checks)
+void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b, int index,
+                          const CCheckWarnings& warnings, std::vector<BookCheck>& checks)
 {
     // A figure that is not a number (a power factor above 1 gives "-NAN")
-    // fails its check: nothing can be said to be met.
+    // fails its check: nothing can be said to be met. Neither can a load
+    // rate computed from a capacity of "0" or from figures that are not
+    // finite, which the document checks name.
     const double loadRate = ParseNumber(t.m_strActualLoadRate);
+    const bool rateTrusted = IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer,
+                                                 index, CTransformerCalData::kActualLoadRate) &&
+                             IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer,
+                                                 index, CTransformerCalData::kRatedCapacity);
     checks.push_back({L"负载率不高于 85 %", t.m_strName,
-                      L"实际负载率 " + Percent(t.m_strActualLoadRate), loadRate <= kLoadRateLimit});
+                      L"实际负载率 " + Percent(t.m_strActualLoadRate),
+                      rateTrusted && loadRate <= kLoadRateLimit});
     const double s2 = ParseNumber(t.m_strCalcS);
     std::wstring pf;
     bool pfMet = true;
@@ -206,7 +215,8 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
     }
     checks.push_back({L"单相负荷三相平衡（15 % 规则）", t.m_strName, balance,
                       b.phases.singlePhaseCount == 0 || b.phases.Balanced()});
-    const bool inSeries = ParseNumber(t.m_strRatedCapacity) != 0;
+    const double rated = ParseNumber(t.m_strRatedCapacity);
+    const bool inSeries = std::isfinite(rated) && rated > 0;
     checks.push_back({L"额定容量在标准容量系列内", t.m_strName,
                       inSeries ? L"Se = " + t.m_strRatedCapacity + L" kVA"
                                : L"额定容量为 \"" + t.m_strRatedCapacity + L"\"，超出标准系列",
@@ -252,6 +262,7 @@ std::vector<std::wstring> NonNumericCells(const CLoadArray& loads,
 BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& transformers)
 {
     BookContent book;
+    const CCheckWarnings warnings = CheckDocument(CLoadCalDocument(loads, transformers));
     const COwnerIndex index(loads);
     book.totals = index.Totals();
     for (int m = 0; m < transformers.GetSize(); ++m) {
@@ -273,7 +284,7 @@ BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& t
         const double s2 = ParseNumber(t.m_strCalcS);
         b.cosAfterActual = s2 > 1e-8 ? ParseNumber(t.m_strCalcP) / s2 : 0.0;
         b.steps = TransformerSteps(t, b);
-        AddTransformerChecks(t, b, book.checks);
+        AddTransformerChecks(t, b, m, warnings, book.checks);
         book.transformers.push_back(std::move(b));
     }
     const std::vector<std::wstring> cells = NonNumericCells(loads, transformers);
@@ -291,6 +302,14 @@ BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& t
         }
     }
     book.checks.push_back({L"数字单元格可读为数字", L"全部", finding, cells.empty()});
+    // The document's problems, as the window marks them and the command
+    // line lists them.
+    if (warnings.empty()) {
+        book.checks.push_back({L"数据检查", L"全部", L"未发现问题", true});
+    }
+    for (const CCheckWarning& w : warnings) {
+        book.checks.push_back({L"数据检查", L"", w.text, false});
+    }
     return book;
 }
 

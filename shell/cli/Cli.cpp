@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <functional>
 #include <istream>
+#include <optional>
 #include <ostream>
 
 #include "balancing/Extremum.h"
@@ -18,6 +19,7 @@
 #include "document/RecentFiles.h"
 #include "model/BoardGraph.h"
 #include "model/Calculation.h"
+#include "model/Checks.h"
 #include "model/LoadTypes.h"
 #include "model/SupplyIndex.h"
 #include "model/Text.h"
@@ -77,8 +79,8 @@ const CLI::Validator kPositiveScale(
 constexpr int kGenerations = 1000;
 
 /// Runs the phase-balancing command on a document as the dialog's toolbar
-/// button does, without a window; returns the report ("" when the command
-/// ended early on a transformer with fewer than four single-phase circuits).
+/// button does, without a window; returns the report, one block per owner
+/// group with single-phase circuits ("" when there is none).
 std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
                            std::optional<std::uint64_t> seed)
 {
@@ -122,15 +124,19 @@ CLoadTypeLibrary ReadLoadTypeLibrary(CliRun& run, bool userErrorFails)
 }
 
 /// Fills the empty demand and power factors of the circuits that name a
-/// load type from the library. Documents without types never read it.
-void FillFiguresFromTypes(CliRun& run, CLoadCalDocument& doc)
+/// load type from the library, which is returned for the checks. Documents
+/// without types never read it (nothing is returned).
+std::optional<CLoadTypeLibrary> FillFiguresFromTypes(CliRun& run, CLoadCalDocument& doc)
 {
     const bool typed = std::any_of(doc.loads.begin(), doc.loads.end(), [](const CLoadCalData& c) {
         return !Trim(c.m_strLoadType).empty();
     });
-    if (typed) {
-        FillFromLoadTypes(doc, ReadLoadTypeLibrary(run, false));
+    if (!typed) {
+        return std::nullopt;
     }
+    CLoadTypeLibrary library = ReadLoadTypeLibrary(run, false);
+    FillFromLoadTypes(doc, library);
+    return library;
 }
 
 /// A document whose boards own each other in a cycle cannot be calculated:
@@ -176,13 +182,23 @@ void AddCalc(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
-            FillFiguresFromTypes(run, doc);
+            const std::optional<CLoadTypeLibrary> library = FillFiguresFromTypes(run, doc);
             RefuseBoardCycle(run, doc);
             const SummaryTotals totals = RecalculateDocument(doc);
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
             }
-            PrintDocument(run, doc, totals);
+            // The document's problems, as the window marks them.
+            std::vector<std::wstring> warnings;
+            for (const CCheckWarning& w : CheckDocument(doc, library ? &*library : nullptr)) {
+                warnings.push_back(w.text);
+                run.err << "warning: " << ToUtf8(w.text) << "\n";
+            }
+            if (run.json) {
+                run.out << DocumentToJson(doc, totals, &warnings);
+            } else {
+                PrintDocument(run, doc, totals);
+            }
         };
     });
 }
@@ -281,7 +297,7 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->add_option("--pdf", run.pdf, "calculation book to write (.pdf)")->required();
     cmd->callback([&run] {
         run.action = [&run] {
-            const CLoadCalDocument doc = ReadInput(run);
+            CLoadCalDocument doc = ReadInput(run);
             if (!doc.IsOriginalOnly()) {
                 // The book derives its figures under the original rules from the
                 // circuits alone; it would contradict the document's own figures.
@@ -289,6 +305,9 @@ void AddReport(CLI::App& app, CliRun& run)
                                     ": the calculation book does not show boards or the "
                                     "GB 51348-2019 rules yet; nothing was written");
             }
+            // The book shows figures that follow from the inputs.
+            FillFiguresFromTypes(run, doc);
+            RecalculateDocument(doc);
             WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
                                  {BookProjectName(FromUtf8(run.input)), {}, doc.project});
         };

@@ -24,57 +24,6 @@ FhjsOptions& Options()
     return options;
 }
 
-/// Output mode 1: the tables drawn into a drawing file at a base point asked
-/// on the command line (or given).
-void DrawIntoDrawing(const CLoadCalDiaog& dialog, const SummaryTotals& totals, CHost& host,
-                     IMessageSink& messages)
-{
-    const FhjsOptions& opt = Options();
-    std::optional<std::filesystem::path> file = opt.drawing;
-    if (file) {
-        if (!ConfirmReplaceFile(*file, nullptr, opt.runner)) {
-            return;
-        }
-    } else {
-        file = ChooseOutputFile(OutputFileKind::Drawing, dialog.GetFilePath(), nullptr, opt.runner);
-        if (!file) {
-            return;
-        }
-    }
-    CTerminalPointSource terminal(host.In(), host.Out());
-    CFixedPointSource given(opt.base);
-    IPointSource& points = opt.base ? static_cast<IPointSource&>(given) : terminal;
-    try {
-        ExportDrawing(dialog.GetLoads(), dialog.GetTransformers(), totals,
-                      {*file, opt.scale, true, dialog.GetDocument().project.Name()}, points,
-                      &host.Out());
-    } catch (const OutputError& e) {
-        messages.ShowMessage(FromUtf8(e.what()));
-        host.Fail(2, e.what());
-    }
-}
-
-/// Output mode 2: the tables written into a workbook, which is then handed
-/// to the desktop's spreadsheet application.
-void ExportIntoWorkbook(const CLoadCalDiaog& dialog, const SummaryTotals& totals,
-                        IMessageSink& messages)
-{
-    const FhjsOptions& opt = Options();
-    std::optional<std::filesystem::path> file = opt.workbook;
-    if (!file) {
-        file =
-            ChooseOutputFile(OutputFileKind::Workbook, dialog.GetFilePath(), nullptr, opt.runner);
-        if (!file) {
-            return;
-        }
-    }
-    // A workbook that no application could open was still written: the
-    // message about it is shown and the command succeeds.
-    CQtFileOpener opener;
-    ExportWorkbook(dialog.GetLoads(), dialog.GetTransformers(), totals,
-                   {*file, true, opt.openWorkbook}, messages, opener);
-}
-
 }  // namespace
 
 void SetFhjsOptions(FhjsOptions options)
@@ -96,20 +45,14 @@ void FhjsCommand()
         CQtSession session;
         const FhjsOptions& opt = Options();
         CLoadCalDiaog dialog(opt.settingsPath.value_or(CLoadCalRecentFiles::DefaultSettingsPath()));
-        // The calculation book is written while the dialog stays open.
+        // The book, the drawing and the workbook are written while the
+        // dialog stays open.
         CQtCalculationBookWriter bookWriter(opt.openWorkbook);
         dialog.SetBookWriter(&bookWriter);
-        if (RunLoadCalDialog(dialog, opt.runner) != IDOK) {
-            return;  // Cancel, Escape or the close box: nothing is produced
-        }
-        // The totals are computed from the lists as the dialog left them.
-        const SummaryTotals totals = ComputeTotals(dialog.GetLoads());
-        CQtMessageSink messages(nullptr, opt.runner);
-        if (dialog.GetOutputMode() == 1) {
-            DrawIntoDrawing(dialog, totals, *host, messages);
-        } else if (dialog.GetOutputMode() == 2) {
-            ExportIntoWorkbook(dialog, totals, messages);
-        }
+        CQtOutputWriter outputWriter(
+            {opt.drawing, opt.workbook, opt.base, opt.scale, opt.openWorkbook, opt.runner});
+        dialog.SetOutputWriter(&outputWriter);
+        RunLoadCalDialog(dialog, opt.runner);
     } catch (const std::exception& e) {
         host->Fail(2, e.what());
     }

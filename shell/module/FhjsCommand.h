@@ -17,7 +17,7 @@ class IModalRunner;
 struct FhjsOptions {
     std::optional<std::filesystem::path> drawing;   ///< --drawing FILE.dxf (else asked)
     std::optional<std::filesystem::path> workbook;  ///< --xlsx FILE.xlsx (else asked)
-    std::optional<CadPoint> base;                   ///< --base X,Y[,Z] (else asked on the terminal)
+    std::optional<CadPoint> base;                   ///< --base X,Y[,Z] (else asked in the window)
     double scale = 1.0;                             ///< --scale S
     bool openWorkbook = true;  ///< hand the workbook and the calculation book to the desktop
     std::optional<std::wstring>

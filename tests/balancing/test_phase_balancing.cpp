@@ -1,5 +1,5 @@
 // The phase-balancing command: grouping by owner text, the single-phase test,
-// the early end for small groups, the report and what it writes back, and the
+// small groups given the phases in turn, the report and what it writes back, and the
 // command line's window-less host.
 
 #include <gtest/gtest.h>
@@ -152,46 +152,66 @@ TEST(PhaseBalancing, ReportBlockIsPrintfWithTwoDecimalsRoundedAlikeInAnyLocale)
     EXPECT_EQ(inGerman, expected);
 }
 
-TEST(PhaseBalancing, AGroupOfThreeEndsTheCommandAndLeavesLaterGroupsAlone)
+TEST(PhaseBalancing, AGroupOfThreeGetsThePhasesInTurnAndTheRunGoesOnToLaterGroups)
 {
+    // A chiller-only transformer before a lighting transformer: the small
+    // group no longer stops the run.
     CLoadArray loads;
     for (int i = 0; i < 3; ++i) {
         loads.Add(Circuit(L"T1", L"L3,N", L"5"));
     }
+    loads.Add(Circuit(L"T1", L"L1,L2,L3,N", L"30"));
     for (int i = 0; i < 10; ++i) {
         loads.Add(Circuit(L"T2", L"L1,N", std::to_wstring(i + 1)));
     }
-    const CLoadArray before = loads;
     CRecordingWindow window;
     const PhaseBalancingResult result = Balance(loads, window);
 
-    EXPECT_FALSE(result.completed);
+    EXPECT_TRUE(result.completed);
     EXPECT_EQ(loads[0].m_strPhase, L"L1,N");
     EXPECT_EQ(loads[1].m_strPhase, L"L2,N");
     EXPECT_EQ(loads[2].m_strPhase, L"L3,N");
-    for (int r = 3; r < 13; ++r) {
-        EXPECT_EQ(loads[r], before[r]) << r;
+    EXPECT_EQ(loads[3].m_strPhase, L"L1,L2,L3,N");
+    // The ten circuits of T2 (55 A in all) were spread: no phase keeps them all.
+    double perPhase[3] = {0, 0, 0};
+    for (int r = 4; r < 14; ++r) {
+        ASSERT_TRUE(IsSinglePhaseText(loads[r].m_strPhase)) << r;
+        perPhase[loads[r].m_strPhase[1] - L'1'] += std::stod(loads[r].m_strCalcI);
     }
-    const std::vector<std::pair<int, std::wstring>> cells = {
-        {0, L"L1,N"}, {1, L"L2,N"}, {2, L"L3,N"}};
-    EXPECT_EQ(window.cells, cells);
-    EXPECT_TRUE(window.reports.empty());
-    EXPECT_TRUE(window.calls.empty());
+    for (double amps : perPhase) {
+        EXPECT_GT(amps, 10.0);
+        EXPECT_LT(amps, 25.0);
+    }
+    // One report naming both groups, T1's with 5 A + 10 A on each phase.
+    ASSERT_EQ(window.reports.size(), 1U);
+    const std::wstring& report = window.reports[0];
+    const double t1[3] = {15, 15, 15};
+    EXPECT_NE(
+        report.find(FormatPhaseReportBlock(L"T1", PhaseList(), t1) + std::wstring(kSmallGroupNote)),
+        std::wstring::npos)
+        << report.size();
+    EXPECT_NE(report.find(L"变压器T2"), std::wstring::npos);
+    EXPECT_EQ(window.calls, kClosingCalls);
 }
 
-TEST(PhaseBalancing, AGroupWithoutSinglePhaseCircuitsAlsoEndsTheCommand)
+TEST(PhaseBalancing, AGroupWithoutSinglePhaseCircuitsIsSkippedAndLeftOutOfTheReport)
 {
     CLoadArray loads;
     loads.Add(Circuit(L"T1", L"L1,L2,L3,N", L"40"));
     for (int i = 0; i < 6; ++i) {
         loads.Add(Circuit(L"T2", L"L2,N", L"7"));
     }
-    const CLoadArray before = loads;
     CRecordingWindow window;
-    EXPECT_FALSE(Balance(loads, window).completed);
-    EXPECT_EQ(loads, before);
-    EXPECT_TRUE(window.cells.empty());
-    EXPECT_TRUE(window.calls.empty());
+    EXPECT_TRUE(Balance(loads, window).completed);
+    EXPECT_EQ(loads[0].m_strPhase, L"L1,L2,L3,N");
+    int moved = 0;
+    for (int r = 1; r < 7; ++r) {
+        moved += loads[r].m_strPhase != L"L2,N" ? 1 : 0;
+    }
+    EXPECT_EQ(moved, 4);  // six equal currents: two on each phase
+    ASSERT_EQ(window.reports.size(), 1U);
+    EXPECT_EQ(window.reports[0].find(L"变压器T1"), std::wstring::npos);
+    EXPECT_NE(window.reports[0].find(L"变压器T2"), std::wstring::npos);
 }
 
 TEST(PhaseBalancing, AnyTextButTheExactThreePhaseTextIsSinglePhaseAndGetsABalancedPhase)

@@ -319,10 +319,11 @@ TEST_F(Cli, BalanceReportsThePhaseCurrentsAndWritesThePhasesBack)
               Run({"balance", "in.json", "--json", "--seed", "7"}).out);
 }
 
-TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
+TEST_F(Cli, BalanceSpreadsEveryGroupAndGivesASmallGroupL1L2L3InTurn)
 {
-    // T1 has three single-phase circuits: they get L1, L2, L3 in turn and the
-    // command ends there, without a report and without touching T2.
+    // T1 has three single-phase circuits: they get L1, L2, L3 in turn, its
+    // report block says so, and the run goes on to T2, whose five 5 A
+    // circuits are spread 10 / 10 / 5 A.
     std::string loads;
     for (int i = 1; i <= 3; ++i) {
         loads += CircuitJson("A" + std::to_string(i), "L3,N", "5", "T1") + ",";
@@ -334,14 +335,33 @@ TEST_F(Cli, BalanceEndsEarlyOnATransformerWithFewerThanFourSinglePhaseCircuits)
     Write("in.json", R"({"loads": [)" + loads + R"(]})");
     auto r = Run({"balance", "in.json", "-o", "out.LDC"});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_EQ(r.out, "");
+    const auto t1 = r.out.find("变压器T1\n");
+    const auto t2 = r.out.find("变压器T2\n");
+    ASSERT_NE(t1, std::string::npos) << r.out;
+    ASSERT_NE(t2, std::string::npos) << r.out;
+    EXPECT_LT(t1, t2);
+    const std::string t1Block = r.out.substr(t1, t2 - t1);
+    const std::string t2Block = r.out.substr(t2);
+    EXPECT_NE(t1Block.find("少于4个"), std::string::npos) << t1Block;
+    EXPECT_EQ(t2Block.find("少于4个"), std::string::npos) << t2Block;
+
     CLoadCalDocument writtenDoc;
     LoadArchiveFile(folder.File("out.LDC"), writtenDoc);
     const CLoadArray& written = writtenDoc.loads;
+    ASSERT_EQ(written.GetSize(), 8);
     EXPECT_EQ(written[0].m_strPhase, L"L1,N");
     EXPECT_EQ(written[1].m_strPhase, L"L2,N");
     EXPECT_EQ(written[2].m_strPhase, L"L3,N");
-    EXPECT_EQ(written[3].m_strPhase, L"l1,n");
+    int perPhase[3] = {0, 0, 0};
+    for (int i = 3; i < 8; ++i) {
+        const std::wstring& p = written[i].m_strPhase;
+        ASSERT_TRUE(p == L"L1,N" || p == L"L2,N" || p == L"L3,N") << ToUtf8(p);
+        ++perPhase[p[1] - L'1'];
+    }
+    std::sort(std::begin(perPhase), std::end(perPhase));
+    EXPECT_EQ(perPhase[0], 1);
+    EXPECT_EQ(perPhase[1], 2);
+    EXPECT_EQ(perPhase[2], 2);
 
     EXPECT_EQ(Run({"balance", "in.json", "--seed", "x"}).status, 1);
     EXPECT_EQ(Run({"balance", "none.json"}).status, 2);

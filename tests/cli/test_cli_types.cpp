@@ -122,7 +122,12 @@ TEST_F(CliTypes, CalcFillsOnlyTheEmptyFactorsOfTypedCircuits)
       "transformers": [{"name": "T1"}]})");
     auto r = Run({"calc", "in.json", "--json", "-o", "out.LDC"});
     ASSERT_EQ(r.status, 0) << r.err;
-    EXPECT_TRUE(r.err.empty()) << r.err;
+    // Nothing but the document's warnings: the typed Kx outside its type's
+    // range, and circuit 4's quantity, which leaves its Kx empty.
+    EXPECT_EQ(r.err,
+              "warning: 回路 4: 需要系数 \"\" 不在 (0, 1] 内\n"
+              "warning: 回路“2”：需要系数 0.5 超出负荷类型“电梯”的范围 0.18–0.22\n"
+              "warning: 回路“4”：负荷类型“照明插座”按建筑面积(m²)取需要系数，数量“很多”不是正数\n");
     CLoadCalDocument doc;
     DocumentFromJson(r.out, "stdout", doc);
     ASSERT_EQ(doc.loads.GetSize(), 5);
@@ -174,7 +179,10 @@ TEST_F(CliTypes, ADamagedUserLibraryDoesNotStopCalcAndAnUntypedDocumentNeverRead
     DocumentFromJson(r.out, "stdout", doc);
     EXPECT_EQ(doc.loads[0].m_strDemandFactor, L"0.2");
 
-    Write("plain.json", R"({"loads": [{"circuitNo": "1", "ratedPower": "30"}]})");
+    // An untyped document never reads the damaged library: stderr holds
+    // only the document's own warnings.
+    Write("plain.json", R"({"loads": [{"circuitNo": "1", "phase": "L1,L2,L3,N",
+        "ratedPower": "30", "transformer": "T1"}], "transformers": [{"name": "T1"}]})");
     r = Run({"calc", "plain.json"});
     ASSERT_EQ(r.status, 0) << r.err;
     EXPECT_TRUE(r.err.empty()) << r.err;

@@ -58,6 +58,8 @@ public:
     void ShowAboutBox() override {}
     void SetClipboardText(const std::wstring& text) override { clipboard = text; }
     std::wstring clipboard;  ///< the system clipboard's text
+    void SetStatusText(const std::wstring& text) override { status = text; }
+    std::wstring status;  ///< the status bar's note
 };
 
 using testsupport::TempFolder;

@@ -5,7 +5,9 @@
 
 #include <stdexcept>
 
+#include "dialog/GridColumns.h"
 #include "dialog/LoadCalResources.h"
+#include "document/Archive.h"
 #include "tests/dialog/ScriptedUi.h"
 
 using namespace loadcal;
@@ -100,6 +102,7 @@ TEST(CalculationBook, TheBookOfTheRecordsAsTheyStandIsWrittenAndTheDialogStaysOp
     EXPECT_EQ(writer.calls[0].loads, f.dlg->GetLoads());
     EXPECT_EQ(writer.calls[0].transformers, f.dlg->GetTransformers());
     EXPECT_EQ(writer.calls[0].loads[0].m_strRatedPower, L"30");
+    EXPECT_EQ(f.ui.status, L"已写入 " + book);
 
     // Unlike the output commands: no save question, no end, no output mode.
     EXPECT_TRUE(f.ui.boxes.empty());
@@ -118,8 +121,10 @@ TEST(CalculationBook, AFailureOrAMissingViewerIsToldAndTheDialogStaysOpen)
     f.ui.saveAnswers.push_back(L"/x/书.pdf");
     f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
     ASSERT_EQ(f.ui.boxes.size(), 1u);
-    EXPECT_EQ(f.ui.boxes[0].text, L"cannot write \"/x/书.pdf\": No space left on device");
-    EXPECT_EQ(f.ui.boxes[0].style, MB_OK);
+    EXPECT_EQ(f.ui.boxes[0].text,
+              L"计算书 \"/x/书.pdf\" 没有生成（No space left on device）\n原有的文件保持不变。");
+    EXPECT_EQ(f.ui.status, L"");
+    EXPECT_EQ(f.ui.boxes[0].style, MB_OK | MB_ICONEXCLAMATION);
 
     writer.failure = nullptr;
     writer.shown = false;
@@ -128,4 +133,67 @@ TEST(CalculationBook, AFailureOrAMissingViewerIsToldAndTheDialogStaysOpen)
     ASSERT_EQ(f.ui.boxes.size(), 2u);
     EXPECT_EQ(f.ui.boxes[1].text, L"计算书已生成，但没有可以打开 PDF 文件的程序：\n/x/书.pdf");
     EXPECT_TRUE(f.ui.endResults.empty());
+}
+
+TEST(CalculationBook, StaleFiguresAreRecalculatedAsOneStepBeforeTheBookIsWritten)
+{
+    DialogFixture f;
+    RecordingWriter writer;
+    f.dlg->SetBookWriter(&writer);
+    f.AddTransformer(L"T1");
+    f.AddCircuit(L"水泵", L"L1,L2,L3,N", L"15");
+    f.AddCircuit(L"照明", L"L2,N", L"4");
+    f.Own(1, {L"T1"});
+    f.Own(2, {L"T1"});
+    const CLoadCalDocument good = f.dlg->GetDocument();
+    ASSERT_FALSE(f.dlg->HasStaleFigures());
+
+    // A file whose figures were edited by hand, opened as it is.
+    CLoadCalDocument stale = good;
+    stale.loads[0].m_strCalcP = L"180";
+    stale.transformers[0].m_strRatedCapacity = L"2500";
+    const std::wstring path = f.folder.File("stale.LDC");
+    SaveArchiveFile(path, stale);
+    f.SaveAsIn("good.LDC");
+    f.ui.boxes.clear();
+    f.ui.openAnswers.push_back(path);
+    f.ui.boxAnswers = {IDNO};
+    f.dlg->OnFileOpen();
+    ASSERT_EQ(f.dlg->GetDocument(), stale);
+    ASSERT_FALSE(f.dlg->CanUndo());
+
+    // Cancelling the file dialog leaves the figures as they are.
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    EXPECT_TRUE(writer.calls.empty());
+    EXPECT_EQ(f.dlg->GetDocument(), stale);
+    EXPECT_FALSE(f.dlg->CanUndo());
+
+    // The book holds the recalculated figures, and so do the grids.
+    f.ui.saveAnswers.push_back(f.folder.File("书.pdf"));
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    ASSERT_EQ(writer.calls.size(), 1u);
+    EXPECT_EQ(writer.calls[0].loads, good.loads);
+    EXPECT_EQ(writer.calls[0].transformers, good.transformers);
+    EXPECT_EQ(f.dlg->GetDocument(), good);
+    const int calcP = GridColumnOfField(GridId::Load, CLoadCalData::kCalcP);
+    const int rated = GridColumnOfField(GridId::Transformer, CTransformerCalData::kRatedCapacity);
+    EXPECT_EQ(f.Load().GetItemText(1, calcP), good.loads[0].m_strCalcP);
+    EXPECT_EQ(f.Transformers().GetItemText(1, rated), good.transformers[0].m_strRatedCapacity);
+    EXPECT_TRUE(f.dlg->IsModified());
+
+    // One undo step takes the recalculation back, to the file as opened.
+    EXPECT_EQ(f.dlg->GetHistory().GetUndoCount(), 1u);
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetDocument(), stale);
+    EXPECT_FALSE(f.dlg->IsModified());
+    EXPECT_EQ(f.Load().GetItemText(1, calcP), L"180");
+
+    // A document whose figures are right gets its book without a step.
+    f.dlg->OnEditRedo();
+    f.ui.saveAnswers.push_back(f.folder.File("书2.pdf"));
+    f.dlg->OnCommand(res::ID_CALCULATION_BOOK);
+    ASSERT_EQ(writer.calls.size(), 2u);
+    EXPECT_EQ(writer.calls[1].loads, good.loads);
+    EXPECT_EQ(f.dlg->GetHistory().GetUndoCount(), 1u);
+    EXPECT_FALSE(f.dlg->CanRedo());
 }

@@ -116,10 +116,10 @@ TEST(SpreadsheetPaste, BadTextPlacesWhatItCanAndNothingElse)
     DialogFixture f;
     f.AddCircuit(L"M1");
     const CLoadArray before = f.dlg->GetLoads();
-    // Empty text, blank lines, and a paste that is not on the entry row.
+    // Empty text, blank lines, and a paste below the entry row.
     PasteAt(f, GridId::Load, 3, L"");
     PasteAt(f, GridId::Load, 3, L"\r\n\t\t\n \n");
-    f.Load().SetFocusCell(1, 3);
+    f.Load().SetFocusCell(3, 3);
     f.dlg->PasteText(GridId::Load, L"X\t1\r\n");
     // Starting in the computed or owner columns places nothing.
     PasteAt(f, GridId::Load, 9, L"1\t2\t3\t4\t5\t6\r\n");
@@ -201,7 +201,7 @@ TEST(SpreadsheetClipboard, CopyAndCutPutTheRowsOutAsASpreadsheetsText)
     EXPECT_TRUE(f.dlg->IsCut(GridId::Transformer));
 }
 
-TEST(RowKeys, DeleteAndCtrlVOnADataRowAreTheContextMenusCommands)
+TEST(RowKeys, CtrlVOfTheGridsOwnRowsOnADataRowIsTheRowPaste)
 {
     DialogFixture f;
     for (const wchar_t* name : {L"A", L"B", L"C"}) {
@@ -210,13 +210,19 @@ TEST(RowKeys, DeleteAndCtrlVOnADataRowAreTheContextMenusCommands)
     f.SelectRows(GridId::Load, 1, 1);
     f.dlg->OnCutKey(GridId::Load);
     f.Load().SetFocusCell(3, 2);
-    // Spreadsheet text on a data row is not a spreadsheet paste: the row
-    // clipboard's paste runs with its rules.
-    f.dlg->OnPasteKey(GridId::Load, L"X\tY\r\n");
+    // The text the grid's own Cut put there: the row clipboard's paste
+    // runs with its rules.
+    f.dlg->OnPasteKey(GridId::Load, f.ui.clipboard);
     ASSERT_EQ(f.dlg->GetLoads().GetSize(), 3);
     EXPECT_EQ(f.dlg->GetLoads()[1].m_strEquipName, L"A");
+    // 删除 of two rows asks first; No keeps both.
     f.SelectRows(GridId::Load, 2, 3);
-    f.dlg->OnDeleteKey(GridId::Load);
+    f.ui.boxAnswers = {IDNO};
+    f.dlg->OnDeleteRows(GridId::Load);
+    ASSERT_EQ(f.dlg->GetLoads().GetSize(), 3);
+    EXPECT_EQ(f.ui.boxes.back().text, L"删除 2 个回路？");
+    f.ui.boxAnswers = {IDYES};
+    f.dlg->OnDeleteRows(GridId::Load);
     ASSERT_EQ(f.dlg->GetLoads().GetSize(), 1);
     EXPECT_EQ(f.dlg->GetLoads()[0].m_strEquipName, L"B");
 }

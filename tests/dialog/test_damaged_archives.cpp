@@ -3,8 +3,10 @@
 // open document stays as it was and the recent list keeps its entries.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <random>
+#include <vector>
 
 #include "dialog/LoadCalResources.h"
 #include "document/AtomicFile.h"
@@ -21,25 +23,36 @@ namespace {
 struct Damage {
     const char* name;
     std::string (*apply)(std::string bytes);
-    const char* cause;  ///< a word the reason must hold ("" when any will do)
+    const char* cause;       ///< a word the reader's own text must hold ("" when any will do)
+    const wchar_t* problem;  ///< the reason in the user's words (null: any of them)
 };
 
+/// Every reason the window gives for a refused archive.
+const std::vector<std::wstring> kProblems = {L"文件不存在",
+                                             L"无法读取该文件",
+                                             L"这不是负荷计算存档文件",
+                                             L"存档的格式版本无法识别",
+                                             L"文件不完整，内容没有到结尾就中断了",
+                                             L"文件内容已损坏"};
+
 const Damage kDamages[] = {
-    {"truncated", [](std::string b) { return b.substr(0, b.size() * 2 / 3); }, "truncated"},
-    {"cut inside the header", [](std::string b) { return b.substr(0, 10); }, "truncated"},
-    {"empty", [](std::string) { return std::string(); }, ""},
+    {"truncated", [](std::string b) { return b.substr(0, b.size() * 2 / 3); }, "truncated",
+     L"文件不完整，内容没有到结尾就中断了"},
+    {"cut inside the header", [](std::string b) { return b.substr(0, 10); }, "truncated",
+     L"文件不完整，内容没有到结尾就中断了"},
+    {"empty", [](std::string) { return std::string(); }, "", nullptr},
     {"wrong magic",
      [](std::string b) {
          b[1] = 'X';
          return b;
      },
-     "magic"},
+     "magic", L"这不是负荷计算存档文件"},
     {"a bit flipped",
      [](std::string b) {
          b[b.size() / 2] ^= 0x10;
          return b;
      },
-     ""},
+     "", L"文件内容已损坏"},
     {"garbage",
      [](std::string b) {
          std::mt19937 rng(7);
@@ -48,8 +61,9 @@ const Damage kDamages[] = {
          }
          return b;
      },
-     ""},
-    {"a text file", [](std::string) { return std::string("回路编号,设备名称\n1,M1\n"); }, ""},
+     "", nullptr},
+    {"a text file", [](std::string) { return std::string("回路编号,设备名称\n1,M1\n"); }, "",
+     nullptr},
 };
 
 /// Saves a document with two circuits and a transformer as `name` and
@@ -72,7 +86,21 @@ void ExpectRefusal(const AskedBox& box, const std::wstring& path, const Damage& 
     ASSERT_EQ(box.text.rfind(head, 0), 0u) << ToUtf8(box.text);
     ASSERT_GT(box.text.size(), head.size() + tail.size()) << "no reason given";
     EXPECT_EQ(box.text.substr(box.text.size() - tail.size()), tail);
-    EXPECT_NE(box.text.find(FromUtf8(damage.cause)), std::wstring::npos) << ToUtf8(box.text);
+    // The reason in Chinese, then the reader's own text in brackets.
+    const std::wstring reason =
+        box.text.substr(head.size(), box.text.size() - head.size() - tail.size());
+    const size_t open = reason.find(L"（");
+    ASSERT_NE(open, std::wstring::npos) << ToUtf8(box.text);
+    ASSERT_EQ(reason.back(), L'）') << ToUtf8(box.text);
+    const std::wstring problem = reason.substr(0, open);
+    if (damage.problem) {
+        EXPECT_EQ(problem, damage.problem) << ToUtf8(box.text);
+    } else {
+        EXPECT_NE(std::ranges::find(kProblems, problem), kProblems.end()) << ToUtf8(box.text);
+    }
+    const std::wstring own = reason.substr(open + 1, reason.size() - open - 2);
+    EXPECT_FALSE(own.empty());
+    EXPECT_NE(own.find(FromUtf8(damage.cause)), std::wstring::npos) << ToUtf8(box.text);
     EXPECT_EQ(box.caption, L"loadcal");
     EXPECT_EQ(box.style, MB_OK | MB_ICONEXCLAMATION);
 }
@@ -134,7 +162,10 @@ TEST(DamagedArchive, TheRecentListAndAFolderNamedLikeAnArchiveAreRefusedAlike)
     f.ui.openAnswers.push_back(folder);
     f.dlg->OnFileOpen();
     ASSERT_EQ(f.ui.boxes.size(), 2u);
-    EXPECT_EQ(f.ui.boxes[1].text.rfind(L"无法打开负荷计算存档文件 \"" + folder + L"\"：", 0), 0u);
+    EXPECT_EQ(f.ui.boxes[1].text.rfind(
+                  L"无法打开负荷计算存档文件 \"" + folder + L"\"：无法读取该文件（", 0),
+              0u)
+        << ToUtf8(f.ui.boxes[1].text);
     EXPECT_EQ(f.dlg->GetFilePath(), f.folder.File("x.LDC"));
     EXPECT_EQ(f.dlg->GetRecentFiles().GetSize(), 2);
 }

@@ -63,15 +63,20 @@ TEST(LoadEditing, ThePhaseSetsTheVoltageAndRecalculatesTheCurrent)
     EXPECT_EQ(f.dlg->GetLoads()[0].m_strVoltage, L"0.38");
 }
 
-TEST(LoadEditing, ClickingThePhaseOfAnUnknownTextShowsTheFirstChoiceOnly)
+TEST(LoadEditing, APhaseThatIsNotOneOfTheFourIsRefusedAndTheVoltageStays)
 {
     DialogFixture f;
-    f.AddCircuit(L"M1");
-    f.Type(GridId::Load, 1, 4, L"l1,n");
-    EXPECT_EQ(f.dlg->GetLoads()[0].m_strPhase, L"l1,n");
+    f.AddCircuit(L"M1", L"L2,N", L"10");
+    const CLoadCalData before = f.dlg->GetLoads()[0];
+    for (const wchar_t* typed : {L"l1,n", L"三相", L"L4", L"A相", L""}) {
+        f.Type(GridId::Load, 1, 4, typed);
+        EXPECT_EQ(f.dlg->GetLoads()[0], before);
+        EXPECT_EQ(f.Load().GetItemText(1, 4), L"L2,N");
+        EXPECT_EQ(f.Load().GetItemText(1, 6), L"0.22");
+    }
+    // A click keeps the cell's text: the screen shows what the record holds.
     f.dlg->OnGridClick(GridId::Load, 1, 4);
-    EXPECT_EQ(f.Load().GetItemText(1, 4), L"L1,N");
-    EXPECT_EQ(f.dlg->GetLoads()[0].m_strPhase, L"l1,n");  // until the next edit
+    EXPECT_EQ(f.Load().GetItemText(1, 4), L"L2,N");
 }
 
 TEST(LoadEditing, TextsAreTrimmedIntoTheRecord)
@@ -98,13 +103,15 @@ TEST(LoadEditing, ClearingTheLastKeyCellDeletesTheRowAndTheRecord)
     EXPECT_EQ(f.Load().GetItemText(1, 3), L"M2");
 }
 
-TEST(LoadEditing, AnEmptyPhaseOnTheEntryRowCreatesNothingButSetsItsVoltageCell)
+TEST(LoadEditing, AnEmptyPhaseOnTheEntryRowIsRefusedAndChangesNothing)
 {
     DialogFixture f;
     f.Type(GridId::Load, 1, 4, L"");
     EXPECT_EQ(f.dlg->GetLoads().GetSize(), 0);
     EXPECT_EQ(f.Load().GetRowCount(), 4);
-    EXPECT_EQ(f.Load().GetItemText(1, 6), L"0.22");
+    EXPECT_EQ(f.Load().GetItemText(1, 4), L"L1,L2,L3,N");
+    EXPECT_EQ(f.Load().GetItemText(1, 6), L"0.38");
+    EXPECT_FALSE(f.dlg->IsModified());
 }
 
 TEST(LoadEditing, ReadOnlyCellsTakeNoEdit)
@@ -169,7 +176,7 @@ TEST(TransformerEditing, RetypingItsOwnNameInOtherCaseIsAccepted)
     EXPECT_EQ(f.dlg->GetTransformers()[0].m_strName, L"t1");
 }
 
-TEST(TransformerEditing, RenameInsideAJoinedOwnerListLeavesTheVisibleCellStale)
+TEST(TransformerEditing, RenameInsideAJoinedOwnerListRewritesTheVisibleCell)
 {
     DialogFixture f;
     f.AddTransformer(L"T1");
@@ -180,7 +187,7 @@ TEST(TransformerEditing, RenameInsideAJoinedOwnerListLeavesTheVisibleCellStale)
 
     f.Type(GridId::Transformer, 1, 1, L"TA");
     EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"TA,T2");
-    EXPECT_EQ(f.Load().GetItemText(1, 13), L"T1,T2");  // refreshed only by a rebuild
+    EXPECT_EQ(f.Load().GetItemText(1, 13), L"TA,T2");
     EXPECT_EQ(f.dlg->GetTransformers()[0].m_strName, L"TA");
 }
 
@@ -269,7 +276,7 @@ TEST(ContextMenu, OpensOnlyWithinItsRowsAndColumns)
     f.dlg->OnGridRightClick(GridId::Load, 2, 12);
     f.dlg->OnGridRightClick(GridId::Transformer, 2, 15);
     ASSERT_EQ(f.ui.menus.size(), 2u);
-    EXPECT_EQ(f.ui.menus[0], (std::vector<unsigned>{32781, 32775, 32776, 32777}));
+    EXPECT_EQ(f.ui.menus[0], (std::vector<unsigned>{32781, 32775, 32776, 32777, 32797}));
     EXPECT_EQ(f.ui.menus[1], (std::vector<unsigned>{32782, 32778, 32779, 32780}));
     EXPECT_TRUE(f.ui.boxes.empty());
 }

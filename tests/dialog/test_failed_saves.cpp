@@ -23,7 +23,8 @@ constexpr rlim_t kTooSmall = 64;
 
 std::wstring SaveFailure(const std::wstring& path, const std::wstring& cause)
 {
-    return L"保存文件 \"" + path + L"\" 失败：" + cause + L"\n文档没有保存，修改仍在窗口中。";
+    return L"保存文件 \"" + path + L"\" 失败：无法写入文件（" + cause +
+           L"）\n文档没有保存，修改仍在窗口中。";
 }
 
 /// A titled document saved with circuit M1, then changed (circuit M2).
@@ -103,8 +104,7 @@ TEST(FailedSave, SaveAsThatFailsChangesNeitherPathNorTitleNorRecentList)
 
 TEST(FailedSave, TheSaveQuestionsYesThatFailsStopsEveryCommandThatAsked)
 {
-    const unsigned commands[] = {res::ID_FILE_NEW,  res::ID_FILE_OPEN,      4000,
-                                 res::ID_FILE_EXIT, res::ID_OUTPUT_DRAWING, res::ID_OUTPUT_EXCEL,
+    const unsigned commands[] = {res::ID_FILE_NEW, res::ID_FILE_OPEN, 4000, res::ID_FILE_EXIT,
                                  IDCANCEL};
     for (const unsigned command : commands) {
         SCOPED_TRACE(command);
@@ -149,7 +149,43 @@ TEST(FailedSave, AnUntitledDocumentWhoseFirstSaveFailsStaysUntitled)
     // Saving somewhere else then lets the output go on.
     f.ui.boxAnswers = {IDYES};
     f.ui.saveAnswers.push_back(f.folder.File("good.LDC"));
-    f.dlg->OnOutputExcel();
-    EXPECT_EQ(f.dlg->GetOutputMode(), 2);
+    f.dlg->OnFileExit();
+    EXPECT_EQ(f.ui.endResults, (std::vector<int>{IDOK}));
     EXPECT_EQ(CircuitsIn(f.folder.File("good.LDC")), 1);
+}
+
+TEST(FailedSave, ADocumentWithMoreCircuitsThanAnArchiveHoldsIsRefusedInChinese)
+{
+    // 32,767 circuits fill an archive; one more typed into the entry row
+    // makes a document that Save refuses, naming the count, before anything
+    // is written.
+    DialogFixture f;
+    const std::wstring path = SavedThenChanged(f);
+    const std::string before = ReadBytes(ToFsPath(path));
+    std::wstring lines;
+    for (int i = 2; i < 32767; ++i) {
+        lines += L"x\n";
+    }
+    f.Load().SetFocusCell(3, 3);
+    f.dlg->OnPasteKey(GridId::Load, lines);
+    ASSERT_TRUE(f.ui.boxes.empty());
+    ASSERT_EQ(f.dlg->GetLoads().GetSize(), 32767);
+    f.Type(GridId::Load, 32768, 3, L"y");
+    ASSERT_EQ(f.dlg->GetLoads().GetSize(), 32768);
+
+    f.dlg->OnCommand(res::ID_FILE_SAVE);
+    ASSERT_EQ(f.ui.boxes.size(), 1u);
+    EXPECT_EQ(f.ui.boxes[0].text,
+              L"保存文件 \"" + path +
+                  L"\" 失败：文档有 32768 个回路，超过存档最多能保存的 32767 个，文件没有写入"
+                  L"\n文档没有保存，修改仍在窗口中。");
+    EXPECT_TRUE(f.dlg->IsModified());
+    EXPECT_EQ(ReadBytes(ToFsPath(path)), before);
+
+    // One circuit fewer and it is saved.
+    f.dlg->OnEditUndo();
+    f.dlg->OnCommand(res::ID_FILE_SAVE);
+    EXPECT_EQ(f.ui.boxes.size(), 1u);
+    EXPECT_FALSE(f.dlg->IsModified());
+    EXPECT_EQ(CircuitsIn(path), 32767);
 }

@@ -51,7 +51,7 @@ TEST(PhaseBalancing, FourEqualCircuitsAndAThreePhaseOneAreReportedAndWrittenBack
     EXPECT_TRUE(f.dlg->IsModified());  // the total refresh marks the document
 }
 
-TEST(PhaseBalancing, FewerThanFourSingleCircuitsEndTheCommandWithoutReport)
+TEST(PhaseBalancing, ASmallGroupGetsThePhasesInTurnAndTheNextGroupIsStillSpread)
 {
     DialogFixture f;
     f.AddTransformer(L"T1");
@@ -60,20 +60,29 @@ TEST(PhaseBalancing, FewerThanFourSingleCircuitsEndTheCommandWithoutReport)
         f.AddCircuit(L"A" + std::to_wstring(i), L"L3,N", L"1");
         f.Own(i, {L"T1"});
     }
-    for (int i = 4; i <= 8; ++i) {
+    for (int i = 4; i <= 9; ++i) {
         f.AddCircuit(L"B" + std::to_wstring(i), L"L3,N", L"1");
         f.Own(i, {L"T2"});
     }
     f.SaveAsIn("p.LDC");
 
     f.dlg->OnCommand(res::ID_ADJUST_PHASES);
-    EXPECT_TRUE(f.ui.boxes.empty());
+    ASSERT_EQ(f.ui.boxes.size(), 1U);  // one report for both groups
+    EXPECT_NE(f.ui.boxes[0].text.find(L"变压器T1"), std::wstring::npos);
+    EXPECT_NE(f.ui.boxes[0].text.find(L"变压器T2"), std::wstring::npos);
     EXPECT_EQ(f.Load().GetItemText(1, 4), L"L1,N");
     EXPECT_EQ(f.Load().GetItemText(2, 4), L"L2,N");
     EXPECT_EQ(f.Load().GetItemText(3, 4), L"L3,N");
-    EXPECT_EQ(f.dlg->GetLoads()[1].m_strPhase, L"L2,N");
-    for (int i = 3; i < 8; ++i) {
-        EXPECT_EQ(f.dlg->GetLoads()[i].m_strPhase, L"L3,N");
+    // Six equal circuits of T2: two on each phase, as the grid shows them.
+    int perPhase[3] = {0, 0, 0};
+    for (int i = 3; i < 9; ++i) {
+        const std::wstring& phase = f.dlg->GetLoads()[i].m_strPhase;
+        ASSERT_EQ(phase.size(), 4U);
+        ++perPhase[phase[1] - L'1'];
+        EXPECT_EQ(f.Load().GetItemText(i + 1, 4), phase);
     }
-    EXPECT_FALSE(f.dlg->IsModified());
+    EXPECT_EQ(perPhase[0], 2);
+    EXPECT_EQ(perPhase[1], 2);
+    EXPECT_EQ(perPhase[2], 2);
+    EXPECT_TRUE(f.dlg->IsModified());
 }

@@ -147,6 +147,7 @@ TEST(LoadRows, DeleteRemovesSelectedRowsAndDropsCutOnesFromTheClipboard)
     f.SelectRows(GridId::Load, 2, 3);
     f.dlg->OnCutRows(GridId::Load);
     f.SelectRows(GridId::Load, 3, 5);
+    f.ui.boxAnswers = {IDYES};
     f.dlg->OnDeleteRows(GridId::Load);
 
     EXPECT_EQ(f.RecordNames(), L"AB");
@@ -237,7 +238,7 @@ TEST(TransformerRows, PastedCopiesAreNeitherCheckedNorRecalculated)
     EXPECT_EQ(f.Transformers().GetRowCount(), 4);
 }
 
-TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListButNotFromTheCells)
+TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListAndItsCells)
 {
     DialogFixture f;
     f.AddTransformer(L"T1");
@@ -252,7 +253,7 @@ TEST(TransformerRows, DeleteRemovesTheNameFromEveryOwnerListButNotFromTheCells)
     ASSERT_EQ(f.dlg->GetTransformers().GetSize(), 1);
     EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"T2");
     EXPECT_EQ(f.dlg->GetLoads()[1].m_strTransformer, L"");
-    EXPECT_EQ(f.Load().GetItemText(1, 13), L"T1,T2");
-    EXPECT_EQ(f.Load().GetItemText(2, 13), L"T1");
+    EXPECT_EQ(f.Load().GetItemText(1, 13), L"T2");
+    EXPECT_EQ(f.Load().GetItemText(2, 13), L"");
     EXPECT_EQ(f.Transformers().GetRowCount(), 3);
 }

@@ -131,6 +131,7 @@ TEST(Undo, EveryKindOfChangeIsOneStepThatUndoAndRedoTakeBackAndDoAgain)
         f,
         [&] {
             f.SelectRows(GridId::Load, 2, 3);
+            f.ui.boxAnswers = {IDYES};
             f.dlg->OnDeleteRows(GridId::Load);
         },
         __LINE__);

@@ -17,6 +17,7 @@
 #include "tests/dialog_qt/WindowFixture.h"
 
 using namespace loadcal;
+using loadcal::test::Click;
 using loadcal::test::ScriptedRunner;
 
 /// Each test opens a fresh window over a fresh controller.
@@ -179,12 +180,41 @@ void EditKeysTest::rowKeysCutCopyPasteAndDeleteSelectedRows()
     QCOMPARE(m_dialog->GetLoads()[1].m_strEquipName, std::wstring(L"C"));
     QCOMPARE(m_dialog->GetLoads().GetSize(), 3);
 
+    // 删除 of the row menu and Delete on two whole rows both ask first
+    // ("删除 2 个回路？"); a dismissed box removes nothing.
     SelectRows(2, 3);
+    m_dialog->OnDeleteRows(GridId::Load);
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 3);
+    QCOMPARE(m_runner->boxes.size(), size_t{1});
+    QCOMPARE(m_runner->boxes[0].text, QStringLiteral("删除 2 个回路？"));
+    Keys(QKeySequence(Qt::Key_Delete));
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 3);
+    QCOMPARE(m_runner->boxes.size(), size_t{2});
+    QCOMPARE(m_runner->boxes[1].text, QStringLiteral("删除 2 个回路？"));
+    QCOMPARE(m_dialog->GetLoads()[1].m_strEquipName, std::wstring(L"C"));
+
+    // Answered Yes, Delete on the whole rows clears every key cell, so both
+    // circuits go, as one undo step.
+    m_runner->answers.push_back(Click(QMessageBox::Yes));
     Keys(QKeySequence(Qt::Key_Delete));
     QCOMPARE(m_dialog->GetLoads().GetSize(), 1);
     QCOMPARE(LoadView().model()->rowCount(), 4);
     Keys(QKeySequence(Qt::CTRL | Qt::Key_Z));
     QCOMPARE(m_dialog->GetLoads().GetSize(), 3);
+    QCOMPARE(m_dialog->GetLoads()[1].m_strEquipName, std::wstring(L"C"));
+
+    // Delete on one cell clears that cell only, without a question; the
+    // circuit stays while another key cell holds its power.
+    Type(2, 5, QStringLiteral("7.5"));
+    CGridView& view = LoadView();
+    view.setFocus();
+    view.setCurrentIndex(view.GridModel().IndexOfCell(2, 3));
+    Keys(QKeySequence(Qt::Key_Delete));
+    QCOMPARE(m_runner->boxes.size(), size_t{3});
+    QCOMPARE(m_dialog->GetLoads().GetSize(), 3);
+    QCOMPARE(m_dialog->GetLoads()[1].m_strEquipName, std::wstring());
+    Keys(QKeySequence(Qt::CTRL | Qt::Key_Z));
+    QCOMPARE(m_dialog->GetLoads()[1].m_strEquipName, std::wstring(L"C"));
 }
 
 void EditKeysTest::spreadsheetTextOnTheClipboardPastesOnTheEntryRow()

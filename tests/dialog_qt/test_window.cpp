@@ -4,6 +4,8 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialogButtonBox>
+#include <QDoubleSpinBox>
+#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QHeaderView>
 #include <QLabel>
@@ -13,6 +15,7 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QScrollBar>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QToolBar>
 #include <QtTest>
@@ -102,6 +105,8 @@ private slots:
     void aFailedSaveIsShownAndTheDocumentStaysModified();
     void aDamagedArchiveIsRefusedAndTheDocumentStays();
     void theRecoveryTimerKeepsACopyOfUnsavedChanges();
+    void theLaunchersExitStatusTellsWhetherAFileWasShown();
+    void theBasePointIsTypedOverTheZeroOfEachField();
 
 private:
     /// Types text into a grid cell through the view and ends the edit with Enter.
@@ -315,7 +320,9 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
     emit functions.aboutToShow();
     QCOMPARE(LinesOf(functions), (QList<MenuLine>{{"绘制到Acad(&D)", 32772},
                                                   {"输出到Excell(&E)", 32773},
-                                                  {"生成计算书(&B)", 32795}}));
+                                                  {"生成计算书(&B)", 32795},
+                                                  separator,
+                                                  {"全部重算\tF9", 32796}}));
 
     QMenu& help = TopMenu(3);
     emit help.aboutToShow();
@@ -392,12 +399,11 @@ void WindowTest::closingAModifiedDocumentAsksTheSaveQuestion()
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     QVERIFY(m_window->isVisible());
 
-    // Escape answered No: asked again by Cancel, answered No, the dialog ends.
-    m_runner->answers.push_back(Click(QMessageBox::No));
+    // Escape answered No: asked once, the dialog ends.
     m_runner->answers.push_back(Click(QMessageBox::No));
     QTest::keyClick(&LoadView(), Qt::Key_Escape);
-    QCOMPARE(m_runner->boxes.size(), size_t(3));
-    QCOMPARE(m_runner->boxes[2].text, box.text);
+    QCOMPARE(m_runner->boxes.size(), size_t(2));
+    QCOMPARE(m_runner->boxes[1].text, box.text);
     QVERIFY(!m_window->isVisible());
     QCOMPARE(m_dialog->GetEndResult(), std::optional<int>(IDCANCEL));
 }
@@ -427,7 +433,7 @@ void WindowTest::theWindowCannotBeMadeSmallerThanItOpened()
     const QRect transformer(TransformerView().mapTo(m_window.get(), QPoint(0, 0)),
                             TransformerView().size());
     QCOMPARE(transformer.height(), transformerHeight);
-    QCOMPARE(transformer.bottom() + 1, m_window->height() - 5);
+    QCOMPARE(transformer.bottom() + 1, m_window->height() - 5 - m_window->StatusBar().height());
     QCOMPARE(transformer.right() + 1, m_window->width() - 3);
     QCOMPARE(LoadView().height(), loadHeight + 60);
 }
@@ -455,7 +461,7 @@ void WindowTest::anExceptionOfARowCommandIsReportedAndTheDocumentStays()
     m_runner->menuChoices = {"剪切", "复制", "删除"};
     RightClickCell(view, 2, 1);
     QCOMPARE(m_runner->menus.size(), size_t(1));
-    QCOMPARE(m_runner->menus[0], (QStringList{"剪切", "复制", "粘贴", "删除"}));
+    QCOMPARE(m_runner->menus[0], (QStringList{"剪切", "复制", "粘贴", "删除", "插入\tCtrl++"}));
     QVERIFY(m_dialog->IsCut(GridId::Load));
     QCOMPARE(m_dialog->GetCutRows(GridId::Load), (CArray<int>{2, 3}));
     QCOMPARE(view.model()->index(1, 0).data(Qt::ForegroundRole).value<QBrush>().color(),
@@ -488,7 +494,10 @@ void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
         LoadGrid().SetFocusCell(i, 13);
         m_dialog->OnChoiceReport({L"T1"});
     }
-    const QString title = m_window->windowTitle();
+    // The title holds Qt's "[*]" mark of the modified state.
+    const QString rawTitle = m_window->windowTitle();
+    QVERIFY(rawTitle.endsWith(QStringLiteral("[*]")));
+    const QString title = QString(rawTitle).remove(QStringLiteral("[*]"));
 
     // A timer sees the progress in the title only if it fires while the
     // search runs, that is if the window lets events through as the title
@@ -506,7 +515,7 @@ void WindowTest::phaseBalancingShowsItsProgressInTheTitle()
     const QString progress = title + QStringLiteral(" 变压器 T1 - 已完成");
     QVERIFY(std::any_of(titlesSeen.begin(), titlesSeen.end(),
                         [&](const QString& seen) { return seen.startsWith(progress); }));
-    QCOMPARE(m_window->windowTitle(), title);
+    QCOMPARE(m_window->windowTitle(), rawTitle);
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     QVERIFY(m_runner->boxes[0].text.startsWith(QStringLiteral("变压器T1\nL1,N项电流为: ")));
     QCOMPARE(m_runner->boxes[0].title, QStringLiteral("loadcal"));
@@ -876,15 +885,15 @@ void WindowTest::aFailedSaveIsShownAndTheDocumentStaysModified()
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     const test::ShownBox box = m_runner->boxes[0];
     QCOMPARE(box.title, QStringLiteral("文件保存"));
-    QCOMPARE(box.text,
-             QStringLiteral("保存文件 \"") + path +
-                 QStringLiteral("\" 失败：File too large\n文档没有保存，修改仍在窗口中。"));
+    QCOMPARE(box.text, QStringLiteral("保存文件 \"") + path +
+                           QStringLiteral("\" 失败：无法写入文件（File too large）\n"
+                                          "文档没有保存，修改仍在窗口中。"));
     QCOMPARE(box.icon, QMessageBox::Warning);
     QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
     QVERIFY(!QFileInfo::exists(path));
     QVERIFY(m_dialog->IsModified());
     QVERIFY(m_dialog->GetFilePath().empty());
-    QCOMPARE(m_window->windowTitle(), QStringLiteral("需要系数法负荷计算『未命名』"));
+    QCOMPARE(m_window->windowTitle(), QStringLiteral("需要系数法负荷计算『未命名』[*]"));
     QCOMPARE(LoadView().GridModel().IndexOfCell(1, 3).data().toString(), QStringLiteral("Fan"));
 
     // The close box still asks.
@@ -911,13 +920,13 @@ void WindowTest::aDamagedArchiveIsRefusedAndTheDocumentStays()
     QCOMPARE(m_runner->boxes.size(), size_t(2));
     const test::ShownBox box = m_runner->boxes[1];
     QVERIFY2(box.text.startsWith(QStringLiteral("无法打开负荷计算存档文件 \"") + bad +
-                                 QStringLiteral("\"：")),
+                                 QStringLiteral("\"：文件不完整，内容没有到结尾就中断了（")),
              qPrintable(box.text));
     QVERIFY2(box.text.contains(QStringLiteral("truncated")), qPrintable(box.text));
     QCOMPARE(box.icon, QMessageBox::Warning);
     QVERIFY(m_dialog->IsModified());
     QVERIFY(m_dialog->GetFilePath().empty());
-    QCOMPARE(m_window->windowTitle(), QStringLiteral("需要系数法负荷计算『未命名』"));
+    QCOMPARE(m_window->windowTitle(), QStringLiteral("需要系数法负荷计算『未命名』[*]"));
     QCOMPARE(LoadView().GridModel().IndexOfCell(1, 3).data().toString(), QStringLiteral("Fan"));
     QVERIFY(m_dialog->GetRecentFiles().GetSize() == 0);
 }
@@ -937,6 +946,65 @@ void WindowTest::theRecoveryTimerKeepsACopyOfUnsavedChanges()
     m_window->close();
     QVERIFY(!m_window->isVisible());
     QVERIFY(!QFileInfo::exists(copy));
+}
+
+void WindowTest::theLaunchersExitStatusTellsWhetherAFileWasShown()
+{
+    // xdg-open ends with 3 when no program handles the type: the window
+    // must hear that, not only that the launcher started.
+    const std::filesystem::path file = ToWString(m_folder->filePath("a.dxf"));
+    QVERIFY(CQtFileOpener(L"/bin/true").Open(file));
+    QVERIFY(!CQtFileOpener(L"/bin/false").Open(file));
+    QVERIFY(!CQtFileOpener(L"/nonexistent/xdg-open").Open(file));
+    const QString noMethod = m_folder->filePath("no-method");
+    {
+        QFile script(noMethod);
+        QVERIFY(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nexit 3\n");
+    }
+    QFile::setPermissions(noMethod, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    QVERIFY(!CQtFileOpener(ToWString(noMethod)).Open(file));
+
+    // A launcher that runs the viewer in the foreground is still running
+    // after the wait: shown, and the window is not held longer.
+    const QString foreground = m_folder->filePath("foreground");
+    {
+        QFile script(foreground);
+        QVERIFY(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nexec sleep 3\n");
+    }
+    QFile::setPermissions(foreground, QFileDevice::ReadOwner | QFileDevice::ExeOwner);
+    QElapsedTimer clock;
+    clock.start();
+    QVERIFY(CQtFileOpener(ToWString(foreground), std::chrono::milliseconds(200)).Open(file));
+    QVERIFY2(clock.elapsed() < 2000, qPrintable(QString::number(clock.elapsed())));
+}
+
+void WindowTest::theBasePointIsTypedOverTheZeroOfEachField()
+{
+    // Typing into X replaces its 0 (not "1000" from "100" before "0.000");
+    // Y and Z keep 0. (Tab selects the next field's text itself.)
+    QList<double> shownAtFirst;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        for (const char* name : {"X", "Y", "Z"}) {
+            auto* box = dialog.findChild<QDoubleSpinBox*>(QString::fromLatin1(name));
+            QVERIFY(box);
+            shownAtFirst.append(box->value());
+        }
+        QTest::keyClicks(dialog.findChild<QDoubleSpinBox*>(QStringLiteral("X")),
+                         QStringLiteral("-12.5"));
+        dialog.accept();
+    });
+    const std::optional<CadPoint> point = AskBasePoint(m_window.get(), m_runner.get());
+    QCOMPARE(shownAtFirst, (QList<double>{0.0, 0.0, 0.0}));
+    QVERIFY(point);
+    QCOMPARE(point->x, -12.5);
+    QCOMPARE(point->y, 0.0);
+    QCOMPARE(point->z, 0.0);
+
+    // Cancelled: no point.
+    m_runner->answers.push_back([](QDialog& dialog) { dialog.reject(); });
+    QVERIFY(!AskBasePoint(m_window.get(), m_runner.get()));
 }
 
 QTEST_MAIN(WindowTest)

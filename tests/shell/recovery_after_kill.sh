@@ -88,7 +88,8 @@ copies >/dev/null || fail "the recovery copy did not survive the kill"
 start_window
 focus '^恢复文档$' >/dev/null
 xdotool key Return
-main=$(focus '^需要系数法负荷计算『未命名』$')
+# The restored document is modified: the title carries the "*" mark.
+main=$(focus '^需要系数法负荷计算『未命名』[*]$')
 
 # 4. Saved under a new name through the save dialog.
 xdotool key ctrl+s

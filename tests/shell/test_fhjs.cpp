@@ -3,7 +3,9 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QDoubleSpinBox>
 #include <QMenu>
+#include <QStatusBar>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <QtTest>
@@ -32,13 +34,15 @@ private slots:
     void cancelProducesNothing();
     void workbookHoldsTheTotalsOfAnEditMadeJustBefore();
     void drawingGoesToTheGivenFileAtTheGivenPoint();
-    void drawingAsksBeforeReplacingAFileAndThePointOnTheTerminal();
+    void drawingAsksBeforeReplacingAFileAndThePointInTheWindow();
 
 private:
     /// Runs FHJS through the host as `loadcal FHJS` does, with `act` played
     /// in the window once it is up; returns the host's exit status.
     int RunFhjs(const std::function<void(CLoadCalWindow&)>& act, const std::string& terminal = {});
     static void Trigger(CLoadCalWindow& window, unsigned id);
+    /// Fills the base-point dialog's X, Y and Z and accepts it.
+    static test::ScriptedRunner::Answer BasePoint(double x, double y, double z);
     QString File(const QString& name) const { return m_dir->filePath(name); }
 
     std::unique_ptr<QTemporaryDir> m_dir;
@@ -92,6 +96,23 @@ void FhjsTest::Trigger(CLoadCalWindow& window, unsigned id)
     QFAIL("no action for the command");
 }
 
+test::ScriptedRunner::Answer FhjsTest::BasePoint(double x, double y, double z)
+{
+    return [x, y, z](QDialog& dialog) {
+        const double values[3] = {x, y, z};
+        const char* names[3] = {"X", "Y", "Z"};
+        for (int k = 0; k < 3; ++k) {
+            auto* box = dialog.findChild<QDoubleSpinBox*>(QString::fromLatin1(names[k]));
+            if (!box || box->value() != 0.0) {  // each starts at 0
+                dialog.reject();
+                return;
+            }
+            box->setValue(values[k]);
+        }
+        dialog.accept();
+    };
+}
+
 void FhjsTest::cancelProducesNothing()
 {
     m_options.workbook = File("t.xlsx").toStdString();
@@ -109,16 +130,27 @@ void FhjsTest::cancelProducesNothing()
 void FhjsTest::workbookHoldsTheTotalsOfAnEditMadeJustBefore()
 {
     m_options.workbook = File("t.xlsx").toStdString();
-    // The edit makes the document modified: the output command asks the save
-    // question first, answered No.
+    // The workbook is written while the window stays open, with the edit
+    // made just before and without a save question; the status bar names
+    // the file. Leaving then asks the save question, answered No.
     m_runner->answers.push_back(test::Click(QMessageBox::No));
-    const int status = RunFhjs([](CLoadCalWindow& window) {
+    bool stayedOpen = false;
+    QString status;
+    size_t boxesAfterOutput = 99;
+    const int exitStatus = RunFhjs([&](CLoadCalWindow& window) {
         QAbstractItemModel* model = window.View(GridId::Load).model();
         // The entry row (model row 0 of an empty document), rated power column.
         QVERIFY(model->setData(model->index(0, 4), "12.5"));
         Trigger(window, 32773);
+        stayedOpen = window.isVisible();
+        status = window.StatusBar().currentMessage();
+        boxesAfterOutput = m_runner->boxes.size();
+        window.close();
     });
-    QCOMPARE(status, 0);
+    QCOMPARE(exitStatus, 0);
+    QVERIFY(stayedOpen);
+    QCOMPARE(boxesAfterOutput, size_t(0));
+    QVERIFY2(status.contains(File("t.xlsx")), qPrintable(status));
     QCOMPARE(m_runner->boxes.size(), size_t(1));
     QCOMPARE(m_runner->boxes[0].text, QString::fromUtf8("当前文档已经改变,是否保存？"));
 
@@ -138,7 +170,15 @@ void FhjsTest::drawingGoesToTheGivenFileAtTheGivenPoint()
     m_options.drawing = File("t.dxf").toStdString();
     m_options.base = CadPoint{100, 200, 0};
     m_options.scale = 2;
-    QCOMPARE(RunFhjs([](CLoadCalWindow& window) { Trigger(window, 32772); }), 0);
+    bool stayedOpen = false;
+    QCOMPARE(RunFhjs([&](CLoadCalWindow& window) {
+                 Trigger(window, 32772);
+                 stayedOpen = window.isVisible();
+                 window.close();
+             }),
+             0);
+    QVERIFY(stayedOpen);
+    QVERIFY(m_runner->boxes.empty());
     const auto r = testsupport::RunProcess(
         "/usr/bin/python3",
         {"-c",
@@ -151,32 +191,64 @@ void FhjsTest::drawingGoesToTheGivenFileAtTheGivenPoint()
     QCOMPARE(QString::fromStdString(r.out), QString("CALCULATIONS 7.0 130.0 190.0\n"));
 }
 
-void FhjsTest::drawingAsksBeforeReplacingAFileAndThePointOnTheTerminal()
+void FhjsTest::drawingAsksBeforeReplacingAFileAndThePointInTheWindow()
 {
     m_options.drawing = File("t.dxf").toStdString();
     {
         std::ofstream(File("t.dxf").toStdString()) << "previous";
     }
+    const auto content = [this] {
+        std::ifstream in(File("t.dxf").toStdString());
+        return std::string((std::istreambuf_iterator<char>(in)), {});
+    };
+    // Each attempt runs in the same window, which stays open after each.
+    int visibleAfter = 0;
+    QStringList statuses;
     // Replacing refused: the file stays and no point is asked.
     m_runner->answers.push_back(test::Click(QMessageBox::No));
-    QCOMPARE(RunFhjs([](CLoadCalWindow& window) { Trigger(window, 32772); }), 0);
-    std::ifstream kept(File("t.dxf").toStdString());
-    std::string content((std::istreambuf_iterator<char>(kept)), {});
-    QCOMPARE(content, std::string("previous"));
-    QVERIFY(m_out.find("请选择绘制基点") == std::string::npos);
-
-    // Replacing allowed; the base point is asked on the terminal and declined.
+    // Replacing allowed, the base-point dialog cancelled: the file stays.
     m_runner->answers.push_back(test::Click(QMessageBox::Yes));
-    QCOMPARE(RunFhjs([](CLoadCalWindow& window) { Trigger(window, 32772); }, "\n"), 0);
-    QVERIFY(m_out.find("请选择绘制基点<回车结束>:") != std::string::npos);
-    std::ifstream still(File("t.dxf").toStdString());
-    content.assign((std::istreambuf_iterator<char>(still)), {});
-    QCOMPARE(content, std::string("previous"));
-
-    // Typed on the terminal: drawn.
+    m_runner->answers.push_back([](QDialog& dialog) { dialog.reject(); });
+    // Replacing allowed, the point given in the dialog: drawn there.
     m_runner->answers.push_back(test::Click(QMessageBox::Yes));
-    QCOMPARE(RunFhjs([](CLoadCalWindow& window) { Trigger(window, 32772); }, "0,0\n"), 0);
-    QVERIFY(QFileInfo(File("t.dxf")).size() > 1000);
+    m_runner->answers.push_back(BasePoint(10, 20, 0));
+    std::string afterRefusal, afterCancel;
+    QCOMPARE(RunFhjs([&](CLoadCalWindow& window) {
+                 Trigger(window, 32772);
+                 afterRefusal = content();
+                 visibleAfter += window.isVisible() ? 1 : 0;
+                 statuses.append(window.StatusBar().currentMessage());
+                 Trigger(window, 32772);
+                 afterCancel = content();
+                 visibleAfter += window.isVisible() ? 1 : 0;
+                 statuses.append(window.StatusBar().currentMessage());
+                 Trigger(window, 32772);
+                 visibleAfter += window.isVisible() ? 1 : 0;
+                 statuses.append(window.StatusBar().currentMessage());
+                 window.close();
+             }),
+             0);
+    QCOMPARE(afterRefusal, std::string("previous"));
+    QCOMPARE(afterCancel, std::string("previous"));
+    QCOMPARE(visibleAfter, 3);
+    QCOMPARE(m_runner->dialogs, 5);
+    QVERIFY(m_runner->answers.empty());
+    QVERIFY(statuses[0].isEmpty());
+    QVERIFY(statuses[1].isEmpty());
+    QVERIFY2(statuses[2].contains(File("t.dxf")), qPrintable(statuses[2]));
+    // Nothing is asked on the terminal.
+    QVERIFY(m_out.find("基点") == std::string::npos);
+
+    // Scale 1: cells 30 x 10, the first title at the first cell's centre.
+    const auto r = testsupport::RunProcess(
+        "/usr/bin/python3",
+        {"-c",
+         "import ezdxf.recover,sys; doc,_=ezdxf.recover.readfile(sys.argv[1]); "
+         "t=[e for e in doc.modelspace() if e.dxftype()=='TEXT' and e.dxf.text=='回路编号'][0]; "
+         "print(t.dxf.align_point.x, t.dxf.align_point.y)",
+         File("t.dxf").toStdString()});
+    QCOMPARE(r.status, 0);
+    QCOMPARE(QString::fromStdString(r.out), QString("25.0 15.0\n"));
 }
 
 QTEST_MAIN(FhjsTest)

@@ -1,0 +1,498 @@
+// Commands on cells rather than rows: clearing, filling down, inserting,
+// pasting a block, recalculating everything, the outputs that keep the
+// window open, and the warnings the grids show.
+#include <algorithm>
+#include <map>
+
+#include "dialog/LoadCalDiaog.h"
+#include "dialog/LoadCalTexts.h"
+#include "dialog/NumberText.h"
+#include "dialog/TabText.h"
+#include "document/InterDpData.h"
+#include "model/Text.h"
+
+namespace loadcal {
+namespace {
+
+/// The most circuits (and transformers) an archive's reader counts.
+constexpr int kArchiveMostRecords = static_cast<int>(kIdpMaxChildren);
+
+bool IsBlankLine(const std::vector<std::wstring>& line)
+{
+    return std::ranges::all_of(line, [](const std::wstring& c) { return Trim(c).empty(); });
+}
+
+std::wstring OneLine(std::wstring cell)
+{
+    std::ranges::replace_if(
+        cell, [](wchar_t c) { return c == L'\t' || c == L'\r' || c == L'\n'; }, L' ');
+    return cell;
+}
+
+/// The text a cell of column takes when typed: number columns store an
+/// input method's full-width figures as plain ones.
+std::wstring Typed(const TableColumn& column, const std::wstring& text)
+{
+    return Trim(column.kind == ColumnKind::Number ? NormaliseNumberText(text) : text);
+}
+
+std::wstring VoltageOfPhase(const std::wstring& phase)
+{
+    return std::wstring(phase == kPhaseThree ? kVoltageThree : kVoltageSingle);
+}
+
+}  // namespace
+
+// ---- Confirmation ----
+
+bool CLoadCalDiaog::ConfirmRemoval(GridId grid, int count)
+{
+    if (count <= 1) {
+        return true;
+    }
+    const std::wstring text = texts::FormatText(
+        grid == GridId::Load ? texts::kRemoveCircuitsFormat : texts::kRemoveTransformersFormat,
+        std::to_wstring(count));
+    return MessageBox(text, texts::kApplicationName, MB_YESNO | MB_ICONQUESTION) == IDYES;
+}
+
+// ---- Delete: clear the selected cells ----
+
+void CLoadCalDiaog::ClearSelectedCells(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    CGridCtrl& g = GetGrid(grid);
+    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    // The cells to clear, by row: editable cells of record rows; the phase
+    // is chosen from its list and keeps its value.
+    std::map<int, std::vector<int>> cells;
+    const CCellRange bounds = g.GetSelectedRange();
+    if (!bounds.IsValid()) {
+        return;
+    }
+    for (int r = std::max(1, bounds.minRow); r <= std::min(records, bounds.maxRow); ++r) {
+        for (int c = std::max(1, bounds.minCol); c <= bounds.maxCol; ++c) {
+            const TableColumn* column = ColumnAt(grid, c);
+            if (column && column->IsEditable() && column->kind != ColumnKind::Phase &&
+                g.IsCellSelected(r, c)) {
+                cells[r].push_back(c);
+            }
+        }
+    }
+    if (cells.empty()) {
+        return;
+    }
+    // How many records the clearing removes, as the edit rules would.
+    int removed = 0;
+    for (const auto& [r, cols] : cells) {
+        if (load) {
+            CLoadCalData after = m_arrLoad[r - 1];
+            for (int c : cols) {
+                after.FieldAt(ColumnAt(grid, c)->field).clear();
+            }
+            removed += after.IsBlank() ? 1 : 0;
+        } else {
+            const int nameColumn = GridColumnOfField(grid, CTransformerCalData::kName);
+            removed += std::ranges::find(cols, nameColumn) != cols.end() ? 1 : 0;
+        }
+    }
+    if (!ConfirmRemoval(grid, removed)) {
+        return;
+    }
+    CCommandScope command(*this);
+    EndPendingCut(grid);
+    m_bDeferRecalculation = true;
+    m_bRecalculationPending = false;
+    try {
+        // From the bottom up, so that a row that goes does not move the
+        // rows still to be cleared.
+        for (auto it = cells.rbegin(); it != cells.rend(); ++it) {
+            for (int c : it->second) {
+                const int before = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+                if (g.GetItemText(it->first, c).empty()) {
+                    continue;
+                }
+                OnEndEdit(grid, it->first, c, L"");
+                if ((load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize()) < before) {
+                    break;  // the row went with its last key cell
+                }
+            }
+        }
+    } catch (...) {
+        m_bDeferRecalculation = false;
+        throw;
+    }
+    m_bDeferRecalculation = false;
+    if (m_bRecalculationPending) {
+        RefreshTotals();
+        RecalculateAllTransformers();
+    }
+}
+
+// ---- Fill down ----
+
+void CLoadCalDiaog::OnFillDown(GridId grid)
+{
+    const bool load = grid == GridId::Load;
+    CGridCtrl& g = GetGrid(grid);
+    const CCellRange bounds = g.GetSelectedRange();
+    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    if (!bounds.IsValid() || bounds.minRow < 1 || bounds.minRow >= records ||
+        bounds.maxRow <= bounds.minRow) {
+        return;
+    }
+    CCommandScope command(*this);
+    EndPendingCut(grid);
+    m_bDeferRecalculation = true;
+    m_bRecalculationPending = false;
+    try {
+        for (int c = std::max(1, bounds.minCol); c <= bounds.maxCol; ++c) {
+            const TableColumn* column = ColumnAt(grid, c);
+            if (!column || !column->IsEditable() || !g.IsCellSelected(bounds.minRow, c) ||
+                (!load && column->field == CTransformerCalData::kName)) {
+                continue;
+            }
+            const std::wstring text = g.GetItemText(bounds.minRow, c);
+            for (int r = bounds.minRow + 1; r <= std::min(bounds.maxRow, records); ++r) {
+                if (g.IsCellSelected(r, c) && g.GetItemText(r, c) != text) {
+                    OnEndEdit(grid, r, c, text);
+                }
+            }
+        }
+    } catch (...) {
+        m_bDeferRecalculation = false;
+        throw;
+    }
+    m_bDeferRecalculation = false;
+    if (m_bRecalculationPending) {
+        RefreshTotals();
+        RecalculateAllTransformers();
+    }
+}
+
+// ---- Insert ----
+
+void CLoadCalDiaog::OnInsertRow(GridId grid)
+{
+    if (grid != GridId::Load) {
+        return;
+    }
+    const int r = m_gridLoad.GetFocusCell().row;
+    if (r < 1 || r > m_arrLoad.GetSize() + 1) {
+        return;
+    }
+    CCommandScope command(*this);
+    EndPendingCut(grid);
+    CLoadCalData circuit;
+    circuit.m_strPhase = kPhaseThree;
+    RecalculateCircuit(circuit);
+    const int height = m_gridLoad.GetRowHeight(r);
+    m_gridLoad.InsertRow(L"", r);
+    m_gridLoad.SetRowHeight(r, height);
+    Loads().InsertAt(r - 1, circuit);
+    FillLoadRow(r, circuit);
+    m_gridLoad.SetFocusCell(r, m_gridLoad.GetFocusCell().col);
+    RefreshTotals();
+    RecalculateAllTransformers();
+    m_gridLoad.Invalidate();
+    m_bModified = 1;
+}
+
+// ---- Paste ----
+
+void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
+{
+    const CGridCtrl& g = GetGrid(grid);
+    const CCellID focus = g.GetFocusCell();
+    const bool load = grid == GridId::Load;
+    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const int entryRow = records + 1;
+    if (focus.row < 1 || focus.row > entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
+        return;
+    }
+    CTabRows lines = ParseTabText(text);
+    // Over existing rows every line keeps its place; new records come only
+    // from lines with something in them.
+    const size_t over = static_cast<size_t>(entryRow - focus.row);
+    size_t newLines = 0;
+    for (size_t k = over; k < lines.size(); ++k) {
+        newLines += IsBlankLine(lines[k]) ? 0 : 1;
+    }
+    if (load && records + static_cast<long long>(newLines) > kArchiveMostRecords) {
+        MessageBox(texts::FormatText(texts::kPasteTooLargeFormat,
+                                     std::to_wstring(records + static_cast<long long>(newLines))),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+        return;
+    }
+    for (std::vector<std::wstring>& line : lines) {
+        for (std::wstring& cell : line) {
+            cell = OneLine(std::move(cell));
+        }
+    }
+    CCommandScope command(*this);
+    EndPendingCut(grid);
+    m_bDeferRecalculation = true;
+    m_bRecalculationPending = false;
+    try {
+        // Lines over existing rows: typed over their cells.
+        for (size_t k = 0; k < std::min(over, lines.size()); ++k) {
+            const int row = focus.row + static_cast<int>(k);
+            for (size_t j = 0; j < lines[k].size(); ++j) {
+                const int c = focus.col + static_cast<int>(j);
+                const TableColumn* column = ColumnAt(grid, c);
+                const std::wstring cell = Trim(lines[k][j]);
+                if (!column || !column->IsEditable() || cell.empty() ||
+                    (column->kind == ColumnKind::Phase && !IsPhaseText(cell))) {
+                    continue;
+                }
+                OnEndEdit(grid, row, c, cell);
+            }
+        }
+        CTabRows fresh(lines.begin() + static_cast<std::ptrdiff_t>(std::min(over, lines.size())),
+                       lines.end());
+        std::erase_if(fresh, IsBlankLine);
+        if (!fresh.empty()) {
+            if (load) {
+                AppendLoadLines(fresh, 0, focus.col);
+            } else {
+                PasteTransformerLines(fresh, focus.col);
+            }
+        }
+    } catch (...) {
+        m_bDeferRecalculation = false;
+        throw;
+    }
+    m_bDeferRecalculation = false;
+    if (m_bRecalculationPending) {
+        RefreshTotals();
+        RecalculateAllTransformers();
+    }
+}
+
+void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col)
+{
+    // Each line is what typing it into the entry row gives: its first
+    // placeable cell creates the circuit with the entry row's proposals,
+    // a phase brings its voltage, and a circuit whose phase or figures were
+    // typed is calculated. The records are added at once and the grid is
+    // laid out once.
+    const int entry = m_arrLoad.GetSize() + 1;
+    std::wstring voltage =
+        m_gridLoad.GetItemText(entry, GridColumnOfField(GridId::Load, CLoadCalData::kVoltage));
+    std::wstring demand =
+        m_gridLoad.GetItemText(entry, GridColumnOfField(GridId::Load, CLoadCalData::kDemandFactor));
+    std::wstring power =
+        m_gridLoad.GetItemText(entry, GridColumnOfField(GridId::Load, CLoadCalData::kPowerFactor));
+    std::wstring phase =
+        m_gridLoad.GetItemText(entry, GridColumnOfField(GridId::Load, CLoadCalData::kPhase));
+    bool added = false;
+    for (size_t k = first; k < lines.size(); ++k) {
+        CLoadCalData circuit;
+        circuit.m_strPhase = phase;
+        bool created = false;
+        bool calculate = false;
+        bool proposed = false;
+        for (size_t j = 0; j < lines[k].size(); ++j) {
+            const TableColumn* column = ColumnAt(GridId::Load, col + static_cast<int>(j));
+            const std::wstring cell = Trim(lines[k][j]);
+            if (!column || !column->IsEditable() || cell.empty() ||
+                (column->kind == ColumnKind::Phase && !IsPhaseText(cell))) {
+                continue;
+            }
+            if (!created) {
+                created = true;
+                circuit.m_strVoltage = voltage;
+                circuit.m_strDemandFactor = demand;
+                circuit.m_strPowerFactor = power;
+            }
+            const std::wstring text = Typed(*column, cell);
+            circuit.FieldAt(column->field) = text;
+            if (column->kind == ColumnKind::Phase) {
+                circuit.m_strVoltage = VoltageOfPhase(text);
+            }
+            if (!proposed) {
+                // The next entry row proposes the figures the circuit had
+                // when its first cell created it.
+                proposed = true;
+                voltage = circuit.m_strVoltage;
+                demand = circuit.m_strDemandFactor;
+                power = circuit.m_strPowerFactor;
+            }
+            calculate = calculate || column->kind == ColumnKind::Phase ||
+                        column->kind == ColumnKind::Number;
+        }
+        if (!created) {
+            continue;
+        }
+        if (calculate) {
+            RecalculateCircuit(circuit);
+        }
+        phase = kPhaseThree;
+        Loads().Add(circuit);
+        added = true;
+    }
+    if (!added) {
+        return;
+    }
+    FillLoadGrid();
+    // The entry row proposes the last new circuit's figures at its creation.
+    FillLoadEntryRow(m_arrLoad.GetSize() + 1, voltage, demand, power);
+    m_gridLoad.SetFocusCell(m_arrLoad.GetSize() + 1, col);
+    m_bRecalculationPending = true;
+    m_bModified = 1;
+}
+
+// ---- Recalculate everything ----
+
+bool CLoadCalDiaog::HasStaleFigures() const
+{
+    CLoadCalDocument copy = m_document;
+    RecalculateDocument(copy);
+    return !(copy == m_document);
+}
+
+void CLoadCalDiaog::OnRecalculateAll()
+{
+    CCommandScope command(*this);
+    CLoadCalDocument copy = m_document;
+    RecalculateDocument(copy);
+    if (copy == m_document) {
+        return;
+    }
+    {
+        CRecordedArray<CLoadCalData> loads = Loads();
+        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+            if (!(copy.loads[i] == m_arrLoad[i])) {
+                loads.Modify(i, [&](CLoadCalData& c) { c = copy.loads[i]; });
+            }
+        }
+    }
+    CGridCtrl::Batch batch(m_gridLoad);
+    for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+        FillLoadRow(i + 1, m_arrLoad[i]);
+    }
+    RefreshTotals();
+    RecalculateAllTransformers();
+    {
+        CGridCtrl::Batch transformers(m_gridTransformer);
+        for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
+            FillTransformerRow(i + 1, m_arrTransformer[i]);
+        }
+    }
+    m_bModified = 1;
+}
+
+// ---- Outputs that keep the window open ----
+
+void CLoadCalDiaog::RunOutput(bool drawing)
+{
+    if (!m_pOutputWriter) {
+        return;
+    }
+    const SummaryTotals totals = ComputeTotals(m_document);
+    COutputResult result;
+    try {
+        result = drawing ? m_pOutputWriter->WriteDrawing(m_document, totals, m_strFilePath)
+                         : m_pOutputWriter->WriteWorkbook(m_document, totals, m_strFilePath);
+    } catch (const std::exception& e) {
+        result.status = COutputResult::Status::Failed;
+        result.error = FromUtf8(e.what());
+    }
+    switch (result.status) {
+        case COutputResult::Status::Cancelled:
+            return;
+        case COutputResult::Status::Failed:
+            MessageBox(result.path.empty()
+                           ? texts::FormatText(texts::kOutputStoppedFormat, result.error)
+                           : texts::FormatText(texts::kOutputFailedFormat, result.path,
+                                               texts::CauseOf(ToUtf8(result.error), result.path)),
+                       texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+            return;
+        case COutputResult::Status::Written:
+            Ui().SetStatusText(texts::FormatText(texts::kOutputWrittenFormat, result.path));
+            if (!result.shown) {
+                MessageBox(texts::FormatText(texts::kOutputNotShownFormat, result.path),
+                           texts::kApplicationName, MB_OK | MB_ICONINFORMATION);
+            }
+            return;
+    }
+}
+
+void CLoadCalDiaog::OnOutputDrawing()
+{
+    RunOutput(true);
+}
+
+void CLoadCalDiaog::OnOutputExcel()
+{
+    RunOutput(false);
+}
+
+// ---- Warnings ----
+
+void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
+{
+    std::vector<std::wstring> names;
+    for (const CTransformerCalData& t : m_arrTransformer) {
+        names.push_back(t.m_strName);
+    }
+    // A circuit's warnings depend on the circuit and the transformer names:
+    // only the circuits a step changed are checked again, unless rows came
+    // or went or the names changed.
+    bool all = step == nullptr || names != m_warnedNames ||
+               m_circuitWarnings.size() != static_cast<size_t>(m_arrLoad.GetSize());
+    if (!all) {
+        for (const auto& change : step->loads) {
+            all = all || change.kind != CRecordChange<CLoadCalData>::Kind::Set;
+        }
+    }
+    if (all) {
+        m_circuitWarnings.assign(static_cast<size_t>(m_arrLoad.GetSize()), {});
+        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+            CheckCircuit(m_arrLoad[i], i, m_document, m_circuitWarnings[static_cast<size_t>(i)]);
+        }
+    } else {
+        for (const auto& change : step->loads) {
+            CCheckWarnings& mine = m_circuitWarnings[static_cast<size_t>(change.index)];
+            mine.clear();
+            CheckCircuit(m_arrLoad[change.index], change.index, m_document, mine);
+        }
+    }
+    m_warnedNames = std::move(names);
+    m_warnings.clear();
+    for (const CCheckWarnings& w : m_circuitWarnings) {
+        m_warnings.insert(m_warnings.end(), w.begin(), w.end());
+    }
+    const CCheckWarnings transformers = CheckTransformers(m_document);
+    m_warnings.insert(m_warnings.end(), transformers.begin(), transformers.end());
+
+    // The cells: every warning on the cell of its field; several join.
+    std::map<std::pair<GridId, CCellID>, std::wstring> marks;
+    for (const CCheckWarning& w : m_warnings) {
+        GridId grid = GridId::Load;
+        if (w.subject == CCheckWarning::Subject::Transformer) {
+            grid = GridId::Transformer;
+        } else if (w.subject != CCheckWarning::Subject::Circuit) {
+            continue;
+        }
+        const int col = GridColumnOfField(grid, w.field);
+        if (col < 0) {
+            continue;
+        }
+        std::wstring& text = marks[{grid, CCellID{w.index + 1, col}}];
+        text += (text.empty() ? L"" : L"\n") + w.text;
+    }
+    for (const auto& [grid, cell] : m_markedCells) {
+        if (!marks.contains({grid, cell})) {
+            GetGrid(grid).SetItemWarning(cell.row, cell.col, L"", CLR_DEFAULT);
+        }
+    }
+    m_markedCells.clear();
+    for (const auto& [where, text] : marks) {
+        GetGrid(where.first)
+            .SetItemWarning(where.second.row, where.second.col, text, kWarningColour);
+        m_markedCells.push_back(where);
+    }
+}
+
+}  // namespace loadcal
