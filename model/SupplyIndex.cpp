@@ -75,7 +75,32 @@ CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter,
     }
     m_mark.assign(boards, 0);
 
-    m_normal.filter = std::move(filter);
+    m_fireRole.reserve(static_cast<size_t>(doc.loads.GetSize()));
+    for (const CLoadCalData& c : doc.loads) {
+        const bool role = HasFireRole(c);
+        m_fireRole.push_back(role ? 1 : 0);
+        m_fireRoleCount += role ? 1 : 0;
+    }
+    m_bFire = m_fireRoleCount > 0;
+
+    // Each case counts what the caller's filter lets through and its own
+    // fire rule allows; without fire roles the normal case counts all.
+    const auto both = [](const CircuitFilter& a, bool (*b)(const CLoadCalData&)) -> CircuitFilter {
+        if (!a) {
+            return b;
+        }
+        return [a, b](const CLoadCalData& c) {
+            return a(c) && b(c);
+        };
+    };
+    if (m_bFire) {
+        m_fire.filter = both(filter, &CountsInFireCase);
+        m_fire.fields = kBoardFireFields;
+        StartPass(m_fire, doc);
+        m_normal.filter = both(filter, &CountsInNormalCase);
+    } else {
+        m_normal.filter = std::move(filter);
+    }
     m_normal.fields = kBoardFigureFields;
     StartPass(m_normal, doc);
 }
@@ -107,7 +132,7 @@ void CSupplyIndex::StartPass(Pass& pass, const CLoadCalDocument& doc) const
     }
 }
 
-void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const
+void CSupplyIndex::ComputeBoard(Pass& pass, CBoardArray& boards, int board) const
 {
     GroupPhases members;
     for (int c : *m_boardCircuits[static_cast<size_t>(board)]) {
@@ -120,9 +145,18 @@ void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) co
             members.Add(pass.boards[static_cast<size_t>(m)]);
         }
     }
-    CBoardCalData& record = doc.boards[board];
+    CBoardCalData& record = boards[board];
     CalculateBoard(record, members, m_rules, pass.fields);
     pass.boards[static_cast<size_t>(board)] = BoardAsMember(record, pass.fields);
+}
+
+void CSupplyIndex::ComputeBoardCases(CBoardArray& boards, int board)
+{
+    ComputeBoard(m_normal, boards, board);
+    if (m_bFire) {
+        ComputeBoard(m_fire, boards, board);
+        SetGoverningCase(boards[board]);
+    }
 }
 
 void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
@@ -145,39 +179,66 @@ void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
     }
 }
 
-void CSupplyIndex::ApplyTransformerGroup(const Pass& pass, CLoadCalDocument& doc, int group) const
+void CSupplyIndex::ComputeAndApplyGroup(CTransformerArray& transformers, int group)
 {
     const auto g = static_cast<size_t>(group);
-    CalculateTransformer(doc.transformers[m_groups[g].target],
-                         pass.sums[static_cast<size_t>(SumField::Active)][g],
-                         pass.sums[static_cast<size_t>(SumField::Reactive)][g], m_rules);
+    constexpr auto kActive = static_cast<size_t>(SumField::Active);
+    constexpr auto kReactive = static_cast<size_t>(SumField::Reactive);
+    ComputeTransformerGroup(m_normal, group);
+    CTransformerCalData& target = transformers[m_groups[g].target];
+    if (!m_bFire) {
+        CalculateTransformer(target, m_normal.sums[kActive][g], m_normal.sums[kReactive][g],
+                             m_rules);
+        return;
+    }
+    ComputeTransformerGroup(m_fire, group);
+    CalculateTransformer(target, m_normal.sums[kActive][g], m_normal.sums[kReactive][g],
+                         m_fire.sums[kActive][g], m_fire.sums[kReactive][g], m_rules);
 }
 
 SupplyChange CSupplyIndex::RecalculateGroups(CLoadCalDocument& doc)
 {
+    return RecalculateGroups(doc.boards, doc.transformers);
+}
+
+SupplyChange CSupplyIndex::RecalculateGroups(CBoardArray& boards, CTransformerArray& transformers)
+{
     SupplyChange change;
     change.boards = m_graph.BottomUp();
     for (int b : change.boards) {
-        ComputeBoard(m_normal, doc, b);
+        ComputeBoardCases(boards, b);
     }
     for (int b = 0; b < m_graph.BoardCount(); ++b) {
         if (m_graph.OnCycle(b)) {
-            ClearFigures(doc.boards[b], m_normal.fields);
+            ClearFigures(boards[b], m_normal.fields);
             m_normal.boards[static_cast<size_t>(b)] = MemberFigures{};
+            if (m_bFire) {
+                ClearFigures(boards[b], m_fire.fields);
+                boards[b].m_strGoverningCase.clear();
+                m_fire.boards[static_cast<size_t>(b)] = MemberFigures{};
+            }
             change.boards.push_back(b);
         }
     }
+    if (!m_bFire) {
+        // Figures of a fire case the document no longer has.
+        for (auto& board : boards) {
+            ClearFireFigures(board);
+        }
+        for (auto& transformer : transformers) {
+            ClearFireFigures(transformer);
+        }
+    }
     for (int g = 0; g < static_cast<int>(m_groups.size()); ++g) {
-        ComputeTransformerGroup(m_normal, g);
-        ApplyTransformerGroup(m_normal, doc, g);
+        ComputeAndApplyGroup(transformers, g);
         change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
     }
     SortUnique(change.transformers);
     return change;
 }
 
-SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> start,
-                                     std::vector<int> groups)
+SupplyChange CSupplyIndex::Propagate(CBoardArray& boardList, CTransformerArray& transformers,
+                                     std::vector<int> start, std::vector<int> groups)
 {
     // The boards above the start, each once; boards on a cycle have no
     // figures to change.
@@ -212,12 +273,11 @@ SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> sta
 
     SupplyChange change;
     for (int b : boards) {
-        ComputeBoard(m_normal, doc, b);
+        ComputeBoardCases(boardList, b);
     }
     change.boards = std::move(boards);
     for (int g : groups) {
-        ComputeTransformerGroup(m_normal, g);
-        ApplyTransformerGroup(m_normal, doc, g);
+        ComputeAndApplyGroup(transformers, g);
         change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
     }
     SortUnique(change.transformers);
@@ -226,12 +286,24 @@ SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> sta
 
 std::optional<SupplyChange> CSupplyIndex::UpdateCircuit(CLoadCalDocument& doc, int idx)
 {
-    if (idx < 0 || idx >= doc.loads.GetSize() || !m_circuits.Update(idx, doc.loads[idx])) {
+    if (idx < 0 || idx >= doc.loads.GetSize() || static_cast<size_t>(idx) >= m_fireRole.size()) {
         return std::nullopt;
     }
     const CLoadCalData& circuit = doc.loads[idx];
-    if (m_normal.filter) {
-        m_normal.counted[static_cast<size_t>(idx)] = m_normal.filter(circuit) ? 1 : 0;
+    // The first fire role, or the last one gone, changes the passes.
+    const char role = HasFireRole(circuit) ? 1 : 0;
+    const size_t roles = m_fireRoleCount -
+                         static_cast<size_t>(m_fireRole[static_cast<size_t>(idx)]) +
+                         static_cast<size_t>(role);
+    if ((roles > 0) != m_bFire || !m_circuits.Update(idx, circuit)) {
+        return std::nullopt;
+    }
+    m_fireRole[static_cast<size_t>(idx)] = role;
+    m_fireRoleCount = roles;
+    for (Pass* pass : {&m_normal, &m_fire}) {
+        if (pass->filter) {
+            pass->counted[static_cast<size_t>(idx)] = pass->filter(circuit) ? 1 : 0;
+        }
     }
     std::vector<int> boards;
     std::vector<int> groups;
@@ -243,7 +315,7 @@ std::optional<SupplyChange> CSupplyIndex::UpdateCircuit(CLoadCalDocument& doc, i
             groups.push_back(group);
         }
     }
-    return Propagate(doc, std::move(boards), std::move(groups));
+    return Propagate(doc.boards, doc.transformers, std::move(boards), std::move(groups));
 }
 
 std::optional<SupplyChange> CSupplyIndex::UpdateBoard(CLoadCalDocument& doc, int idx)
@@ -253,7 +325,7 @@ std::optional<SupplyChange> CSupplyIndex::UpdateBoard(CLoadCalDocument& doc, int
         doc.boards[idx].m_strOwner != m_boardOwners[static_cast<size_t>(idx)]) {
         return std::nullopt;
     }
-    return Propagate(doc, {idx}, {});
+    return Propagate(doc.boards, doc.transformers, {idx}, {});
 }
 
 std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& doc, int idx)
@@ -266,23 +338,32 @@ std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& do
     SupplyChange change;
     const int group = m_groupOfTransformer[static_cast<size_t>(idx)];
     if (m_groups[static_cast<size_t>(group)].target == idx) {
-        ComputeTransformerGroup(m_normal, group);
-        ApplyTransformerGroup(m_normal, doc, group);
+        ComputeAndApplyGroup(doc.transformers, group);
         change.transformers.push_back(idx);
     }
     return change;
 }
 
-std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) const
+std::wstring CSupplyIndex::GroupSumOf(const Pass& pass, int transformer, SumField field) const
 {
     if (transformer < 0 || static_cast<size_t>(transformer) >= m_groupOfTransformer.size()) {
         return {};
     }
     const auto group = static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(transformer)]);
-    if (m_groups[group].target != transformer) {
+    if (m_groups[group].target != transformer || pass.sums[0].empty()) {
         return {};
     }
-    return m_normal.sums[static_cast<size_t>(field)][group];
+    return pass.sums[static_cast<size_t>(field)][group];
+}
+
+std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) const
+{
+    return GroupSumOf(m_normal, transformer, field);
+}
+
+std::wstring CSupplyIndex::TransformerFireGroupSum(int transformer, SumField field) const
+{
+    return m_bFire ? GroupSumOf(m_fire, transformer, field) : std::wstring();
 }
 
 }  // namespace loadcal
