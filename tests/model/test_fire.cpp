@@ -92,7 +92,7 @@ TEST(Fire, TheFireCaseGovernsATransformerWorkedByHand)
     // Normal: W1 + W3, ΣP 450, ΣQ 337.5. Pc = 0.9 x 450 = 405, Qc = 0.95 x
     // 337.5 = 320.625; r = (0.8 x 320.625 / (0.75 x 405))² = 0.713086,
     // cos phi1 = sqrt(1 / 1.713086) = 0.76403; compensation (original form)
-    // 405 x (tan phi1 - tan phi2) = 405 x (0.845907 - 0.426006) = 169.471;
+    // 405 x (tan phi1 - tan phi2) = 405 x (0.844444 - 0.425998) = 169.471;
     // Q2 = 151.154, S2 = 432.288, I2 = 432.288 / (sqrt 3 x 0.38) = 656.793.
     // Fire: W1 + W2, ΣP 500, ΣQ 375: Pc 450, Qc 356.25, the same cos phi1,
     // compensation 188.301, Q2 167.949, S2 480.32, I2 729.77.

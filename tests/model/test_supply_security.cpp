@@ -93,8 +93,8 @@ TEST(SupplySecurity, TheContingencyLoadsOfTwoTransformersWorkedByHand)
     // T1 carries W2, W3 and AP-E's first-class part (W5 alone: Pjs = 0.9 x
     // 60 = 54, Qjs = 0.95 x 80 = 76); W1 and W6 are third class.
     // ΣP = 100 + 50 + 54 = 204, ΣQ = 75 + 37.5 + 76 = 188.5; Pc 183.6,
-    // Qc 179.075; r = (0.8 x 179.075 / (0.75 x 183.6))² = 1.08244,
-    // cos phi1 = 0.692978; compensation 183.6 x (1.04081 - 0.426006) =
+    // Qc 179.075; r = (0.8 x 179.075 / (0.75 x 183.6))² = 1.08239,
+    // cos phi1 = 0.692978; compensation 183.6 x (1.04038 - 0.425998) =
     // 112.8; Q 66.2749, S = sqrt(183.6² + 66.2749²) = 195.196 kVA.
     EXPECT_EQ(loads[0].transformer, 0);
     EXPECT_EQ(loads[0].partners, std::vector<int>{1});
@@ -161,8 +161,8 @@ TEST(SupplySecurity, ThePhaseRuleCanMakeThePartLargerThanTheWhole)
     // mean 166.7 A) add plainly: ΣP 110. The first-class L1 circuit alone
     // is unbalanced: 3 x 40 = 120 kW, more than the whole. Kp = Kq = 1.
     // Normal: cos phi1 = 1, and the original form's compensation 110 x (0 -
-    // 0.426006) = -46.8607 adds reactive load: S2 = sqrt(110² + 46.8607²) =
-    // 119.566 -> at a load rate of 1, 125 kVA. The contingency gives no
+    // 0.425998) = -46.8598 adds reactive load: S2 = sqrt(110² + 46.8598²) =
+    // 119.565 -> at a load rate of 1, 125 kVA. The contingency gives no
     // negative compensation: S = Pc = 120 kVA, which 125 kVA still carries.
     CLoadCalDocument doc;
     const wchar_t* phases[] = {L"L1,N", L"L2,N", L"L3,N"};
@@ -183,7 +183,7 @@ TEST(SupplySecurity, ThePhaseRuleCanMakeThePartLargerThanTheWhole)
     }
     RecalculateDocument(doc);
     ASSERT_EQ(doc.transformers[0].m_strCalcP, L"110");
-    ASSERT_EQ(doc.transformers[0].m_strCalcS, L"119.566");
+    ASSERT_EQ(doc.transformers[0].m_strCalcS, L"119.565");
     ASSERT_EQ(doc.transformers[0].m_strRatedCapacity, L"125");
     const auto loads = ComputeContingencyLoads(doc);
     ASSERT_EQ(loads.size(), 2U);
