@@ -235,7 +235,12 @@ bool HasFireRole(const CLoadCalData& c)
 
 bool HasFireRoles(const CLoadCalDocument& doc)
 {
-    return std::any_of(doc.loads.begin(), doc.loads.end(),
+    return HasFireRoles(doc.loads);
+}
+
+bool HasFireRoles(const CLoadArray& loads)
+{
+    return std::any_of(loads.begin(), loads.end(),
                        [](const CLoadCalData& c) { return HasFireRole(c); });
 }
 

@@ -260,6 +260,7 @@ bool HasFireRole(const CLoadCalData& circuit);
 /// True when some circuit of the document has a fire role: only then is the
 /// fire case computed, stored and shown.
 bool HasFireRoles(const CLoadCalDocument& doc);
+bool HasFireRoles(const CLoadArray& loads);
 /// The normal figures count every circuit but those that run only in a fire.
 bool CountsInNormalCase(const CLoadCalData& circuit);
 /// The fire figures count every circuit but those shed in a fire.
