@@ -228,11 +228,6 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
     t.m_strGoverningCase = fire.s2 > normal.s2 ? kGoverningFire : kGoverningNormal;
 }
 
-bool HasFireRole(const CLoadCalData& c)
-{
-    return c.m_strFire == kFireOnly || c.m_strFire == kFireShed;
-}
-
 bool HasFireRoles(const CLoadCalDocument& doc)
 {
     return HasFireRoles(doc.loads);

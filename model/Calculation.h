@@ -252,13 +252,10 @@ void CalculateTransformer(CTransformerCalData& transformer, const std::wstring& 
                           const std::wstring& reactiveSum, const std::wstring& fireActiveSum,
                           const std::wstring& fireReactiveSum, CalcRules rules);
 
-/// The fire roles of the field 消防. A circuit has one when the field is
-/// exactly "消防" (it runs only in a fire) or "火灾时切除" (shed in a fire);
-/// any other text, empty included, counts in both cases (CheckLoadTypes
-/// names a text that is none of the three).
-bool HasFireRole(const CLoadCalData& circuit);
-/// True when some circuit of the document has a fire role: only then is the
-/// fire case computed, stored and shown.
+/// True when some circuit of the document has a fire role (HasFireRole):
+/// only then is the fire case computed, stored and shown. A text of the
+/// field 消防 that is none of the three counts in both cases (CheckLoadTypes
+/// names it).
 bool HasFireRoles(const CLoadCalDocument& doc);
 bool HasFireRoles(const CLoadArray& loads);
 /// The normal figures count every circuit but those that run only in a fire.

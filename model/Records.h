@@ -115,6 +115,14 @@ public:
     friend bool operator==(const CLoadCalData&, const CLoadCalData&) = default;
 };
 
+/// True when a circuit has a fire role: its field 消防 is exactly "消防" (it
+/// runs only in a fire) or "火灾时切除" (shed in a fire). Any other text,
+/// empty included, counts in both cases.
+inline bool HasFireRole(const CLoadCalData& circuit)
+{
+    return circuit.m_strFire == kFireOnly || circuit.m_strFire == kFireShed;
+}
+
 /// One transformer: 17 texts in a fixed order, then the computed figures of
 /// the fire case beyond them. Load rates are ratios (0.7 means 70 %), powers
 /// in kW / kVar / kVA, current in A. A plain value.

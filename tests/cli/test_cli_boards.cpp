@@ -165,8 +165,8 @@ TEST_F(CliBoards, TheBookIsRefusedRatherThanWrittenWithFiguresThatContradictTheD
     for (const char* example : {"-boards.json", "-boards.LDC"}) {
         const auto r = Run({"report", Example(example), "--pdf", "book.pdf"});
         EXPECT_EQ(r.status, 2);
-        EXPECT_NE(r.err.find("the calculation book does not show boards or the GB 51348-2019 "
-                             "rules yet; nothing was written"),
+        EXPECT_NE(r.err.find("the calculation book does not show boards, the GB 51348-2019 "
+                             "rules or the fire case yet; nothing was written"),
                   std::string::npos)
             << r.err;
         EXPECT_FALSE(fs::exists(Path("book.pdf")));
