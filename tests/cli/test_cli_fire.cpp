@@ -9,7 +9,12 @@
 
 #include "document/Archive.h"
 #include "document/JsonDocument.h"
+#include "document/LoadTypeFile.h"
+#include "model/BoardChecks.h"
 #include "model/Calculation.h"
+#include "model/LoadTypes.h"
+#include "model/Numeric.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 #include "tests/support/Process.h"
 #include "tests/support/TempFolder.h"
@@ -145,4 +150,44 @@ TEST_F(CliFire, BalanceKeepsTheFireCaseOfADocumentWithoutBoards)
     RecalculateDocument(expected);
     EXPECT_EQ(balanced.transformers, expected.transformers);
     EXPECT_EQ(balanced.transformers[0].m_strGoverningCase, L"火灾");
+}
+
+TEST(FireExample, TheBoardsExampleHasItsFireCaseAndTakesOverOnEitherTransformer)
+{
+    CLoadCalDocument doc;
+    DocumentFromJson(testsupport::ReadBytes(Example("examples/office-building-boards.json")),
+                     "example", doc);
+    ASSERT_TRUE(HasFireRoles(doc));
+    CLoadCalDocument again = doc;
+    RecalculateDocument(again);
+    EXPECT_EQ(again, doc);
+    EXPECT_TRUE(CheckLoadTypes(doc, ShippedLoadTypes()).empty());
+    EXPECT_TRUE(CheckBoards(doc).empty());
+    EXPECT_TRUE(CheckSupplySecurity(doc).empty());
+
+    // Either transformer takes over the 13 first-class circuits of the lift,
+    // IT room, emergency lighting, fire pump and fan boards, all dual-fed.
+    // 2#变压器 in a fire: ΣP = 26.55 + 16 + 16.5 + 82 + 40.5 = 181.55 kW,
+    // ΣQ = 37.3667 + 7.74915 + 7.99134 + 61.5 + 30.375 = 144.982 kvar (all
+    // three-phase boards: the single-phase share is 0); Pc = 0.85 x 181.55 =
+    // 154.317, Qc = 0.9 x 144.982 = 130.484; cos phi1 0.742583, the
+    // compensation on the average load 0.75 x Pc x (tan phi1 - tan phi2) =
+    // 55.0828 kvar (below the 120 installed); S = sqrt(154.317² + 75.401²) =
+    // 171.753 kVA, well within its 400 kVA. The fire case, with the pumps
+    // and fans, is the larger of the two.
+    const auto loads = ComputeContingencyLoads(doc);
+    ASSERT_EQ(loads.size(), 2U);
+    EXPECT_EQ(loads[0].partners, std::vector<int>{1});
+    EXPECT_EQ(loads[1].circuits, 13);
+    ASSERT_TRUE(loads[1].fire.has_value());
+    EXPECT_EQ(FormatG(loads[1].fire->active), L"154.317");
+    EXPECT_EQ(FormatG(loads[1].fire->compensation), L"55.0828");
+    EXPECT_EQ(FormatG(loads[1].apparent), L"171.753");
+    EXPECT_TRUE(loads[1].fireGoverns);
+    EXPECT_EQ(loads[1].capacity, 400);
+    // The fire case chose 2#变压器's 400 kVA (275.203 / 0.7 = 393.1); its
+    // normal case alone would have taken 315 (213.758 / 0.7 = 305.4).
+    EXPECT_EQ(doc.transformers[1].m_strFireCalcS, L"275.203");
+    EXPECT_EQ(doc.transformers[1].m_strGoverningCase, L"火灾");
+    EXPECT_EQ(doc.transformers[1].m_strRatedCapacity, L"400");
 }
