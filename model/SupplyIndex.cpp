@@ -120,16 +120,30 @@ void CSupplyIndex::StartPass(Pass& pass, const CLoadCalDocument& doc) const
             pass.counted.push_back(pass.filter(c) ? 1 : 0);
         }
     }
-    // Until a board is recalculated it counts with the figures it holds.
     pass.boards.assign(m_boardNames.size(), MemberFigures{});
-    for (int b = 0; b < m_graph.BoardCount(); ++b) {
-        if (!m_graph.OnCycle(b)) {
-            pass.boards[static_cast<size_t>(b)] = BoardAsMember(doc.boards[b], pass.fields);
-        }
-    }
     for (auto& sums : pass.sums) {
         sums.assign(m_groups.size(), std::wstring());
     }
+}
+
+void CSupplyIndex::ReadBoardFigures(const CBoardArray& boards)
+{
+    // Until a board is recalculated it counts with the figures it holds; a
+    // whole recalculation computes every one of them before it is used.
+    if (m_bBoardsRead) {
+        return;
+    }
+    for (Pass* pass : {&m_normal, &m_fire}) {
+        if (pass == &m_fire && !m_bFire) {
+            continue;
+        }
+        for (int b = 0; b < m_graph.BoardCount(); ++b) {
+            if (!m_graph.OnCycle(b)) {
+                pass->boards[static_cast<size_t>(b)] = BoardAsMember(boards[b], pass->fields);
+            }
+        }
+    }
+    m_bBoardsRead = true;
 }
 
 void CSupplyIndex::ComputeBoard(Pass& pass, CBoardArray& boards, int board) const
@@ -234,12 +248,14 @@ SupplyChange CSupplyIndex::RecalculateGroups(CBoardArray& boards, CTransformerAr
         change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
     }
     SortUnique(change.transformers);
+    m_bBoardsRead = true;
     return change;
 }
 
 SupplyChange CSupplyIndex::Propagate(CBoardArray& boardList, CTransformerArray& transformers,
                                      std::vector<int> start, std::vector<int> groups)
 {
+    ReadBoardFigures(boardList);
     // The boards above the start, each once; boards on a cycle have no
     // figures to change.
     if (++m_stamp == 0) {
@@ -338,6 +354,7 @@ std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& do
     SupplyChange change;
     const int group = m_groupOfTransformer[static_cast<size_t>(idx)];
     if (m_groups[static_cast<size_t>(group)].target == idx) {
+        ReadBoardFigures(doc.boards);
         ComputeAndApplyGroup(doc.transformers, group);
         change.transformers.push_back(idx);
     }

@@ -136,6 +136,9 @@ private:
     };
 
     void StartPass(Pass& pass, const CLoadCalDocument& doc) const;
+    /// The boards' figures as their texts read, into every pass, once,
+    /// before an update that comes before any whole recalculation.
+    void ReadBoardFigures(const CBoardArray& boards);
     void ComputeBoard(Pass& pass, CBoardArray& boards, int board) const;
     /// The board in every pass, and which case governs it.
     void ComputeBoardCases(CBoardArray& boards, int board);
@@ -164,8 +167,9 @@ private:
     std::unordered_map<std::wstring, int> m_groupByName;  ///< folded name -> group
     std::vector<TransformerGroup> m_groups;
     Pass m_normal;
-    Pass m_fire;              ///< used only when m_bFire
-    std::vector<int> m_mark;  ///< scratch of Propagate, by board
+    Pass m_fire;                 ///< used only when m_bFire
+    bool m_bBoardsRead = false;  ///< the passes hold every board's figures
+    std::vector<int> m_mark;     ///< scratch of Propagate, by board
     int m_stamp = 0;
 };
 
