@@ -23,6 +23,11 @@ std::wstring MixedFireBoardText(const std::wstring& board, int fire, int other)
     return L"配电箱" + Quoted(board) + L"同时供电 " + std::to_wstring(fire) + L" 个消防回路和 " +
            std::to_wstring(other) + L" 个非消防回路，消防用电设备应由专用回路供电";
 }
+std::wstring SharedBoardText(const std::wstring& board, int unclassed)
+{
+    return L"配电箱" + Quoted(board) + L"由两台及以上变压器供电，其直接供电的 " +
+           std::to_wstring(unclassed) + L" 个回路不是一、二级负荷，N−1 校核按切除计，未计入";
+}
 std::wstring ContingencyText(const std::wstring& transformer, const std::wstring& partners,
                              const std::wstring& apparent, bool fire, int circuits,
                              const std::wstring& capacity)
@@ -71,6 +76,9 @@ public:
             m_boards[static_cast<size_t>(*b)] = Of(doc.boards[*b].m_strOwner);
         }
     }
+
+    /// The transformers above board b (none for a board on a cycle).
+    const std::vector<int>& OfBoard(int b) const { return m_boards[static_cast<size_t>(b)]; }
 
     /// The transformers an owner list leads to.
     std::vector<int> Of(const std::wstring& owner) const
@@ -218,6 +226,36 @@ CCheckWarnings CheckSupplySecurity(const CLoadCalDocument& doc)
                 warnings.push_back(
                     {CCheckWarning::Subject::Board, b, CBoardCalData::kName,
                      MixedFireBoardText(doc.boards[b].m_strName, fire[i], other[i])});
+            }
+        }
+    }
+
+    // Shared boards whose other circuits the N−1 check takes as shed.
+    const bool classed = std::any_of(doc.loads.begin(), doc.loads.end(),
+                                     [](const CLoadCalData& c) { return IsFirstOrSecondClass(c); });
+    if (classed && !doc.boards.IsEmpty()) {
+        const CFeeders feeders(doc);
+        const CBoardGraph graph(doc.boards);
+        std::vector<int> unclassed(static_cast<size_t>(doc.boards.GetSize()), 0);
+        for (const CLoadCalData& c : doc.loads) {
+            if (IsFirstOrSecondClass(c)) {
+                continue;
+            }
+            std::vector<int> named;
+            for (const auto& piece : OwnerPieces(c.m_strTransformer)) {
+                for (int b : graph.BoardsNamed(piece)) {
+                    AddSorted(named, b);
+                }
+            }
+            for (int b : named) {
+                ++unclassed[static_cast<size_t>(b)];
+            }
+        }
+        for (int b = 0; b < doc.boards.GetSize(); ++b) {
+            const int count = unclassed[static_cast<size_t>(b)];
+            if (count > 0 && feeders.OfBoard(b).size() > 1) {
+                warnings.push_back({CCheckWarning::Subject::Board, b, CBoardCalData::kOwner,
+                                    SharedBoardText(doc.boards[b].m_strName, count)});
             }
         }
     }

@@ -70,6 +70,10 @@ std::vector<CContingencyLoad> ComputeContingencyLoads(const CLoadCalDocument& do
 /// The reviewer's checks of supply security, by subject in list order:
 /// - a board that feeds fire-only circuits (消防 "消防") and other circuits
 ///   directly: fire-fighting equipment takes circuits of its own;
+/// - in a document with first- or second-class circuits, a board fed from
+///   two transformers or more (through any path) that feeds circuits of
+///   another class or none directly: the N−1 check takes them as shed,
+///   which the board's changeover may not do;
 /// - every transformer whose N−1 load (ComputeContingencyLoads) exceeds its
 ///   rated capacity, naming the transformers whose outage it covers, the
 ///   load, the case and the capacity.

@@ -110,7 +110,10 @@ TEST(SupplySecurity, TheContingencyLoadsOfTwoTransformersWorkedByHand)
     EXPECT_EQ(loads[1].partners, std::vector<int>{0});
     EXPECT_EQ(loads[1].circuits, 2);
     EXPECT_EQ(Figures(loads[1].normal), L"138.6 93.97 49.48 147.167");
-    EXPECT_TRUE(CheckSupplySecurity(doc).empty());
+    // Both fit; only W6, third class on the dual-fed board, is named.
+    const CCheckWarnings warnings = CheckSupplySecurity(doc);
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_EQ(warnings[0].subject, CCheckWarning::Subject::Board);
 }
 
 TEST(SupplySecurity, AnInstalledBankGivesNoMoreThanIsInstalled)
@@ -144,12 +147,13 @@ TEST(SupplySecurity, ATransformerThatCannotTakeOverIsNamedWithTheLoadAndItsCapac
     EXPECT_EQ(Figures(loads[1].normal), L"318.6 169.29 116.66 339.287");
     EXPECT_FALSE(loads[1].Fits());
 
+    // After the board warning of W6 (third class on the dual-fed AP-E):
     const CCheckWarnings warnings = CheckSupplySecurity(doc);
-    ASSERT_EQ(warnings.size(), 1U);
-    EXPECT_EQ(warnings[0].subject, CCheckWarning::Subject::Transformer);
-    EXPECT_EQ(warnings[0].index, 1);
-    EXPECT_EQ(warnings[0].field, CTransformerCalData::kRatedCapacity);
-    EXPECT_EQ(warnings[0].text,
+    ASSERT_EQ(warnings.size(), 2U);
+    EXPECT_EQ(warnings[1].subject, CCheckWarning::Subject::Transformer);
+    EXPECT_EQ(warnings[1].index, 1);
+    EXPECT_EQ(warnings[1].field, CTransformerCalData::kRatedCapacity);
+    EXPECT_EQ(warnings[1].text,
               L"变压器“T2”在“T1”停运时须承担全部一、二级负荷（3 个回路），正常运行时视在功率 "
               L"339.287 kVA，超过其额定容量 315 kVA");
 }
@@ -271,12 +275,28 @@ TEST(SupplySecurity, ABoardFeedingFireAndOtherCircuitsIsNamed)
     doc.loads.Add(Circuit(L"XF2", L"30", L"0.8", L"AP-XF", L"一级", L"消防"));
     doc.loads.Add(Circuit(L"XF3", L"15", L"0.8", L"ap-xf", L"一级", L"消防"));
     RecalculateDocument(doc);
-    const CCheckWarnings warnings = CheckSupplySecurity(doc);
-    ASSERT_EQ(warnings.size(), 1U);
+    CCheckWarnings warnings = CheckSupplySecurity(doc);
+    ASSERT_EQ(warnings.size(), 2U);
     EXPECT_EQ(warnings[0].subject, CCheckWarning::Subject::Board);
     EXPECT_EQ(warnings[0].index, 0);
+    EXPECT_EQ(warnings[0].field, CBoardCalData::kName);
     EXPECT_EQ(warnings[0].text,
               L"配电箱“AP-E”同时供电 1 个消防回路和 2 个非消防回路，消防用电设备应由专用回路供电");
+    // W6, third class on the dual-fed AP-E, is taken as shed when one
+    // transformer is out: the reviewer is told.
+    EXPECT_EQ(warnings[1].subject, CCheckWarning::Subject::Board);
+    EXPECT_EQ(warnings[1].index, 0);
+    EXPECT_EQ(warnings[1].field, CBoardCalData::kOwner);
+    EXPECT_EQ(warnings[1].text,
+              L"配电箱“AP-E”由两台及以上变压器供电，其直接供电的 1 "
+              L"个回路不是一、二级负荷，N−1 校核按切除计，未计入");
+    // Without any first- or second-class circuit there is no N−1 check to warn about.
+    for (auto& c : doc.loads) {
+        c.m_strLoadClass = L"三级";
+    }
+    warnings = CheckSupplySecurity(doc);
+    ASSERT_EQ(warnings.size(), 1U);
+    EXPECT_EQ(warnings[0].field, CBoardCalData::kName);
 }
 
 // The straightforward statement of the N−1 load: the same document with
