@@ -77,31 +77,23 @@ CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter,
 
     m_fireRole.reserve(static_cast<size_t>(doc.loads.GetSize()));
     for (const CLoadCalData& c : doc.loads) {
-        const bool role = HasFireRole(c);
-        m_fireRole.push_back(role ? 1 : 0);
-        m_fireRoleCount += role ? 1 : 0;
+        const char role = RoleOf(c);
+        m_fireRole.push_back(role);
+        m_fireRoleCount += role != kNoRole ? 1 : 0;
     }
     m_bFire = m_fireRoleCount > 0;
 
     // Each case counts what the caller's filter lets through and its own
     // fire rule allows; without fire roles the normal case counts all.
-    const auto both = [](const CircuitFilter& a, bool (*b)(const CLoadCalData&)) -> CircuitFilter {
-        if (!a) {
-            return b;
-        }
-        return [a, b](const CLoadCalData& c) {
-            return a(c) && b(c);
-        };
-    };
-    if (m_bFire) {
-        m_fire.filter = both(filter, &CountsInFireCase);
-        m_fire.fields = kBoardFireFields;
-        StartPass(m_fire, doc);
-        m_normal.filter = both(filter, &CountsInNormalCase);
-    } else {
-        m_normal.filter = std::move(filter);
-    }
+    m_normal.filter = filter;
     m_normal.fields = kBoardFigureFields;
+    if (m_bFire) {
+        m_normal.excludedRole = kFireOnlyRole;
+        m_fire.filter = std::move(filter);
+        m_fire.fields = kBoardFireFields;
+        m_fire.excludedRole = kShedRole;
+        StartPass(m_fire, doc);
+    }
     StartPass(m_normal, doc);
 }
 
@@ -111,13 +103,29 @@ int CSupplyIndex::GroupNamed(const std::wstring& piece) const
     return it == m_groupByName.end() ? -1 : it->second;
 }
 
+char CSupplyIndex::RoleOf(const CLoadCalData& circuit)
+{
+    if (circuit.m_strFire == kFireOnly) {
+        return kFireOnlyRole;
+    }
+    return circuit.m_strFire == kFireShed ? kShedRole : kNoRole;
+}
+
+bool CSupplyIndex::Counts(const Pass& pass, const CLoadCalData& circuit, int idx) const
+{
+    if (pass.excludedRole != kNoRole && m_fireRole[static_cast<size_t>(idx)] == pass.excludedRole) {
+        return false;
+    }
+    return !pass.filter || pass.filter(circuit);
+}
+
 void CSupplyIndex::StartPass(Pass& pass, const CLoadCalDocument& doc) const
 {
     pass.counted.clear();
-    if (pass.filter) {
+    if (pass.filter || pass.excludedRole != kNoRole) {
         pass.counted.reserve(static_cast<size_t>(doc.loads.GetSize()));
-        for (const CLoadCalData& c : doc.loads) {
-            pass.counted.push_back(pass.filter(c) ? 1 : 0);
+        for (int c = 0; c < doc.loads.GetSize(); ++c) {
+            pass.counted.push_back(Counts(pass, doc.loads[c], c) ? 1 : 0);
         }
     }
     pass.boards.assign(m_boardNames.size(), MemberFigures{});
@@ -307,18 +315,18 @@ std::optional<SupplyChange> CSupplyIndex::UpdateCircuit(CLoadCalDocument& doc, i
     }
     const CLoadCalData& circuit = doc.loads[idx];
     // The first fire role, or the last one gone, changes the passes.
-    const char role = HasFireRole(circuit) ? 1 : 0;
-    const size_t roles = m_fireRoleCount -
-                         static_cast<size_t>(m_fireRole[static_cast<size_t>(idx)]) +
-                         static_cast<size_t>(role);
+    const auto i = static_cast<size_t>(idx);
+    const char role = RoleOf(circuit);
+    const size_t roles =
+        m_fireRoleCount - (m_fireRole[i] != kNoRole ? 1 : 0) + (role != kNoRole ? 1 : 0);
     if ((roles > 0) != m_bFire || !m_circuits.Update(idx, circuit)) {
         return std::nullopt;
     }
-    m_fireRole[static_cast<size_t>(idx)] = role;
+    m_fireRole[i] = role;
     m_fireRoleCount = roles;
     for (Pass* pass : {&m_normal, &m_fire}) {
-        if (pass->filter) {
-            pass->counted[static_cast<size_t>(idx)] = pass->filter(circuit) ? 1 : 0;
+        if (!pass->counted.empty()) {
+            pass->counted[i] = Counts(*pass, circuit, idx) ? 1 : 0;
         }
     }
     std::vector<int> boards;

@@ -122,8 +122,13 @@ private:
     /// One pass of group sums: its filter, the fields it writes, and what it
     /// computed so far (each board as a member of its owners, each
     /// transformer group's three sums).
+    /// A circuit's fire role as the passes read it.
+    static constexpr char kNoRole = 0;
+    static constexpr char kFireOnlyRole = 1;
+    static constexpr char kShedRole = 2;
     struct Pass {
-        CircuitFilter filter;
+        CircuitFilter filter;         ///< the caller's; empty: all
+        char excludedRole = kNoRole;  ///< the role whose circuits this case leaves out
         BoardOutputFields fields;
         std::vector<char> counted;          ///< by circuit; empty: all count
         std::vector<MemberFigures> boards;  ///< by board
@@ -135,6 +140,9 @@ private:
         std::vector<int> boards;           ///< member boards, list order
     };
 
+    static char RoleOf(const CLoadCalData& circuit);
+    /// True when circuit idx counts in the pass.
+    bool Counts(const Pass& pass, const CLoadCalData& circuit, int idx) const;
     void StartPass(Pass& pass, const CLoadCalDocument& doc) const;
     /// The boards' figures as their texts read, into every pass, once,
     /// before an update that comes before any whole recalculation.
@@ -154,7 +162,7 @@ private:
 
     CalcRules m_rules;
     bool m_bFire = false;          ///< the fire case is computed
-    std::vector<char> m_fireRole;  ///< by circuit: HasFireRole when last seen
+    std::vector<char> m_fireRole;  ///< by circuit: its role (RoleOf) when last seen
     size_t m_fireRoleCount = 0;    ///< circuits with a fire role
     COwnerIndex m_circuits;
     CBoardGraph m_graph;
