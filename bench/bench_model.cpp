@@ -12,6 +12,7 @@
 
 #include "model/Calculation.h"
 #include "model/SupplyIndex.h"
+#include "model/SupplySecurity.h"
 #include "tests/support/RandomDocument.h"
 #include "tests/support/ReferenceCalculation.h"
 
@@ -63,40 +64,53 @@ void BM_TotalsOnly(benchmark::State& state)
 }
 BENCHMARK(BM_TotalsOnly)->Unit(benchmark::kMillisecond);
 
-CLoadCalDocument& BoardDocument()
+/// The largest board document, without fire roles and load classes
+/// (fire 0) or with them (fire 1: a tenth of the circuits fire-only or shed
+/// in a fire, a third with a load class), recalculated.
+CLoadCalDocument& BoardDocument(int64_t fire)
 {
-    static CLoadCalDocument doc = [] {
-        CLoadCalDocument d;
-        testsupport::MakeLargestBoardDocument(d);
-        RecalculateDocument(d);
-        return d;
-    }();
-    return doc;
+    static CLoadCalDocument docs[2] = {[] {
+                                           CLoadCalDocument d;
+                                           testsupport::MakeLargestBoardDocument(d);
+                                           RecalculateDocument(d);
+                                           return d;
+                                       }(),
+                                       [] {
+                                           CLoadCalDocument d;
+                                           testsupport::MakeLargestBoardDocument(d, 0.1, 0.3);
+                                           RecalculateDocument(d);
+                                           return d;
+                                       }()};
+    return docs[fire != 0 ? 1 : 0];
 }
 
 void BM_RecalculateBoardDocument(benchmark::State& state)
 {
-    CLoadCalDocument& doc = BoardDocument();
+    CLoadCalDocument& doc = BoardDocument(state.range(0));
     for (auto _ : state) {
         benchmark::DoNotOptimize(RecalculateDocument(doc));
     }
 }
-BENCHMARK(BM_RecalculateBoardDocument)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RecalculateBoardDocument)
+    ->ArgName("fire")
+    ->Arg(0)
+    ->Arg(1)
+    ->Unit(benchmark::kMillisecond);
 
 void BM_RebuildIndexAndGroups(benchmark::State& state)
 {
-    CLoadCalDocument& doc = BoardDocument();
+    CLoadCalDocument& doc = BoardDocument(state.range(0));
     for (auto _ : state) {
         CSupplyIndex index(doc);
         index.RecalculateGroups(doc);
         benchmark::DoNotOptimize(index.Totals());
     }
 }
-BENCHMARK(BM_RebuildIndexAndGroups)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_RebuildIndexAndGroups)->ArgName("fire")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 
 void BM_CircuitChainUpdate(benchmark::State& state)
 {
-    CLoadCalDocument& doc = BoardDocument();
+    CLoadCalDocument& doc = BoardDocument(state.range(0));
     CSupplyIndex index(doc);
     index.RecalculateGroups(doc);
     std::mt19937 rng(3);
@@ -117,7 +131,22 @@ void BM_CircuitChainUpdate(benchmark::State& state)
     state.counters["boards_per_edit"] =
         static_cast<double>(boards) / static_cast<double>(std::max<int64_t>(1, state.iterations()));
 }
-BENCHMARK(BM_CircuitChainUpdate)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_CircuitChainUpdate)->ArgName("fire")->Arg(0)->Arg(1)->Unit(benchmark::kMicrosecond);
+
+/// The fire and N−1 checks of the largest document with fire roles and load
+/// classes (its dual-fed boards and circuits share first- and second-class
+/// loads between transformers).
+void BM_CheckSupplySecurity(benchmark::State& state)
+{
+    const CLoadCalDocument& doc = BoardDocument(1);
+    size_t checked = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(CheckSupplySecurity(doc));
+    }
+    checked = ComputeContingencyLoads(doc).size();
+    state.counters["transformers_checked"] = static_cast<double>(checked);
+}
+BENCHMARK(BM_CheckSupplySecurity)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -10,6 +10,7 @@
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "document/LargeMemory.h"
+#include "model/Calculation.h"
 #include "model/Rules.h"
 #include "model/Text.h"
 
@@ -25,35 +26,51 @@ int16_t ValueCount(const std::wstring& text)
     return static_cast<int16_t>(static_cast<uint16_t>(Utf16Length(text) + 1));
 }
 
-/// Calls f(key, text) for every field a row holds beyond its table's fixed
-/// keys: for a circuit, each non-empty field beyond the original thirteen,
-/// in field order; transformers and boards have none.
-template <class F>
-void ForEachExtraField(const CLoadCalData& row, F f)
+/// The keys of the fields beyond a table's fixed ones, by record type.
+constexpr const auto& ExtraKeysOf(const CLoadCalData& /*row*/)
 {
-    for (size_t k = 0; k < archive::kLoadExtraKeys.size(); ++k) {
-        const std::wstring& text = row.AnyFieldAt(CLoadCalData::kFieldCount + static_cast<int>(k));
+    return archive::kLoadExtraKeys;
+}
+constexpr const auto& ExtraKeysOf(const CTransformerCalData& /*row*/)
+{
+    return archive::kTransformerExtraKeys;
+}
+constexpr const auto& ExtraKeysOf(const CBoardCalData& /*row*/)
+{
+    return archive::kBoardExtraKeys;
+}
+
+/// Calls f(key, text) for every field a row holds beyond its table's fixed
+/// keys, each only when not empty, in field order: a circuit's fields
+/// beyond the original thirteen, a transformer's or board's fire figures.
+/// extras false leaves them all out (the fire figures of a document without
+/// fire roles).
+template <class Record, class F>
+void ForEachExtraField(const Record& row, bool extras, F f)
+{
+    if (!extras) {
+        return;
+    }
+    const auto& keys = ExtraKeysOf(row);
+    for (size_t k = 0; k < keys.size(); ++k) {
+        const std::wstring& text = row.AnyFieldAt(Record::kFieldCount + static_cast<int>(k));
         if (!text.empty()) {
-            f(archive::kLoadExtraKeys[k], text);
+            f(keys[k], text);
         }
     }
 }
 
-template <class Record, class F>
-void ForEachExtraField(const Record& /*row*/, F /*f*/)
-{}
-
 template <class Record>
-size_t ExtraFieldCount(const Record& row)
+size_t ExtraFieldCount(const Record& row, bool extras)
 {
     size_t count = 0;
-    ForEachExtraField(row, [&count](std::wstring_view, const std::wstring&) { ++count; });
+    ForEachExtraField(row, extras, [&count](std::wstring_view, const std::wstring&) { ++count; });
     return count;
 }
 
 template <class Record, size_t N>
 void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Record>& rows,
-                const std::array<std::wstring_view, N>& keys)
+                const std::array<std::wstring_view, N>& keys, bool extras)
 {
     for (int i = 0; i < rows.GetSize(); ++i) {
         const std::wstring rowPath = std::wstring(group) + std::wstring(kSeparator) +
@@ -64,7 +81,7 @@ void StoreTable(CInterDpData& store, std::wstring_view group, const CArray<Recor
             store.SetSubValueW(rowPath + std::wstring(keys[f]), ValueCount(text),
                                std::wstring_view(text), 0);
         }
-        ForEachExtraField(row, [&](std::wstring_view key, const std::wstring& text) {
+        ForEachExtraField(row, extras, [&](std::wstring_view key, const std::wstring& text) {
             store.SetSubValueW(rowPath + std::wstring(key), ValueCount(text),
                                std::wstring_view(text), 0);
         });
@@ -100,6 +117,24 @@ std::optional<std::wstring_view> Lookup(const CInterDpNode* row, size_t hint, st
     return node->ValueText();
 }
 
+/// Reads the fields beyond a row's fixed keys; found: how many fixed keys
+/// the row held (sibling names are unique, so a row with no child beside
+/// them has none of the further keys).
+template <class Record>
+void ReadExtraFields(const CInterDpNode* rowNode, size_t found, Record& record)
+{
+    if (rowNode == nullptr || rowNode->ChildrenSize() <= found) {
+        return;
+    }
+    const auto& keys = ExtraKeysOf(record);
+    for (size_t k = 0; k < keys.size(); ++k) {
+        const auto text = Lookup(rowNode, found + k, keys[k]);
+        if (text) {
+            record.AnyFieldAt(Record::kFieldCount + static_cast<int>(k)) = *text;
+        }
+    }
+}
+
 /// The decimal text of a row index, without allocating.
 class CRowName {
 public:
@@ -127,7 +162,7 @@ constexpr size_t kRootSize = 18;
 /// The bytes WriteTable gives for a table (none for an empty one).
 template <class Record, size_t N>
 size_t TableSize(std::wstring_view group, const CArray<Record>& rows,
-                 const std::array<std::wstring_view, N>& keys)
+                 const std::array<std::wstring_view, N>& keys, bool extras)
 {
     if (rows.IsEmpty()) {
         return 0;
@@ -138,9 +173,10 @@ size_t TableSize(std::wstring_view group, const CArray<Record>& rows,
         for (size_t f = 0; f < N; ++f) {
             size += CIdpWriter::RecordSize(keys[f], rows[i].FieldAt(static_cast<int>(f)));
         }
-        ForEachExtraField(rows[i], [&size](std::wstring_view key, const std::wstring& text) {
-            size += CIdpWriter::RecordSize(key, text);
-        });
+        ForEachExtraField(rows[i], extras,
+                          [&size](std::wstring_view key, const std::wstring& text) {
+                              size += CIdpWriter::RecordSize(key, text);
+                          });
     }
     return size;
 }
@@ -149,17 +185,17 @@ size_t TableSize(std::wstring_view group, const CArray<Record>& rows,
 /// them into a tree and Serialize writes that tree.
 template <class Record, size_t N>
 void WriteTable(CIdpWriter& out, std::wstring_view group, const CArray<Record>& rows,
-                const std::array<std::wstring_view, N>& keys)
+                const std::array<std::wstring_view, N>& keys, bool extras)
 {
     out.Node(group, 0, 0, {}, static_cast<size_t>(rows.GetSize()));
     for (int i = 0; i < rows.GetSize(); ++i) {
         const Record& row = rows[i];
-        out.Node(std::to_wstring(i), 0, 0, {}, N + ExtraFieldCount(row));
+        out.Node(std::to_wstring(i), 0, 0, {}, N + ExtraFieldCount(row, extras));
         for (size_t f = 0; f < N; ++f) {
             const std::wstring& text = row.FieldAt(static_cast<int>(f));
             out.Node(keys[f], ValueCount(text), 0, text, 0);
         }
-        ForEachExtraField(row, [&out](std::wstring_view key, const std::wstring& text) {
+        ForEachExtraField(row, extras, [&out](std::wstring_view key, const std::wstring& text) {
             out.Node(key, ValueCount(text), 0, text, 0);
         });
     }
@@ -223,8 +259,9 @@ void StoreRecords(CInterDpData& store, const CLoadArray& loads,
                   const CTransformerArray& transformers)
 {
     store.ClearDataFromMemory();
-    StoreTable(store, archive::kLoadGroup, loads, archive::kLoadKeys);
-    StoreTable(store, archive::kTransformerGroup, transformers, archive::kTransformerKeys);
+    StoreTable(store, archive::kLoadGroup, loads, archive::kLoadKeys, true);
+    StoreTable(store, archive::kTransformerGroup, transformers, archive::kTransformerKeys,
+               HasFireRoles(loads));
 }
 
 void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray& transformers)
@@ -260,16 +297,7 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
                     record.FieldAt(f) = archive::kLoadReadDefaults[field];
                 }
             }
-            // Sibling names are unique: a row with no child beside the
-            // thirteen found has none of the further keys.
-            if (rowNode != nullptr && rowNode->ChildrenSize() > found) {
-                for (size_t k = 0; k < archive::kLoadExtraKeys.size(); ++k) {
-                    const auto text = Lookup(rowNode, found + k, archive::kLoadExtraKeys[k]);
-                    if (text) {
-                        record.AnyFieldAt(CLoadCalData::kFieldCount + static_cast<int>(k)) = *text;
-                    }
-                }
-            }
+            ReadExtraFields(rowNode, found, record);
         }
     }
 
@@ -284,15 +312,18 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
                 continue;
             }
             CTransformerCalData& record = transformers[transformers.Add(CTransformerCalData())];
+            size_t found = 0;
             for (int f = 0; f < CTransformerCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
                 const auto text = Lookup(rowNode, field, archive::kTransformerKeys[field]);
                 if (text) {
                     record.FieldAt(f) = *text;
+                    ++found;
                 } else {
                     record.FieldAt(f) = archive::kTransformerReadDefaults[field];
                 }
             }
+            ReadExtraFields(rowNode, found, record);
         }
     }
 }
@@ -300,7 +331,7 @@ void LoadRecords(const CInterDpData* store, CLoadArray& loads, CTransformerArray
 void StoreDocument(CInterDpData& store, const CLoadCalDocument& doc)
 {
     StoreRecords(store, doc.loads, doc.transformers);
-    StoreTable(store, archive::kBoardGroup, doc.boards, archive::kBoardKeys);
+    StoreTable(store, archive::kBoardGroup, doc.boards, archive::kBoardKeys, HasFireRoles(doc));
     if (doc.rules != CalcRules::Original) {
         const std::wstring name(RulesName(doc.rules));
         store.SetSubValueW(std::wstring(archive::kRulesKey), ValueCount(name),
@@ -329,11 +360,14 @@ void RestoreDocument(const CInterDpData* store, CLoadCalDocument& doc)
                 continue;
             }
             CBoardCalData& record = read.boards[read.boards.Add(CBoardCalData())];
+            size_t found = 0;
             for (int f = 0; f < CBoardCalData::kFieldCount; ++f) {
                 const auto field = static_cast<size_t>(f);
                 const auto text = Lookup(rowNode, field, archive::kBoardKeys[field]);
                 record.FieldAt(f) = text ? std::wstring(*text) : defaults.FieldAt(f);
+                found += text ? 1 : 0;
             }
+            ReadExtraFields(rowNode, found, record);
         }
     }
     if (const CInterDpNode* node =
@@ -359,23 +393,25 @@ std::string EncodeArchive(const CLoadCalDocument& doc)
     const CBoardArray& boards = doc.boards;
     const bool rules = doc.rules != CalcRules::Original;
     const std::wstring rulesName(RulesName(doc.rules));
-    CIdpWriter out(TableSize(archive::kLoadGroup, loads, archive::kLoadKeys) +
-                   TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys) +
-                   TableSize(archive::kBoardGroup, boards, archive::kBoardKeys) +
-                   (rules ? CIdpWriter::RecordSize(archive::kRulesKey, rulesName) : 0) +
-                   ProjectSize(doc.project) + kRootSize);
+    const bool fire = HasFireRoles(doc);
+    CIdpWriter out(
+        TableSize(archive::kLoadGroup, loads, archive::kLoadKeys, true) +
+        TableSize(archive::kTransformerGroup, transformers, archive::kTransformerKeys, fire) +
+        TableSize(archive::kBoardGroup, boards, archive::kBoardKeys, fire) +
+        (rules ? CIdpWriter::RecordSize(archive::kRulesKey, rulesName) : 0) +
+        ProjectSize(doc.project) + kRootSize);
     out.Node({}, 0, 0, {},
              (loads.IsEmpty() ? 0U : 1U) + (transformers.IsEmpty() ? 0U : 1U) +
                  (boards.IsEmpty() ? 0U : 1U) + (rules ? 1U : 0U) +
                  (doc.project.IsEmpty() ? 0U : 1U));
     if (!loads.IsEmpty()) {
-        WriteTable(out, archive::kLoadGroup, loads, archive::kLoadKeys);
+        WriteTable(out, archive::kLoadGroup, loads, archive::kLoadKeys, true);
     }
     if (!transformers.IsEmpty()) {
-        WriteTable(out, archive::kTransformerGroup, transformers, archive::kTransformerKeys);
+        WriteTable(out, archive::kTransformerGroup, transformers, archive::kTransformerKeys, fire);
     }
     if (!boards.IsEmpty()) {
-        WriteTable(out, archive::kBoardGroup, boards, archive::kBoardKeys);
+        WriteTable(out, archive::kBoardGroup, boards, archive::kBoardKeys, fire);
     }
     if (rules) {
         out.Node(archive::kRulesKey, ValueCount(rulesName), 0, rulesName, 0);

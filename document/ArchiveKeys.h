@@ -71,6 +71,24 @@ inline constexpr std::array<std::wstring_view, CTransformerCalData::kFieldCount>
         L"实际补偿容量",    // installed compensation, kVar
 };
 
+/// Keys of a transformer's fire-case figures, indexed by
+/// CTransformerCalData::ExtraField less kFieldCount. Written after the
+/// seventeen, only in a document with fire roles and each only when not
+/// empty, so that every other archive stays as it was; the original
+/// program's reader asks for its seventeen keys by name and passes these
+/// by. Missing on reading: empty.
+inline constexpr std::array<std::wstring_view, CTransformerCalData::kExtraFieldCount>
+    kTransformerExtraKeys = {
+        L"火灾计算有功",        // Pc in a fire, kW
+        L"火灾计算无功",        // Q2 in a fire, kVar
+        L"火灾视在功率",        // S2 in a fire, kVA
+        L"火灾计算电流",        // I2 in a fire, A
+        L"火灾补偿前功率因数",  // cos phi1 in a fire
+        L"火灾补偿容量",        // compensation the fire case requires, kVar
+        L"火灾负载率",          // S2 in a fire / rated capacity, ratio
+        L"取值工况",            // the case that governs the rated capacity: "正常" or "火灾"
+};
+
 /// Texts a load row takes for keys missing on reading, by field. The circuit
 /// number has no fixed default: it takes the row's own name (its index text).
 inline constexpr std::array<std::wstring_view, CLoadCalData::kFieldCount> kLoadReadDefaults = {
@@ -127,6 +145,18 @@ inline constexpr std::array<std::wstring_view, CBoardCalData::kFieldCount> kBoar
     L"视在功率",    // Sjs, kVA
     L"计算电流",    // Ijs, A
     L"功率因数",    // cos phi
+};
+
+/// Keys of a board's fire-case figures, indexed by CBoardCalData::ExtraField
+/// less kFieldCount; written and read as the transformers' above.
+inline constexpr std::array<std::wstring_view, CBoardCalData::kExtraFieldCount> kBoardExtraKeys = {
+    L"火灾额定容量",  // ΣPe in a fire, kW
+    L"火灾计算有功",  // Pjs in a fire, kW
+    L"火灾计算无功",  // Qjs in a fire, kVar
+    L"火灾视在功率",  // Sjs in a fire, kVA
+    L"火灾计算电流",  // Ijs in a fire, A
+    L"火灾功率因数",  // cos phi in a fire
+    L"取值工况",      // the case of the larger Sjs: "正常" or "火灾"
 };
 
 /// Top-level value naming the document's rule set ("GB51348-2019"); written

@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include "document/DocumentError.h"
+#include "model/Calculation.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -47,6 +48,23 @@ constexpr const char* kProjectKey = "project";
 
 constexpr std::array<const char*, CBoardCalData::kFieldCount> kBoardKeys = {
     "name", "owner", "phase", "kp", "kq", "ratedPower", "calcP", "calcQ", "calcS", "calcI", "cos"};
+
+/// The keys of a transformer's and a board's "fire" object, by field beyond
+/// the record's own (ExtraField less kFieldCount).
+constexpr std::array<const char*, CTransformerCalData::kExtraFieldCount> kTransformerFireKeys = {
+    "calcP", "calcQ", "calcS", "calcI", "cosBefore", "compCapacity", "loadRate", "governs"};
+constexpr std::array<const char*, CBoardCalData::kExtraFieldCount> kBoardFireKeys = {
+    "ratedPower", "calcP", "calcQ", "calcS", "calcI", "cos", "governs"};
+constexpr const char* kFireKey = "fire";
+
+constexpr const auto& FireKeysOf(const CTransformerCalData& /*record*/)
+{
+    return kTransformerFireKeys;
+}
+constexpr const auto& FireKeysOf(const CBoardCalData& /*record*/)
+{
+    return kBoardFireKeys;
+}
 
 constexpr const char* kRulesKey = "rules";
 constexpr const char* kBoardsKey = "boards";
@@ -104,6 +122,19 @@ Json RecordToJson(const Record& r, const std::array<const char*, N>& keys)
     return obj;
 }
 
+/// A transformer's or board's fire figures as the "fire" object: every key,
+/// each field's text exactly.
+template <class Record>
+Json FireToJson(const Record& r)
+{
+    Json obj = Json::object();
+    const auto& keys = FireKeysOf(r);
+    for (size_t k = 0; k < keys.size(); ++k) {
+        obj[keys[k]] = ToUtf8(r.AnyFieldAt(Record::kFieldCount + static_cast<int>(k)));
+    }
+    return obj;
+}
+
 /// A circuit that names a load type and leaves out its demand factor or
 /// power factor takes them from the type (calc fills empty ones), not the
 /// new-row defaults: those would stand as typed figures.
@@ -127,6 +158,40 @@ void LeaveTypeFiguresEmpty(Record& /*record*/, const std::array<bool, N>& /*give
 [[noreturn]] void Fail(const std::string& source, const std::string& where, const std::string& what)
 {
     throw DocumentError(source + ": " + where + ": " + what);
+}
+
+/// Reads the "fire" object of a transformer or board into its fire fields;
+/// false for a circuit, whose "fire" is a field of its own.
+bool ReadFire(CLoadCalData& /*record*/, const Json& /*value*/, const std::string& /*source*/,
+              const std::string& /*where*/)
+{
+    return false;
+}
+template <class Record>
+bool ReadFire(Record& record, const Json& value, const std::string& source,
+              const std::string& where)
+{
+    const std::string at = where + "." + kFireKey;
+    if (!value.is_object()) {
+        Fail(source, at, "expected an object");
+    }
+    const auto& keys = FireKeysOf(record);
+    for (const auto& [key, text] : value.items()) {
+        size_t k = 0;
+        while (k < keys.size() && key != keys[k]) {
+            ++k;
+        }
+        if (k == keys.size()) {
+            Fail(source, at, "unknown key \"" + key + "\"");
+        }
+        if (!text.is_string()) {
+            Fail(source, at + "." + key,
+                 "expected a string, found " + std::string(text.type_name()));
+        }
+        record.AnyFieldAt(Record::kFieldCount + static_cast<int>(k)) =
+            FromUtf8(text.template get_ref<const std::string&>());
+    }
+    return true;
 }
 
 template <class Record, size_t N>
@@ -155,6 +220,9 @@ void ReadRecords(const Json& doc, const char* listKey, const std::array<const ch
                 ++f;
             }
             if (f == N) {
+                if (key == kFireKey && ReadFire(record, value, source, where)) {
+                    continue;
+                }
                 Fail(source, where, "unknown key \"" + key + "\"");
             }
             if (!value.is_string()) {
@@ -227,13 +295,25 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
             }
         }
     };
-    const auto list = [&](const char* key, const auto& records, const auto& keys, bool last) {
+    // The fire figures of transformers and boards, only in a document with fire roles.
+    const bool fire = HasFireRoles(doc);
+    const auto withFire = [fire](Json obj, const auto& record) {
+        if (fire) {
+            obj[kFireKey] = FireToJson(record);
+        }
+        return obj;
+    };
+    const auto asIs = [](Json obj, const CLoadCalData& /*record*/) {
+        return obj;
+    };
+    const auto list = [&](const char* key, const auto& records, const auto& keys, bool last,
+                          const auto& complete) {
         out += "  \"";
         out += key;
         out += "\": [";
         for (int i = 0; i < records.GetSize(); ++i) {
             out += i == 0 ? "\n    " : ",\n    ";
-            append(RecordToJson(records[i], keys), "    ");
+            append(complete(RecordToJson(records[i], keys), records[i]), "    ");
         }
         out += records.IsEmpty() ? "]" : "\n  ]";
         out += last ? "\n" : ",\n";
@@ -249,10 +329,10 @@ std::string DocumentToJson(const CLoadCalDocument& doc, const SummaryTotals& tot
         append(project, "  ");
         out += ",\n";
     }
-    list(kLoadsKey, doc.loads, kLoadKeys, false);
-    list(kTransformersKey, doc.transformers, kTransformerKeys, false);
+    list(kLoadsKey, doc.loads, kLoadKeys, false, asIs);
+    list(kTransformersKey, doc.transformers, kTransformerKeys, false, withFire);
     if (!doc.boards.IsEmpty()) {
-        list(kBoardsKey, doc.boards, kBoardKeys, false);
+        list(kBoardsKey, doc.boards, kBoardKeys, false, withFire);
     }
     out += "  \"";
     out += kTotalsKey;

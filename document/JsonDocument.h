@@ -15,9 +15,14 @@ namespace loadcal {
 ///                  "subproject", "revision", "date", "designer", "checker",
 ///                  "reviewer", "approver" },
 ///     "loads": [ { "circuitNo", ..., "transformer" } ],
-///     "transformers": [ { "name", ..., "actualCompCapacity" } ],
+///     "transformers": [ { "name", ..., "actualCompCapacity",
+///                         "fire": { "calcP", "calcQ", "calcS", "calcI",
+///                                   "cosBefore", "compCapacity",
+///                                   "loadRate", "governs" } } ],
 ///     "boards": [ { "name", "owner", "phase", "kp", "kq", "ratedPower",
-///                   "calcP", "calcQ", "calcS", "calcI", "cos" } ],
+///                   "calcP", "calcQ", "calcS", "calcI", "cos",
+///                   "fire": { "ratedPower", "calcP", "calcQ", "calcS",
+///                             "calcI", "cos", "governs" } } ],
 ///     "totals": { "Pe", "P", "Q", "S", "cos", "I" } }
 ///
 /// Every value is a JSON string holding a field's text exactly; keys follow
@@ -25,7 +30,9 @@ namespace loadcal {
 /// ("loadType", "quantity", "loadClass", "fire") follow them and are written
 /// only when not empty; "rules" only when the rule set is not the original
 /// one, "boards" only when there are boards, and "project" only when some
-/// field of the project information holds text (all twelve keys then); every
+/// field of the project information holds text (all twelve keys then), each
+/// transformer's and board's "fire" object (the fire case's figures, all its
+/// keys) only when some circuit has a fire role ("消防" or "火灾时切除"); every
 /// other key is always written, with the six grand totals given, so a
 /// document using none of these gives the JSON it always gave. On input
 /// "totals" is ignored, a missing "rules" is the original rules, a missing

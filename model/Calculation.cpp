@@ -109,11 +109,11 @@ double CombinePhases(const double (&current)[3], const double (&value)[3], doubl
     return 3 * largest + threePhase;
 }
 
-void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
-                          const std::wstring& reactiveSum, CalcRules rules)
+TransformerLoad ComputeTransformerLoad(const CTransformerCalData& t, const std::wstring& activeSum,
+                                       const std::wstring& reactiveSum, CalcRules rules)
 {
+    TransformerLoad load;
     const double pc = ParseNumber(activeSum) * ParseNumber(t.m_strKp);
-    t.m_strCalcP = FormatG(pc);
     const double qc = ParseNumber(reactiveSum) * ParseNumber(t.m_strKq);
 
     const double alpha = ParseNumber(t.m_strAlpha);
@@ -124,7 +124,6 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
         const double r = ratio * ratio;
         cos1 = std::sqrt(1 / (r + 1));
     }
-    t.m_strCosBefore = FormatG(cos1);
 
     const double cos2 = ParseNumber(t.m_strCosAfter);
     double qcomp = 0;
@@ -136,30 +135,139 @@ void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
     } else {
         qcomp = pc * (std::tan(std::acos(cos1)) - std::tan(std::acos(cos2)));
     }
-    t.m_strCompCapacity = FormatG(qcomp);
 
     double qinst = ParseNumber(t.m_strActualCompCapacity);
     if (std::fabs(qinst) < 1e-9) {  // the tighter threshold of this one test
         qinst = qcomp;
     }
-    const double q2 = qc - qinst;
-    t.m_strCalcQ = FormatG(q2);
+    load.pc = pc;
+    load.qc = qc;
+    load.cosBefore = cos1;
+    load.compensation = qcomp;
+    load.installed = qinst;
+    load.q2 = qc - qinst;
+    load.s2 = std::sqrt(pc * pc + load.q2 * load.q2);
+    return load;
+}
 
-    const double s2 = std::sqrt(pc * pc + q2 * q2);
-    t.m_strCalcS = FormatG(s2);
-    t.m_strCalcI = FormatG(s2 / (Sqrt3() * kLineVoltage));
-
-    const double loadRate = ParseNumber(t.m_strLoadRate);
-    const double x = IsNearZero(loadRate) ? 0.0 : s2 / loadRate;
-    double capacity = 0;
+double StandardCapacityFor(double apparent, double expectedLoadRate)
+{
+    const double x = IsNearZero(expectedLoadRate) ? 0.0 : apparent / expectedLoadRate;
     for (double standard : kStandardCapacities) {
         if (standard > x) {
-            capacity = standard;
-            break;
+            return standard;
         }
     }
+    return 0;
+}
+
+namespace {
+
+/// Writes Pc, cos phi1, the compensation, Q2, S2 and I2 of one case into
+/// the fields given.
+struct TransformerCaseFields {
+    std::wstring CTransformerCalData::*active;
+    std::wstring CTransformerCalData::*cosBefore;
+    std::wstring CTransformerCalData::*compensation;
+    std::wstring CTransformerCalData::*reactive;
+    std::wstring CTransformerCalData::*apparent;
+    std::wstring CTransformerCalData::*current;
+};
+constexpr TransformerCaseFields kNormalCase = {
+    &CTransformerCalData::m_strCalcP,        &CTransformerCalData::m_strCosBefore,
+    &CTransformerCalData::m_strCompCapacity, &CTransformerCalData::m_strCalcQ,
+    &CTransformerCalData::m_strCalcS,        &CTransformerCalData::m_strCalcI};
+constexpr TransformerCaseFields kFireCase = {
+    &CTransformerCalData::m_strFireCalcP,        &CTransformerCalData::m_strFireCosBefore,
+    &CTransformerCalData::m_strFireCompCapacity, &CTransformerCalData::m_strFireCalcQ,
+    &CTransformerCalData::m_strFireCalcS,        &CTransformerCalData::m_strFireCalcI};
+
+void WriteCase(CTransformerCalData& t, const TransformerLoad& load,
+               const TransformerCaseFields& fields)
+{
+    t.*fields.active = FormatG(load.pc);
+    t.*fields.cosBefore = FormatG(load.cosBefore);
+    t.*fields.compensation = FormatG(load.compensation);
+    t.*fields.reactive = FormatG(load.q2);
+    t.*fields.apparent = FormatG(load.s2);
+    t.*fields.current = FormatG(load.s2 / (Sqrt3() * kLineVoltage));
+}
+
+double LoadRateOn(double apparent, double capacity)
+{
+    return capacity > 1e-8 ? apparent / capacity : 0.0;
+}
+
+}  // namespace
+
+void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
+                          const std::wstring& reactiveSum, CalcRules rules)
+{
+    const TransformerLoad load = ComputeTransformerLoad(t, activeSum, reactiveSum, rules);
+    WriteCase(t, load, kNormalCase);
+    const double capacity = StandardCapacityFor(load.s2, ParseNumber(t.m_strLoadRate));
     t.m_strRatedCapacity = FormatG(capacity);
-    t.m_strActualLoadRate = FormatG(capacity > 1e-8 ? s2 / capacity : 0.0);
+    t.m_strActualLoadRate = FormatG(LoadRateOn(load.s2, capacity));
+}
+
+void CalculateTransformer(CTransformerCalData& t, const std::wstring& activeSum,
+                          const std::wstring& reactiveSum, const std::wstring& fireActiveSum,
+                          const std::wstring& fireReactiveSum, CalcRules rules)
+{
+    const TransformerLoad normal = ComputeTransformerLoad(t, activeSum, reactiveSum, rules);
+    const TransformerLoad fire = ComputeTransformerLoad(t, fireActiveSum, fireReactiveSum, rules);
+    WriteCase(t, normal, kNormalCase);
+    WriteCase(t, fire, kFireCase);
+    // A case that is not a number must not let the other one choose alone.
+    const double governing =
+        std::isnan(normal.s2) || std::isnan(fire.s2) ? std::nan("") : std::max(normal.s2, fire.s2);
+    const double capacity = StandardCapacityFor(governing, ParseNumber(t.m_strLoadRate));
+    t.m_strRatedCapacity = FormatG(capacity);
+    t.m_strActualLoadRate = FormatG(LoadRateOn(normal.s2, capacity));
+    t.m_strFireLoadRate = FormatG(LoadRateOn(fire.s2, capacity));
+    t.m_strGoverningCase = fire.s2 > normal.s2 ? kGoverningFire : kGoverningNormal;
+}
+
+bool HasFireRoles(const CLoadCalDocument& doc)
+{
+    return HasFireRoles(doc.loads);
+}
+
+bool HasFireRoles(const CLoadArray& loads)
+{
+    return std::any_of(loads.begin(), loads.end(),
+                       [](const CLoadCalData& c) { return HasFireRole(c); });
+}
+
+bool CountsInNormalCase(const CLoadCalData& c)
+{
+    return c.m_strFire != kFireOnly;
+}
+
+bool CountsInFireCase(const CLoadCalData& c)
+{
+    return c.m_strFire != kFireShed;
+}
+
+void ClearFireFigures(CTransformerCalData& t)
+{
+    for (int f = CTransformerCalData::kFieldCount; f < CTransformerCalData::kAnyFieldCount; ++f) {
+        t.AnyFieldAt(f).clear();
+    }
+}
+
+void ClearFireFigures(CBoardCalData& b)
+{
+    for (int f = CBoardCalData::kFieldCount; f < CBoardCalData::kAnyFieldCount; ++f) {
+        b.AnyFieldAt(f).clear();
+    }
+}
+
+void SetGoverningCase(CBoardCalData& b)
+{
+    b.m_strGoverningCase = ParseNumber(b.m_strFireCalcS) > ParseNumber(b.m_strCalcS)
+                               ? kGoverningFire
+                               : kGoverningNormal;
 }
 
 void CalculateBoard(CBoardCalData& board, const GroupPhases& members, CalcRules rules,

@@ -204,13 +204,68 @@ private:
     mutable std::vector<std::vector<int>> m_ownersOfGroup;
 };
 
-/// Steps 2 to 11 of a transformer's recalculation from the texts of its
-/// group active (kW) and reactive (kVar) sums: Pc, cos phi1, compensation,
-/// Q2, S2, I2, standard rated capacity and actual load rate. Under GB
+/// A transformer's loading from its group sums, unrounded: Pc = Kp x ΣP
+/// (kW), Qc = Kq x ΣQ (kVar), cos phi1 from alpha and beta, the compensation
+/// the load requires (kVar), the compensation taken as installed (the
+/// actual compensation, or the required one when that is empty or 0), Q2 =
+/// Qc - installed (kVar) and S2 (kVA).
+struct TransformerLoad {
+    double pc = 0;
+    double qc = 0;
+    double cosBefore = 0;
+    double compensation = 0;
+    double installed = 0;
+    double q2 = 0;
+    double s2 = 0;
+};
+
+/// Steps 2 to 8 of a transformer's recalculation, from the texts of its
+/// group active (kW) and reactive (kVar) sums and its own factors. Under GB
 /// 51348-2019 the compensation is alpha x Pc x (tan phi1 - tan phi2), and 0
 /// when cos phi1 already reaches the target.
+TransformerLoad ComputeTransformerLoad(const CTransformerCalData& transformer,
+                                       const std::wstring& activeSum,
+                                       const std::wstring& reactiveSum, CalcRules rules);
+
+/// The standard rated capacity (kVA) for an apparent power S (kVA) at the
+/// expected load rate: the first of kStandardCapacities strictly above
+/// S / rate (S / rate read as 0 when the rate is about 0); 0 when none is,
+/// or when S is not a number.
+double StandardCapacityFor(double apparent, double expectedLoadRate);
+
+/// Steps 2 to 11 of a transformer's recalculation from the texts of its
+/// group active (kW) and reactive (kVar) sums: Pc, cos phi1, compensation,
+/// Q2, S2, I2, standard rated capacity and actual load rate.
 void CalculateTransformer(CTransformerCalData& transformer, const std::wstring& activeSum,
                           const std::wstring& reactiveSum, CalcRules rules = CalcRules::Original);
+
+/// The same for a document with fire roles, from the group sums of both
+/// cases. The normal case fills the original figures as above; the fire
+/// case, the same arithmetic over its own sums, fills the fire fields. The
+/// rated capacity is chosen for the larger S2 of the two cases:
+/// the first standard capacity strictly above max(S2 normal, S2 fire) /
+/// expected load rate (0 when either S2 is not a number). The actual load
+/// rate stays the normal case's S2 on that capacity and the fire load rate
+/// is the fire case's S2 on it; the governing case is the fire when its S2
+/// is strictly the larger, else the normal operation.
+void CalculateTransformer(CTransformerCalData& transformer, const std::wstring& activeSum,
+                          const std::wstring& reactiveSum, const std::wstring& fireActiveSum,
+                          const std::wstring& fireReactiveSum, CalcRules rules);
+
+/// True when some circuit of the document has a fire role (HasFireRole):
+/// only then is the fire case computed, stored and shown. A text of the
+/// field 消防 that is none of the three counts in both cases (CheckLoadTypes
+/// names it).
+bool HasFireRoles(const CLoadCalDocument& doc);
+bool HasFireRoles(const CLoadArray& loads);
+/// The normal figures count every circuit but those that run only in a fire.
+bool CountsInNormalCase(const CLoadCalData& circuit);
+/// The fire figures count every circuit but those shed in a fire.
+bool CountsInFireCase(const CLoadCalData& circuit);
+
+/// Empties the fire case's fields of a record (a document without fire roles).
+void ClearFireFigures(CTransformerCalData& transformer);
+void ClearFireFigures(CBoardCalData& board);
 
 /// The board fields a board's figures are written into (all texts, "%G").
 struct BoardOutputFields {
@@ -227,6 +282,18 @@ inline constexpr BoardOutputFields kBoardFigureFields = {
     &CBoardCalData::m_strRatedPower, &CBoardCalData::m_strCalcP, &CBoardCalData::m_strCalcQ,
     &CBoardCalData::m_strCalcS,      &CBoardCalData::m_strCalcI, &CBoardCalData::m_strPowerFactor,
 };
+
+/// The fields of a board's fire-case figures.
+inline constexpr BoardOutputFields kBoardFireFields = {
+    &CBoardCalData::m_strFireRatedPower, &CBoardCalData::m_strFireCalcP,
+    &CBoardCalData::m_strFireCalcQ,      &CBoardCalData::m_strFireCalcS,
+    &CBoardCalData::m_strFireCalcI,      &CBoardCalData::m_strFirePowerFactor,
+};
+
+/// Writes which case governs a board's incoming feeder from both cases'
+/// figures as their texts read: the fire when its Sjs is strictly the
+/// larger, else the normal operation.
+void SetGoverningCase(CBoardCalData& board);
 
 /// A board's figures from its members' group sums: ΣPe, Pjs = K∑p x ΣP,
 /// Qjs = K∑q x ΣQ (each sum as its "%G" text reads), Sjs, cos phi = Pjs / Sjs

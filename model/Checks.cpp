@@ -10,6 +10,7 @@
 #include "model/LoadTypes.h"
 #include "model/Numeric.h"
 #include "model/Records.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -240,6 +241,7 @@ CCheckWarnings CheckDocument(const CLoadCalDocument& doc, const CLoadTypeLibrary
     };
     append(CheckTransformers(doc));
     append(CheckBoards(doc));
+    append(CheckSupplySecurity(doc));
     if (library != nullptr) {
         append(CheckLoadTypes(doc, *library));
     }

@@ -62,8 +62,9 @@ CCheckWarnings CheckTransformers(const CLoadCalDocument& doc);
 class CLoadTypeLibrary;
 
 /// Every check of a document, one area after another: circuits,
-/// transformers, distribution boards, and, given the load-type library, the
-/// circuits' load types. This is the one list the window marks, the command
+/// transformers, distribution boards, the security of supply (the fire
+/// condition's boards and the N−1 check), and, given the load-type library,
+/// the circuits' load types. This is the one list the window marks, the command
 /// line prints and the calculation book reports.
 CCheckWarnings CheckDocument(const CLoadCalDocument& doc,
                              const CLoadTypeLibrary* library = nullptr);

@@ -125,4 +125,32 @@ inline constexpr std::array<TableColumn, 11> kBoardColumns = {{
     {L"归属", CBoardCalData::kOwner},
 }};
 
+/// The fire case of the transformers, as the terminal shows it for a
+/// document with fire roles: the capacity both cases chose and the case
+/// that governs it, then the fire case's figures.
+inline constexpr std::array<TableColumn, 10> kTransformerFireColumns = {{
+    {L"变压器名称", CTransformerCalData::kName},
+    {L"额定容量(kVA)", CTransformerCalData::kRatedCapacity},
+    {L"取值工况", CTransformerCalData::kGoverningCase},
+    {L"火灾计算有功(kW)", CTransformerCalData::kFireCalcP},
+    {L"火灾计算无功(kVar)", CTransformerCalData::kFireCalcQ},
+    {L"火灾视在功率(kVA)", CTransformerCalData::kFireCalcS},
+    {L"火灾计算电流(A)", CTransformerCalData::kFireCalcI},
+    {L"火灾补偿前功率因数", CTransformerCalData::kFireCosBefore},
+    {L"火灾补偿容量", CTransformerCalData::kFireCompCapacity},
+    {L"火灾负载率%", CTransformerCalData::kFireLoadRate},
+}};
+
+/// The fire case of the boards, likewise.
+inline constexpr std::array<TableColumn, 8> kBoardFireColumns = {{
+    {L"配电箱名称", CBoardCalData::kName},
+    {L"取值工况", CBoardCalData::kGoverningCase},
+    {L"火灾额定容量(kW)", CBoardCalData::kFireRatedPower},
+    {L"火灾计算有功(kW)", CBoardCalData::kFireCalcP},
+    {L"火灾计算无功(kVar)", CBoardCalData::kFireCalcQ},
+    {L"火灾视在功率(kVA)", CBoardCalData::kFireCalcS},
+    {L"火灾功率因数", CBoardCalData::kFirePowerFactor},
+    {L"火灾计算电流(A)", CBoardCalData::kFireCalcI},
+}};
+
 }  // namespace loadcal

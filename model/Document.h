@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <utility>
 
 #include "model/ProjectInfo.h"
@@ -16,8 +17,8 @@ namespace loadcal {
 /// shows it in its grids.
 ///
 /// A document that uses nothing beyond the two lists (no boards, the
-/// original rules) is exactly the original program's document: it computes,
-/// saves and shows as before.
+/// original rules, no fire roles) is exactly the original program's
+/// document: it computes, saves and shows as before.
 struct CLoadCalDocument {
     CLoadCalDocument() = default;
     /// A document of the original program's two lists only.
@@ -34,8 +35,14 @@ struct CLoadCalDocument {
     CProjectInfo project;
 
     /// True when the document's figures follow the original arithmetic
-    /// alone: no boards, the original rules.
-    bool IsOriginalOnly() const { return boards.IsEmpty() && rules == CalcRules::Original; }
+    /// alone: no boards, the original rules, no circuit with a fire role
+    /// (whose normal figures leave the fire-only circuits out).
+    bool IsOriginalOnly() const
+    {
+        return boards.IsEmpty() && rules == CalcRules::Original &&
+               std::none_of(loads.begin(), loads.end(),
+                            [](const CLoadCalData& c) { return HasFireRole(c); });
+    }
 
     friend bool operator==(const CLoadCalDocument&, const CLoadCalDocument&) = default;
 };

@@ -20,7 +20,7 @@ constexpr std::array<LoadMember, CLoadCalData::kAnyFieldCount> kLoadMembers = {
     &CLoadCalData::m_strFire,
 };
 
-constexpr std::array<TransformerMember, CTransformerCalData::kFieldCount> kTransformerMembers = {
+constexpr std::array<TransformerMember, CTransformerCalData::kAnyFieldCount> kTransformerMembers = {
     &CTransformerCalData::m_strName,
     &CTransformerCalData::m_strRatedCapacity,
     &CTransformerCalData::m_strActualLoadRate,
@@ -38,16 +38,51 @@ constexpr std::array<TransformerMember, CTransformerCalData::kFieldCount> kTrans
     &CTransformerCalData::m_strCosAfter,
     &CTransformerCalData::m_strCompCapacity,
     &CTransformerCalData::m_strActualCompCapacity,
+    &CTransformerCalData::m_strFireCalcP,
+    &CTransformerCalData::m_strFireCalcQ,
+    &CTransformerCalData::m_strFireCalcS,
+    &CTransformerCalData::m_strFireCalcI,
+    &CTransformerCalData::m_strFireCosBefore,
+    &CTransformerCalData::m_strFireCompCapacity,
+    &CTransformerCalData::m_strFireLoadRate,
+    &CTransformerCalData::m_strGoverningCase,
 };
 
 using BoardMember = std::wstring CBoardCalData::*;
 
-constexpr std::array<BoardMember, CBoardCalData::kFieldCount> kBoardMembers = {
-    &CBoardCalData::m_strName,  &CBoardCalData::m_strOwner,       &CBoardCalData::m_strPhase,
-    &CBoardCalData::m_strKp,    &CBoardCalData::m_strKq,          &CBoardCalData::m_strRatedPower,
-    &CBoardCalData::m_strCalcP, &CBoardCalData::m_strCalcQ,       &CBoardCalData::m_strCalcS,
-    &CBoardCalData::m_strCalcI, &CBoardCalData::m_strPowerFactor,
+constexpr std::array<BoardMember, CBoardCalData::kAnyFieldCount> kBoardMembers = {
+    &CBoardCalData::m_strName,
+    &CBoardCalData::m_strOwner,
+    &CBoardCalData::m_strPhase,
+    &CBoardCalData::m_strKp,
+    &CBoardCalData::m_strKq,
+    &CBoardCalData::m_strRatedPower,
+    &CBoardCalData::m_strCalcP,
+    &CBoardCalData::m_strCalcQ,
+    &CBoardCalData::m_strCalcS,
+    &CBoardCalData::m_strCalcI,
+    &CBoardCalData::m_strPowerFactor,
+    &CBoardCalData::m_strFireRatedPower,
+    &CBoardCalData::m_strFireCalcP,
+    &CBoardCalData::m_strFireCalcQ,
+    &CBoardCalData::m_strFireCalcS,
+    &CBoardCalData::m_strFireCalcI,
+    &CBoardCalData::m_strFirePowerFactor,
+    &CBoardCalData::m_strGoverningCase,
 };
+
+/// True when one of a record's fields beyond its first count is not empty.
+template <class Record, size_t N>
+bool AnyExtraField(const Record& r, const std::array<std::wstring Record::*, N>& members,
+                   size_t first)
+{
+    for (size_t f = first; f < N; ++f) {
+        if (!(r.*members[f]).empty()) {
+            return true;
+        }
+    }
+    return false;
+}
 
 template <size_t N>
 size_t CheckField(int field)
@@ -121,6 +156,21 @@ const std::wstring& CTransformerCalData::FieldAt(int field) const
     return this->*kTransformerMembers[CheckField<kFieldCount>(field)];
 }
 
+std::wstring& CTransformerCalData::AnyFieldAt(int field)
+{
+    return this->*kTransformerMembers[CheckField<kAnyFieldCount>(field)];
+}
+
+const std::wstring& CTransformerCalData::AnyFieldAt(int field) const
+{
+    return this->*kTransformerMembers[CheckField<kAnyFieldCount>(field)];
+}
+
+bool CTransformerCalData::HasExtraFields() const
+{
+    return AnyExtraField(*this, kTransformerMembers, kFieldCount);
+}
+
 // The simultaneity factors of a new board come from the row "feeder or riser"
 // of the simultaneity factors in use in Chinese practice (K∑p 0.85 - 0.95,
 // K∑q 0.90 - 0.97, K∑q not below K∑p), each taken near the middle of its range.
@@ -134,6 +184,21 @@ std::wstring& CBoardCalData::FieldAt(int field)
 const std::wstring& CBoardCalData::FieldAt(int field) const
 {
     return this->*kBoardMembers[CheckField<kFieldCount>(field)];
+}
+
+std::wstring& CBoardCalData::AnyFieldAt(int field)
+{
+    return this->*kBoardMembers[CheckField<kAnyFieldCount>(field)];
+}
+
+const std::wstring& CBoardCalData::AnyFieldAt(int field) const
+{
+    return this->*kBoardMembers[CheckField<kAnyFieldCount>(field)];
+}
+
+bool CBoardCalData::HasExtraFields() const
+{
+    return AnyExtraField(*this, kBoardMembers, kFieldCount);
 }
 
 }  // namespace loadcal

@@ -43,6 +43,11 @@ inline constexpr std::wstring_view kFireNormal = L"";
 inline constexpr std::wstring_view kFireOnly = L"消防";
 inline constexpr std::wstring_view kFireShed = L"火灾时切除";
 inline constexpr std::array<std::wstring_view, 3> kFireTexts = {kFireNormal, kFireOnly, kFireShed};
+/// Which case governs a transformer's rated capacity or a board's incoming
+/// feeder, as the field 取值工况 of a document with fire roles holds it: the
+/// normal operation, or the fire.
+inline constexpr std::wstring_view kGoverningNormal = L"正常";
+inline constexpr std::wstring_view kGoverningFire = L"火灾";
 
 /// One load circuit: the original 13 texts in a fixed order, then four texts
 /// beyond them (load type, quantity, load class, fire role), all empty unless
@@ -120,8 +125,17 @@ public:
     friend bool operator==(const CLoadCalData&, const CLoadCalData&) = default;
 };
 
-/// One transformer: 17 texts in a fixed order. Load rates are ratios (0.7
-/// means 70 %), powers in kW / kVar / kVA, current in A. A plain value.
+/// True when a circuit has a fire role: its field 消防 is exactly "消防" (it
+/// runs only in a fire) or "火灾时切除" (shed in a fire). Any other text,
+/// empty included, counts in both cases.
+inline bool HasFireRole(const CLoadCalData& circuit)
+{
+    return circuit.m_strFire == kFireOnly || circuit.m_strFire == kFireShed;
+}
+
+/// One transformer: 17 texts in a fixed order, then the computed figures of
+/// the fire case beyond them. Load rates are ratios (0.7 means 70 %), powers
+/// in kW / kVar / kVA, current in A. A plain value.
 class CTransformerCalData {
 public:
     enum Field {
@@ -144,6 +158,23 @@ public:
         kActualCompCapacity,
         kFieldCount
     };
+    /// The computed fields of the fire case, beyond the original seventeen
+    /// and numbered on from them. They hold text only in a document with fire
+    /// roles (a circuit whose 消防 is "消防" or "火灾时切除"); everything
+    /// that walks "the fields" of a transformer walks the seventeen.
+    enum ExtraField {
+        kFireCalcP = kFieldCount,
+        kFireCalcQ,
+        kFireCalcS,
+        kFireCalcI,
+        kFireCosBefore,
+        kFireCompCapacity,
+        kFireLoadRate,
+        kGoverningCase,
+        kAnyFieldCount
+    };
+    static constexpr int kExtraFieldCount =
+        static_cast<int>(kAnyFieldCount) - static_cast<int>(kFieldCount);
 
     CTransformerCalData();
 
@@ -164,9 +195,25 @@ public:
     std::wstring m_strCosAfter;            ///< target cos phi2
     std::wstring m_strCompCapacity;        ///< required compensation, kVar
     std::wstring m_strActualCompCapacity;  ///< installed compensation, kVar (empty/0: required)
+    // The fire case: the same arithmetic over the circuits that run in a fire.
+    std::wstring m_strFireCalcP;         ///< Pc in a fire, kW
+    std::wstring m_strFireCalcQ;         ///< Q2 in a fire, after compensation, kVar
+    std::wstring m_strFireCalcS;         ///< S2 in a fire, after compensation, kVA
+    std::wstring m_strFireCalcI;         ///< I2 in a fire, A
+    std::wstring m_strFireCosBefore;     ///< cos phi1 in a fire
+    std::wstring m_strFireCompCapacity;  ///< compensation the fire case requires, kVar
+    std::wstring m_strFireLoadRate;      ///< S2 in a fire / rated capacity, ratio
+    std::wstring m_strGoverningCase;     ///< kGoverningNormal or kGoverningFire
 
+    /// Field by record order (0 .. kFieldCount-1); throws CInvalidArgException otherwise.
     std::wstring& FieldAt(int field);
     const std::wstring& FieldAt(int field) const;
+    /// Any field, the seventeen and the fire case's (0 .. kAnyFieldCount-1);
+    /// throws CInvalidArgException otherwise.
+    std::wstring& AnyFieldAt(int field);
+    const std::wstring& AnyFieldAt(int field) const;
+    /// True when one of the fields beyond the original seventeen is not empty.
+    bool HasExtraFields() const;
 
     /// A transformer row is empty when its name is empty.
     bool IsBlank() const { return m_strName.empty(); }
@@ -176,8 +223,9 @@ public:
 
 /// One distribution board (配电箱): a group of circuits and of other boards,
 /// fed from the boards and transformers its owner list names (several for a
-/// dual-fed board). 11 texts in a fixed order; powers in kW / kVar / kVA,
-/// current in A, factors as ratios. A plain value.
+/// dual-fed board). 11 texts in a fixed order, then the computed figures of
+/// the fire case beyond them; powers in kW / kVar / kVA, current in A,
+/// factors as ratios. A plain value.
 class CBoardCalData {
 public:
     /// Field numbers in record order (archive and JSON order).
@@ -195,6 +243,20 @@ public:
         kPowerFactor,
         kFieldCount
     };
+    /// The computed fields of the fire case, numbered on from the eleven;
+    /// they hold text only in a document with fire roles.
+    enum ExtraField {
+        kFireRatedPower = kFieldCount,
+        kFireCalcP,
+        kFireCalcQ,
+        kFireCalcS,
+        kFireCalcI,
+        kFirePowerFactor,
+        kGoverningCase,
+        kAnyFieldCount
+    };
+    static constexpr int kExtraFieldCount =
+        static_cast<int>(kAnyFieldCount) - static_cast<int>(kFieldCount);
 
     CBoardCalData();
 
@@ -209,9 +271,24 @@ public:
     std::wstring m_strCalcS;       ///< Sjs, kVA
     std::wstring m_strCalcI;       ///< Ijs, A
     std::wstring m_strPowerFactor;  ///< cos phi = Pjs / Sjs
+    // The fire case: the same arithmetic over the circuits that run in a fire.
+    std::wstring m_strFireRatedPower;   ///< ΣPe in a fire, kW
+    std::wstring m_strFireCalcP;        ///< Pjs in a fire, kW
+    std::wstring m_strFireCalcQ;        ///< Qjs in a fire, kVar
+    std::wstring m_strFireCalcS;        ///< Sjs in a fire, kVA
+    std::wstring m_strFireCalcI;        ///< Ijs in a fire, A
+    std::wstring m_strFirePowerFactor;  ///< cos phi in a fire
+    std::wstring m_strGoverningCase;    ///< kGoverningNormal or kGoverningFire (larger Sjs)
 
+    /// Field by record order (0 .. kFieldCount-1); throws CInvalidArgException otherwise.
     std::wstring& FieldAt(int field);
     const std::wstring& FieldAt(int field) const;
+    /// Any field, the eleven and the fire case's (0 .. kAnyFieldCount-1);
+    /// throws CInvalidArgException otherwise.
+    std::wstring& AnyFieldAt(int field);
+    const std::wstring& AnyFieldAt(int field) const;
+    /// True when one of the fields beyond the original eleven is not empty.
+    bool HasExtraFields() const;
 
     /// A board row is empty when its name is empty.
     bool IsBlank() const { return m_strName.empty(); }

@@ -75,8 +75,25 @@ CSupplyIndex::CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter,
     }
     m_mark.assign(boards, 0);
 
-    m_normal.filter = std::move(filter);
+    m_fireRole.reserve(static_cast<size_t>(doc.loads.GetSize()));
+    for (const CLoadCalData& c : doc.loads) {
+        const char role = RoleOf(c);
+        m_fireRole.push_back(role);
+        m_fireRoleCount += role != kNoRole ? 1 : 0;
+    }
+    m_bFire = m_fireRoleCount > 0;
+
+    // Each case counts what the caller's filter lets through and its own
+    // fire rule allows; without fire roles the normal case counts all.
+    m_normal.filter = filter;
     m_normal.fields = kBoardFigureFields;
+    if (m_bFire) {
+        m_normal.excludedRole = kFireOnlyRole;
+        m_fire.filter = std::move(filter);
+        m_fire.fields = kBoardFireFields;
+        m_fire.excludedRole = kShedRole;
+        StartPass(m_fire, doc);
+    }
     StartPass(m_normal, doc);
 }
 
@@ -86,28 +103,58 @@ int CSupplyIndex::GroupNamed(const std::wstring& piece) const
     return it == m_groupByName.end() ? -1 : it->second;
 }
 
+char CSupplyIndex::RoleOf(const CLoadCalData& circuit)
+{
+    if (circuit.m_strFire == kFireOnly) {
+        return kFireOnlyRole;
+    }
+    return circuit.m_strFire == kFireShed ? kShedRole : kNoRole;
+}
+
+bool CSupplyIndex::Counts(const Pass& pass, const CLoadCalData& circuit, int idx) const
+{
+    if (pass.excludedRole != kNoRole && m_fireRole[static_cast<size_t>(idx)] == pass.excludedRole) {
+        return false;
+    }
+    return !pass.filter || pass.filter(circuit);
+}
+
 void CSupplyIndex::StartPass(Pass& pass, const CLoadCalDocument& doc) const
 {
     pass.counted.clear();
-    if (pass.filter) {
+    if (pass.filter || pass.excludedRole != kNoRole) {
         pass.counted.reserve(static_cast<size_t>(doc.loads.GetSize()));
-        for (const CLoadCalData& c : doc.loads) {
-            pass.counted.push_back(pass.filter(c) ? 1 : 0);
+        for (int c = 0; c < doc.loads.GetSize(); ++c) {
+            pass.counted.push_back(Counts(pass, doc.loads[c], c) ? 1 : 0);
         }
     }
-    // Until a board is recalculated it counts with the figures it holds.
     pass.boards.assign(m_boardNames.size(), MemberFigures{});
-    for (int b = 0; b < m_graph.BoardCount(); ++b) {
-        if (!m_graph.OnCycle(b)) {
-            pass.boards[static_cast<size_t>(b)] = BoardAsMember(doc.boards[b], pass.fields);
-        }
-    }
     for (auto& sums : pass.sums) {
         sums.assign(m_groups.size(), std::wstring());
     }
 }
 
-void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const
+void CSupplyIndex::ReadBoardFigures(const CBoardArray& boards)
+{
+    // Until a board is recalculated it counts with the figures it holds; a
+    // whole recalculation computes every one of them before it is used.
+    if (m_bBoardsRead) {
+        return;
+    }
+    for (Pass* pass : {&m_normal, &m_fire}) {
+        if (pass == &m_fire && !m_bFire) {
+            continue;
+        }
+        for (int b = 0; b < m_graph.BoardCount(); ++b) {
+            if (!m_graph.OnCycle(b)) {
+                pass->boards[static_cast<size_t>(b)] = BoardAsMember(boards[b], pass->fields);
+            }
+        }
+    }
+    m_bBoardsRead = true;
+}
+
+void CSupplyIndex::ComputeBoard(Pass& pass, CBoardArray& boards, int board) const
 {
     GroupPhases members;
     for (int c : *m_boardCircuits[static_cast<size_t>(board)]) {
@@ -120,9 +167,18 @@ void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) co
             members.Add(pass.boards[static_cast<size_t>(m)]);
         }
     }
-    CBoardCalData& record = doc.boards[board];
+    CBoardCalData& record = boards[board];
     CalculateBoard(record, members, m_rules, pass.fields);
     pass.boards[static_cast<size_t>(board)] = BoardAsMember(record, pass.fields);
+}
+
+void CSupplyIndex::ComputeBoardCases(CBoardArray& boards, int board)
+{
+    ComputeBoard(m_normal, boards, board);
+    if (m_bFire) {
+        ComputeBoard(m_fire, boards, board);
+        SetGoverningCase(boards[board]);
+    }
 }
 
 void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
@@ -145,40 +201,69 @@ void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
     }
 }
 
-void CSupplyIndex::ApplyTransformerGroup(const Pass& pass, CLoadCalDocument& doc, int group) const
+void CSupplyIndex::ComputeAndApplyGroup(CTransformerArray& transformers, int group)
 {
     const auto g = static_cast<size_t>(group);
-    CalculateTransformer(doc.transformers[m_groups[g].target],
-                         pass.sums[static_cast<size_t>(SumField::Active)][g],
-                         pass.sums[static_cast<size_t>(SumField::Reactive)][g], m_rules);
+    constexpr auto kActive = static_cast<size_t>(SumField::Active);
+    constexpr auto kReactive = static_cast<size_t>(SumField::Reactive);
+    ComputeTransformerGroup(m_normal, group);
+    CTransformerCalData& target = transformers[m_groups[g].target];
+    if (!m_bFire) {
+        CalculateTransformer(target, m_normal.sums[kActive][g], m_normal.sums[kReactive][g],
+                             m_rules);
+        return;
+    }
+    ComputeTransformerGroup(m_fire, group);
+    CalculateTransformer(target, m_normal.sums[kActive][g], m_normal.sums[kReactive][g],
+                         m_fire.sums[kActive][g], m_fire.sums[kReactive][g], m_rules);
 }
 
 SupplyChange CSupplyIndex::RecalculateGroups(CLoadCalDocument& doc)
 {
+    return RecalculateGroups(doc.boards, doc.transformers);
+}
+
+SupplyChange CSupplyIndex::RecalculateGroups(CBoardArray& boards, CTransformerArray& transformers)
+{
     SupplyChange change;
     change.boards = m_graph.BottomUp();
     for (int b : change.boards) {
-        ComputeBoard(m_normal, doc, b);
+        ComputeBoardCases(boards, b);
     }
     for (int b = 0; b < m_graph.BoardCount(); ++b) {
         if (m_graph.OnCycle(b)) {
-            ClearFigures(doc.boards[b], m_normal.fields);
+            ClearFigures(boards[b], m_normal.fields);
             m_normal.boards[static_cast<size_t>(b)] = MemberFigures{};
+            if (m_bFire) {
+                ClearFigures(boards[b], m_fire.fields);
+                boards[b].m_strGoverningCase.clear();
+                m_fire.boards[static_cast<size_t>(b)] = MemberFigures{};
+            }
             change.boards.push_back(b);
         }
     }
+    if (!m_bFire) {
+        // Figures of a fire case the document no longer has.
+        for (auto& board : boards) {
+            ClearFireFigures(board);
+        }
+        for (auto& transformer : transformers) {
+            ClearFireFigures(transformer);
+        }
+    }
     for (int g = 0; g < static_cast<int>(m_groups.size()); ++g) {
-        ComputeTransformerGroup(m_normal, g);
-        ApplyTransformerGroup(m_normal, doc, g);
+        ComputeAndApplyGroup(transformers, g);
         change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
     }
     SortUnique(change.transformers);
+    m_bBoardsRead = true;
     return change;
 }
 
-SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> start,
-                                     std::vector<int> groups)
+SupplyChange CSupplyIndex::Propagate(CBoardArray& boardList, CTransformerArray& transformers,
+                                     std::vector<int> start, std::vector<int> groups)
 {
+    ReadBoardFigures(boardList);
     // The boards above the start, each once; boards on a cycle have no
     // figures to change.
     if (++m_stamp == 0) {
@@ -212,12 +297,11 @@ SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> sta
 
     SupplyChange change;
     for (int b : boards) {
-        ComputeBoard(m_normal, doc, b);
+        ComputeBoardCases(boardList, b);
     }
     change.boards = std::move(boards);
     for (int g : groups) {
-        ComputeTransformerGroup(m_normal, g);
-        ApplyTransformerGroup(m_normal, doc, g);
+        ComputeAndApplyGroup(transformers, g);
         change.transformers.push_back(m_groups[static_cast<size_t>(g)].target);
     }
     SortUnique(change.transformers);
@@ -226,12 +310,24 @@ SupplyChange CSupplyIndex::Propagate(CLoadCalDocument& doc, std::vector<int> sta
 
 std::optional<SupplyChange> CSupplyIndex::UpdateCircuit(CLoadCalDocument& doc, int idx)
 {
-    if (idx < 0 || idx >= doc.loads.GetSize() || !m_circuits.Update(idx, doc.loads[idx])) {
+    if (idx < 0 || idx >= doc.loads.GetSize() || static_cast<size_t>(idx) >= m_fireRole.size()) {
         return std::nullopt;
     }
     const CLoadCalData& circuit = doc.loads[idx];
-    if (m_normal.filter) {
-        m_normal.counted[static_cast<size_t>(idx)] = m_normal.filter(circuit) ? 1 : 0;
+    // The first fire role, or the last one gone, changes the passes.
+    const auto i = static_cast<size_t>(idx);
+    const char role = RoleOf(circuit);
+    const size_t roles =
+        m_fireRoleCount - (m_fireRole[i] != kNoRole ? 1 : 0) + (role != kNoRole ? 1 : 0);
+    if ((roles > 0) != m_bFire || !m_circuits.Update(idx, circuit)) {
+        return std::nullopt;
+    }
+    m_fireRole[i] = role;
+    m_fireRoleCount = roles;
+    for (Pass* pass : {&m_normal, &m_fire}) {
+        if (!pass->counted.empty()) {
+            pass->counted[i] = Counts(*pass, circuit, idx) ? 1 : 0;
+        }
     }
     std::vector<int> boards;
     std::vector<int> groups;
@@ -243,7 +339,7 @@ std::optional<SupplyChange> CSupplyIndex::UpdateCircuit(CLoadCalDocument& doc, i
             groups.push_back(group);
         }
     }
-    return Propagate(doc, std::move(boards), std::move(groups));
+    return Propagate(doc.boards, doc.transformers, std::move(boards), std::move(groups));
 }
 
 std::optional<SupplyChange> CSupplyIndex::UpdateBoard(CLoadCalDocument& doc, int idx)
@@ -253,7 +349,7 @@ std::optional<SupplyChange> CSupplyIndex::UpdateBoard(CLoadCalDocument& doc, int
         doc.boards[idx].m_strOwner != m_boardOwners[static_cast<size_t>(idx)]) {
         return std::nullopt;
     }
-    return Propagate(doc, {idx}, {});
+    return Propagate(doc.boards, doc.transformers, {idx}, {});
 }
 
 std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& doc, int idx)
@@ -266,23 +362,33 @@ std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& do
     SupplyChange change;
     const int group = m_groupOfTransformer[static_cast<size_t>(idx)];
     if (m_groups[static_cast<size_t>(group)].target == idx) {
-        ComputeTransformerGroup(m_normal, group);
-        ApplyTransformerGroup(m_normal, doc, group);
+        ReadBoardFigures(doc.boards);
+        ComputeAndApplyGroup(doc.transformers, group);
         change.transformers.push_back(idx);
     }
     return change;
 }
 
-std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) const
+std::wstring CSupplyIndex::GroupSumOf(const Pass& pass, int transformer, SumField field) const
 {
     if (transformer < 0 || static_cast<size_t>(transformer) >= m_groupOfTransformer.size()) {
         return {};
     }
     const auto group = static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(transformer)]);
-    if (m_groups[group].target != transformer) {
+    if (m_groups[group].target != transformer || pass.sums[0].empty()) {
         return {};
     }
-    return m_normal.sums[static_cast<size_t>(field)][group];
+    return pass.sums[static_cast<size_t>(field)][group];
+}
+
+std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) const
+{
+    return GroupSumOf(m_normal, transformer, field);
+}
+
+std::wstring CSupplyIndex::TransformerFireGroupSum(int transformer, SumField field) const
+{
+    return m_bFire ? GroupSumOf(m_fire, transformer, field) : std::wstring();
 }
 
 }  // namespace loadcal

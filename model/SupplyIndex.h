@@ -41,11 +41,15 @@ struct SupplyChange {
 /// does.
 ///
 /// Passes. The group sums are computed by a pass under a circuit filter
-/// into a set of board fields; the document's normal figures are the pass
-/// that counts every circuit, written into a board's figure fields and
-/// through CalculateTransformer into the transformers. Another set of
-/// figures (another filter, other fields) is another pass over the same
-/// structure.
+/// into a set of board fields. The document's normal figures are the pass
+/// that counts every circuit but those that run only in a fire, written
+/// into a board's figure fields. When the document has fire roles (when it
+/// was built), a second pass counts every circuit but those shed in a
+/// fire, written into the boards' fire fields; both passes' sums then go
+/// through CalculateTransformer into the transformers, the larger S2
+/// choosing the rated capacity. Without fire roles there is one pass, the
+/// fire fields are emptied, and the figures are exactly those of the
+/// original arithmetic.
 ///
 /// Ownership: the index copies what it needs from the document it was
 /// built from and borrows nothing; the functions that write take the
@@ -54,9 +58,11 @@ struct SupplyChange {
 class CSupplyIndex {
 public:
     /// Builds the index of doc as it stands: the circuits' and boards'
-    /// figures as their texts read, the groups, the order. Computes nothing.
-    /// The normal figures count the circuits filter passes (every circuit
-    /// when it is empty); the grand totals count every circuit.
+    /// figures as their texts read, the groups, the order, and whether the
+    /// fire case is computed (HasFireRoles). Computes nothing. Both cases
+    /// count only the circuits filter passes (every circuit when it is
+    /// empty), each under its own fire rule; the grand totals count every
+    /// circuit.
     /// circuitFigures: the circuits' figures when the caller has just read
     /// them (COwnerIndex::FiguresOf, list order); else they are read here.
     explicit CSupplyIndex(const CLoadCalDocument& doc, CircuitFilter filter = {},
@@ -67,12 +73,18 @@ public:
     /// Recalculates every board bottom-up, then every transformer, from the
     /// circuits' figures as the index holds them, writing into doc.
     SupplyChange RecalculateGroups(CLoadCalDocument& doc);
+    /// The same, writing into other lists of the document's boards and
+    /// transformers (copies of them, for a pass whose figures are not the
+    /// document's own).
+    SupplyChange RecalculateGroups(CBoardArray& boards, CTransformerArray& transformers);
 
-    /// Circuit idx changed (its figures, phase or any text the filter reads,
-    /// not its owner text) and has been recalculated: recalculates the boards it feeds, the boards
-    /// above them and the transformers all those feed. None (and nothing
-    /// written) when its owner text differs from the index's or idx is
-    /// outside the list: build the index again.
+    /// Circuit idx changed (its figures, phase, fire role or any text the
+    /// filter reads, not its owner text) and has been recalculated:
+    /// recalculates the boards it feeds, the boards above them and the
+    /// transformers all those feed, in both cases. None (and nothing
+    /// written) when its owner text differs from the index's, when the
+    /// change gives the document its first fire role or takes its last one
+    /// away, or idx is outside the list: build the index again.
     std::optional<SupplyChange> UpdateCircuit(CLoadCalDocument& doc, int idx);
 
     /// Board idx changed in its factors or phase (not its name or owner
@@ -95,6 +107,12 @@ public:
     /// any, and for a transformer with a name equal but for case to an
     /// earlier one's.
     std::wstring TransformerGroupSum(int transformer, SumField field) const;
+    /// The same for the fire case; empty texts without fire roles.
+    std::wstring TransformerFireGroupSum(int transformer, SumField field) const;
+
+    /// True when the index computes the fire case (the document had fire
+    /// roles when it was built).
+    bool HasFireCase() const { return m_bFire; }
 
     const CBoardGraph& Boards() const { return m_graph; }
     const COwnerIndex& Circuits() const { return m_circuits; }
@@ -104,8 +122,13 @@ private:
     /// One pass of group sums: its filter, the fields it writes, and what it
     /// computed so far (each board as a member of its owners, each
     /// transformer group's three sums).
+    /// A circuit's fire role as the passes read it.
+    static constexpr char kNoRole = 0;
+    static constexpr char kFireOnlyRole = 1;
+    static constexpr char kShedRole = 2;
     struct Pass {
-        CircuitFilter filter;
+        CircuitFilter filter;         ///< the caller's; empty: all
+        char excludedRole = kNoRole;  ///< the role whose circuits this case leaves out
         BoardOutputFields fields;
         std::vector<char> counted;          ///< by circuit; empty: all count
         std::vector<MemberFigures> boards;  ///< by board
@@ -117,16 +140,30 @@ private:
         std::vector<int> boards;           ///< member boards, list order
     };
 
+    static char RoleOf(const CLoadCalData& circuit);
+    /// True when circuit idx counts in the pass.
+    bool Counts(const Pass& pass, const CLoadCalData& circuit, int idx) const;
     void StartPass(Pass& pass, const CLoadCalDocument& doc) const;
-    void ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const;
+    /// The boards' figures as their texts read, into every pass, once,
+    /// before an update that comes before any whole recalculation.
+    void ReadBoardFigures(const CBoardArray& boards);
+    void ComputeBoard(Pass& pass, CBoardArray& boards, int board) const;
+    /// The board in every pass, and which case governs it.
+    void ComputeBoardCases(CBoardArray& boards, int board);
     void ComputeTransformerGroup(Pass& pass, int group) const;
-    void ApplyTransformerGroup(const Pass& pass, CLoadCalDocument& doc, int group) const;
+    /// The group's sums in every pass, written into its transformer.
+    void ComputeAndApplyGroup(CTransformerArray& transformers, int group);
     /// Recalculates the boards in start (and every board above them) and the
     /// transformer groups in groups (and every group those boards feed).
-    SupplyChange Propagate(CLoadCalDocument& doc, std::vector<int> start, std::vector<int> groups);
+    SupplyChange Propagate(CBoardArray& boards, CTransformerArray& transformers,
+                           std::vector<int> start, std::vector<int> groups);
     int GroupNamed(const std::wstring& piece) const;
+    std::wstring GroupSumOf(const Pass& pass, int transformer, SumField field) const;
 
     CalcRules m_rules;
+    bool m_bFire = false;          ///< the fire case is computed
+    std::vector<char> m_fireRole;  ///< by circuit: its role (RoleOf) when last seen
+    size_t m_fireRoleCount = 0;    ///< circuits with a fire role
     COwnerIndex m_circuits;
     CBoardGraph m_graph;
     std::vector<std::wstring> m_boardNames;                ///< as built, for UpdateBoard
@@ -138,7 +175,9 @@ private:
     std::unordered_map<std::wstring, int> m_groupByName;  ///< folded name -> group
     std::vector<TransformerGroup> m_groups;
     Pass m_normal;
-    std::vector<int> m_mark;  ///< scratch of Propagate, by board
+    Pass m_fire;                 ///< used only when m_bFire
+    bool m_bBoardsRead = false;  ///< the passes hold every board's figures
+    std::vector<int> m_mark;     ///< scratch of Propagate, by board
     int m_stamp = 0;
 };
 

@@ -234,7 +234,8 @@ void AddBalance(CLI::App& app, CliRun& run)
             RefuseBoardCycle(run, doc);
             run.out << ToUtf8(BalancePhases(doc.loads, doc.transformers, run.seed));
             if (!doc.IsOriginalOnly()) {
-                // The boards and the transformers over them, under the document's rules.
+                // The boards and the transformers over them, under the
+                // document's rules, in both cases of a document with fire roles.
                 CSupplyIndex(doc).RecalculateGroups(doc);
             }
             if (!run.output.empty()) {
@@ -302,8 +303,9 @@ void AddReport(CLI::App& app, CliRun& run)
                 // The book derives its figures under the original rules from the
                 // circuits alone; it would contradict the document's own figures.
                 throw DocumentError(run.input +
-                                    ": the calculation book does not show boards or the "
-                                    "GB 51348-2019 rules yet; nothing was written");
+                                    ": the calculation book does not show boards, the "
+                                    "GB 51348-2019 rules or the fire case yet; nothing was "
+                                    "written");
             }
             // The book shows figures that follow from the inputs.
             FillFiguresFromTypes(run, doc);

@@ -33,7 +33,7 @@ void PrintTable(std::ostream& out, const char* caption, const std::array<TableCo
     for (size_t c = 0; c < N; ++c) {
         width[c] = DisplayWidth(columns[c].title);
         for (const auto& r : records) {
-            width[c] = std::max(width[c], DisplayWidth(r.FieldAt(columns[c].field)));
+            width[c] = std::max(width[c], DisplayWidth(r.AnyFieldAt(columns[c].field)));
         }
     }
     auto row = [&](auto cellText) {
@@ -50,7 +50,7 @@ void PrintTable(std::ostream& out, const char* caption, const std::array<TableCo
     out << caption << " (" << records.GetSize() << ")\n";
     row([&](size_t c) { return columns[c].title; });
     for (const auto& r : records) {
-        row([&](size_t c) { return std::wstring_view(r.FieldAt(columns[c].field)); });
+        row([&](size_t c) { return std::wstring_view(r.AnyFieldAt(columns[c].field)); });
     }
 }
 
@@ -150,9 +150,18 @@ void PrintDocumentTables(std::ostream& out, const CLoadCalDocument& doc,
     out << '\n';
     PrintTable(out, "变压器", kTransformerColumns, doc.transformers);
     out << '\n';
+    const bool fire = HasFireRoles(doc);
+    if (fire) {
+        PrintTable(out, "变压器 火灾工况", kTransformerFireColumns, doc.transformers);
+        out << '\n';
+    }
     if (!doc.boards.IsEmpty()) {
         PrintTable(out, "配电箱", kBoardColumns, doc.boards);
         out << '\n';
+        if (fire) {
+            PrintTable(out, "配电箱 火灾工况", kBoardFireColumns, doc.boards);
+            out << '\n';
+        }
     }
     PrintTotals(out, totals);
 }

@@ -3,8 +3,8 @@
 #include <ostream>
 
 #include "model/Calculation.h"
-#include "model/LoadTypes.h"
 #include "model/Document.h"
+#include "model/LoadTypes.h"
 
 namespace loadcal {
 
@@ -21,8 +21,10 @@ void PrintLoadTypes(std::ostream& out, const CLoadTypeLibrary& library);
 
 /// The same for a whole document: a line naming the rule set when it is not
 /// the original one, the two lists, the boards (when there are any) and the
-/// totals. A document without boards under the original rules prints as
-/// PrintTables prints its two lists.
+/// totals; in a document with fire roles the transformers' and the boards'
+/// fire case each follow their table. A document without boards, under
+/// the original rules and without fire roles prints as PrintTables prints
+/// its two lists.
 void PrintDocumentTables(std::ostream& out, const CLoadCalDocument& doc,
                          const SummaryTotals& totals);
 

@@ -149,9 +149,19 @@ void MakeRandomBoardDocument(std::mt19937& rng, const RandomBoardOptions& opt,
         }
         c.m_strTransformer = owner;
     }
+    static const wchar_t* const kClasses[] = {L"一级中特别重要", L"一级", L"二级", L"三级",
+                                              L"一级",           L"二级", L"三级", L"甲级"};
+    for (auto& c : doc.loads) {
+        if (opt.fireShare > 0 && u(rng) < opt.fireShare) {
+            c.m_strFire = rng() % 2 == 0 ? L"消防" : L"火灾时切除";
+        }
+        if (opt.classShare > 0 && u(rng) < opt.classShare) {
+            c.m_strLoadClass = kClasses[rng() % 8];
+        }
+    }
 }
 
-void MakeLargestBoardDocument(CLoadCalDocument& doc)
+void MakeLargestBoardDocument(CLoadCalDocument& doc, double fireShare, double classShare)
 {
     std::mt19937 rng(2000);
     RandomBoardOptions opt;
@@ -160,6 +170,8 @@ void MakeLargestBoardDocument(CLoadCalDocument& doc)
     opt.boards = 2000;
     opt.levels = 6;
     opt.quirkShare = 0.02;
+    opt.fireShare = fireShare;
+    opt.classShare = classShare;
     MakeRandomBoardDocument(rng, opt, doc);
 }
 

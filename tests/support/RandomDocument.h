@@ -32,6 +32,12 @@ struct RandomBoardOptions {
     CalcRules rules = CalcRules::Original;
     /// The boards listed in random order rather than level by level.
     bool shuffle = true;
+    /// Share of circuits given a fire role ("消防" or "火灾时切除", half
+    /// each) and share given a load class (one of the four, or an odd
+    /// text now and then). No random number is drawn for a share of 0, so
+    /// documents without them stay as they were for a seed.
+    double fireShare = 0;
+    double classShare = 0;
 };
 
 /// A document with a tree of boards (no cycles): board "AP<i>" of level k
@@ -42,7 +48,8 @@ void MakeRandomBoardDocument(std::mt19937& rng, const RandomBoardOptions& opt,
 
 /// The largest document the board benchmarks take: 32,767 circuits (the
 /// most an archive's reader counts) under 2,000 boards in six levels and 100
-/// transformers, nothing calculated.
-void MakeLargestBoardDocument(CLoadCalDocument& doc);
+/// transformers, nothing calculated; fireShare and classShare as in
+/// RandomBoardOptions.
+void MakeLargestBoardDocument(CLoadCalDocument& doc, double fireShare = 0, double classShare = 0);
 
 }  // namespace loadcal::testsupport

@@ -125,13 +125,41 @@ void Sums(const std::vector<Member>& members, CalcRules rules, bool threePhaseGr
     }
 }
 
-/// The members of a group named name, circuits first, then boards, each in
-/// list order.
-std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& name, bool board,
-                              const std::vector<bool>& boardDone)
+/// Whether a circuit runs in a case: in the normal case every circuit but
+/// the fire-only ones, in a fire every circuit but the shed ones.
+bool Runs(const CLoadCalData& c, bool fire)
 {
+    return fire ? c.m_strFire != L"火灾时切除" : c.m_strFire != L"消防";
+}
+
+/// A board's figures of one case: Pe, P, Q, S, I, cos.
+struct BoardCase {
+    std::wstring CBoardCalData::*pe;
+    std::wstring CBoardCalData::*p;
+    std::wstring CBoardCalData::*q;
+    std::wstring CBoardCalData::*s;
+    std::wstring CBoardCalData::*i;
+    std::wstring CBoardCalData::*cos;
+};
+const BoardCase kNormalBoard = {&CBoardCalData::m_strRatedPower, &CBoardCalData::m_strCalcP,
+                                &CBoardCalData::m_strCalcQ,      &CBoardCalData::m_strCalcS,
+                                &CBoardCalData::m_strCalcI,      &CBoardCalData::m_strPowerFactor};
+const BoardCase kFireBoard = {
+    &CBoardCalData::m_strFireRatedPower, &CBoardCalData::m_strFireCalcP,
+    &CBoardCalData::m_strFireCalcQ,      &CBoardCalData::m_strFireCalcS,
+    &CBoardCalData::m_strFireCalcI,      &CBoardCalData::m_strFirePowerFactor};
+
+/// The members of a group named name, circuits first (those that run in
+/// the case), then boards with that case's figures, each in list order.
+std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& name, bool board,
+                              const std::vector<bool>& boardDone, bool fire = false)
+{
+    const BoardCase& k = fire ? kFireBoard : kNormalBoard;
     std::vector<Member> members;
     for (const auto& c : doc.loads) {
+        if (!Runs(c, fire)) {
+            continue;
+        }
         if (board ? NamesBoard(c.m_strTransformer, name)
                   : NamesTransformer(c.m_strTransformer, name)) {
             members.push_back({c.m_strPhase, P(c.m_strCalcI), P(c.m_strCalcQ), P(c.m_strCalcP),
@@ -144,8 +172,7 @@ std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& n
             if (!boardDone[static_cast<size_t>(b)]) {
                 throw std::runtime_error("a member board is not done");
             }
-            members.push_back({m.m_strPhase, P(m.m_strCalcI), P(m.m_strCalcQ), P(m.m_strCalcP),
-                               P(m.m_strRatedPower)});
+            members.push_back({m.m_strPhase, P(m.*k.i), P(m.*k.q), P(m.*k.p), P(m.*k.pe)});
         }
     }
     return members;
@@ -295,47 +322,74 @@ SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
         c.m_strCalcI = G(i);
     }
 
+    bool fireRoles = false;
+    for (const auto& c : doc.loads) {
+        fireRoles = fireRoles || c.m_strFire == L"消防" || c.m_strFire == L"火灾时切除";
+    }
+
     // Boards: sweep until every board is done; a board is ready when every
-    // board naming it is done.
-    std::vector<bool> done(static_cast<size_t>(doc.boards.GetSize()), false);
-    for (bool progress = true; progress;) {
-        progress = false;
-        for (int b = 0; b < doc.boards.GetSize(); ++b) {
-            if (done[static_cast<size_t>(b)]) {
-                continue;
-            }
-            CBoardCalData& board = doc.boards[b];
-            bool ready = true;
-            for (int m = 0; m < doc.boards.GetSize(); ++m) {
-                if (!done[static_cast<size_t>(m)] &&
-                    NamesBoard(doc.boards[m].m_strOwner, board.m_strName)) {
-                    ready = false;
+    // board naming it is done. Once per case.
+    std::vector<bool> done;
+    for (const bool fire : {false, true}) {
+        if (fire && !fireRoles) {
+            break;
+        }
+        const BoardCase& k = fire ? kFireBoard : kNormalBoard;
+        done.assign(static_cast<size_t>(doc.boards.GetSize()), false);
+        for (bool progress = true; progress;) {
+            progress = false;
+            for (int b = 0; b < doc.boards.GetSize(); ++b) {
+                if (done[static_cast<size_t>(b)]) {
+                    continue;
                 }
+                CBoardCalData& board = doc.boards[b];
+                bool ready = true;
+                for (int m = 0; m < doc.boards.GetSize(); ++m) {
+                    if (!done[static_cast<size_t>(m)] &&
+                        NamesBoard(doc.boards[m].m_strOwner, board.m_strName)) {
+                        ready = false;
+                    }
+                }
+                if (!ready) {
+                    continue;
+                }
+                double sum[3];
+                const bool threePhase = board.m_strPhase.find(L"L1,L2,L3,N") != std::wstring::npos;
+                Sums(MembersOf(doc, board.m_strName, true, done, fire), rules, threePhase, sum);
+                board.*k.pe = G(sum[2]);
+                const double p = P(board.m_strKp) * P(G(sum[1]));
+                const double q = P(board.m_strKq) * P(G(sum[0]));
+                const double s = std::sqrt(p * p + q * q);
+                board.*k.p = G(p);
+                board.*k.q = G(q);
+                board.*k.s = G(s);
+                board.*k.cos = G(std::fabs(s) <= 1e-8 ? 0 : p / s);
+                board.*k.i = G(threePhase ? s / (k3 * 0.38) : s / 0.22);
+                done[static_cast<size_t>(b)] = true;
+                progress = true;
             }
-            if (!ready) {
-                continue;
+        }
+        for (bool d : done) {
+            if (!d) {
+                throw std::runtime_error("boards left on a cycle");
             }
-            double sum[3];
-            const bool threePhase = board.m_strPhase.find(L"L1,L2,L3,N") != std::wstring::npos;
-            Sums(MembersOf(doc, board.m_strName, true, done), rules, threePhase, sum);
-            board.m_strRatedPower = G(sum[2]);
-            const double p = P(board.m_strKp) * P(G(sum[1]));
-            const double q = P(board.m_strKq) * P(G(sum[0]));
-            const double s = std::sqrt(p * p + q * q);
-            board.m_strCalcP = G(p);
-            board.m_strCalcQ = G(q);
-            board.m_strCalcS = G(s);
-            board.m_strPowerFactor = G(std::fabs(s) <= 1e-8 ? 0 : p / s);
-            board.m_strCalcI =
-                G(board.m_strPhase.find(L"L1,L2,L3,N") != std::wstring::npos ? s / (k3 * 0.38)
-                                                                             : s / 0.22);
-            done[static_cast<size_t>(b)] = true;
-            progress = true;
         }
     }
-    for (bool d : done) {
-        if (!d) {
-            throw std::runtime_error("boards left on a cycle");
+    for (auto& board : doc.boards) {
+        if (fireRoles) {
+            board.m_strGoverningCase =
+                P(board.m_strFireCalcS) > P(board.m_strCalcS) ? L"火灾" : L"正常";
+        } else {
+            board.m_strFireRatedPower = board.m_strFireCalcP = board.m_strFireCalcQ = L"";
+            board.m_strFireCalcS = board.m_strFireCalcI = board.m_strFirePowerFactor = L"";
+            board.m_strGoverningCase = L"";
+        }
+    }
+    if (!fireRoles) {
+        for (auto& tr : doc.transformers) {
+            tr.m_strFireCalcP = tr.m_strFireCalcQ = tr.m_strFireCalcS = tr.m_strFireCalcI = L"";
+            tr.m_strFireCosBefore = tr.m_strFireCompCapacity = tr.m_strFireLoadRate = L"";
+            tr.m_strGoverningCase = L"";
         }
     }
 
@@ -348,37 +402,51 @@ SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
             }
         }
         CTransformerCalData& tr = doc.transformers[idx];
-        double sum[3];
-        Sums(MembersOf(doc, name, false, done), rules, true, sum);
-        const double pc = P(G(sum[1])) * P(tr.m_strKp);
-        tr.m_strCalcP = G(pc);
-        const double qc = P(G(sum[0])) * P(tr.m_strKq);
-        const double a = P(tr.m_strAlpha), b = P(tr.m_strBeta);
-        double cos1 = 0;
-        if (std::fabs(a * pc) > 1e-8) {
-            cos1 = std::sqrt(1 / (std::pow(b * qc / (a * pc), 2) + 1));
+        double s2[2] = {0, 0};
+        for (const bool fire : {false, true}) {
+            if (fire && !fireRoles) {
+                break;
+            }
+            double sum[3];
+            Sums(MembersOf(doc, name, false, done, fire), rules, true, sum);
+            const double pc = P(G(sum[1])) * P(tr.m_strKp);
+            const double qc = P(G(sum[0])) * P(tr.m_strKq);
+            const double a = P(tr.m_strAlpha), b = P(tr.m_strBeta);
+            double cos1 = 0;
+            if (std::fabs(a * pc) > 1e-8) {
+                cos1 = std::sqrt(1 / (std::pow(b * qc / (a * pc), 2) + 1));
+            }
+            const double cos2 = P(tr.m_strCosAfter);
+            const double tan1 = std::tan(std::acos(cos1)), tan2 = std::tan(std::acos(cos2));
+            double qcomp = 0;
+            if (rules == CalcRules::Original) {
+                qcomp = pc * (tan1 - tan2);
+            } else if (cos1 < cos2) {
+                qcomp = a * pc * (tan1 - tan2);
+            }
+            double qinst = P(tr.m_strActualCompCapacity);
+            if (std::fabs(qinst) < 1e-9) {
+                qinst = qcomp;
+            }
+            const double q2 = qc - qinst;
+            s2[fire ? 1 : 0] = std::sqrt(pc * pc + q2 * q2);
+            (fire ? tr.m_strFireCalcP : tr.m_strCalcP) = G(pc);
+            (fire ? tr.m_strFireCosBefore : tr.m_strCosBefore) = G(cos1);
+            (fire ? tr.m_strFireCompCapacity : tr.m_strCompCapacity) = G(qcomp);
+            (fire ? tr.m_strFireCalcQ : tr.m_strCalcQ) = G(q2);
+            (fire ? tr.m_strFireCalcS : tr.m_strCalcS) = G(s2[fire ? 1 : 0]);
+            (fire ? tr.m_strFireCalcI : tr.m_strCalcI) =
+                G(s2[fire ? 1 : 0] / (std::sqrt(3.0) * 0.38));
         }
-        tr.m_strCosBefore = G(cos1);
-        const double cos2 = P(tr.m_strCosAfter);
-        const double tan1 = std::tan(std::acos(cos1)), tan2 = std::tan(std::acos(cos2));
-        double qcomp = 0;
-        if (rules == CalcRules::Original) {
-            qcomp = pc * (tan1 - tan2);
-        } else if (cos1 < cos2) {
-            qcomp = a * pc * (tan1 - tan2);
+        // The larger S2 of the two cases chooses the capacity.
+        double governing = s2[0];
+        if (fireRoles) {
+            governing = std::isnan(s2[0]) || std::isnan(s2[1]) ? NAN
+                        : s2[1] > s2[0]                        ? s2[1]
+                                                               : s2[0];
         }
-        tr.m_strCompCapacity = G(qcomp);
-        double qinst = P(tr.m_strActualCompCapacity);
-        if (std::fabs(qinst) < 1e-9) {
-            qinst = qcomp;
-        }
-        const double q2 = qc - qinst;
-        tr.m_strCalcQ = G(q2);
-        const double s2 = std::sqrt(pc * pc + q2 * q2);
-        tr.m_strCalcS = G(s2);
-        tr.m_strCalcI = G(s2 / (std::sqrt(3.0) * 0.38));
         const double rate = P(tr.m_strLoadRate);
-        const double x = std::fabs(rate) > 1e-8 ? s2 / rate : 0;
+        const double x = std::fabs(rate) > 1e-8 ? governing / rate : 0;
         double cap = 0;
         for (double v : {30.0,   50.0,   63.0,   80.0,   100.0,  125.0,  160.0,  200.0,  250.0,
                          315.0,  400.0,  500.0,  630.0,  800.0,  1000.0, 1250.0, 1600.0, 2000.0,
@@ -389,7 +457,11 @@ SummaryTotals RecalculateDocument(CLoadCalDocument& doc)
             }
         }
         tr.m_strRatedCapacity = G(cap);
-        tr.m_strActualLoadRate = G(cap > 1e-8 ? s2 / cap : 0);
+        tr.m_strActualLoadRate = G(cap > 1e-8 ? s2[0] / cap : 0);
+        if (fireRoles) {
+            tr.m_strFireLoadRate = G(cap > 1e-8 ? s2[1] / cap : 0);
+            tr.m_strGoverningCase = s2[1] > s2[0] ? L"火灾" : L"正常";
+        }
     }
 
     if (rules == CalcRules::Original) {

@@ -20,7 +20,11 @@ SummaryTotals RecalculateDocument(CLoadArray& loads, CTransformerArray& transfor
 /// circuits, then boards by repeated sweeps over the list (a board is done
 /// once every board that names it is done), then every transformer by its
 /// own name, then the totals. Membership by splitting every owner text for
-/// every group. Throws std::runtime_error when boards remain (a cycle).
+/// every group. With fire roles (消防 "消防" or "火灾时切除" on some
+/// circuit) the boards and transformers are done once per case, the normal
+/// one without the fire-only circuits, the fire one without the shed ones,
+/// and the larger S2 chooses the capacity; without, the fire fields are
+/// emptied. Throws std::runtime_error when boards remain (a cycle).
 SummaryTotals RecalculateDocument(CLoadCalDocument& doc);
 
 }  // namespace loadcal::reference
