@@ -107,7 +107,7 @@ void CSupplyIndex::StartPass(Pass& pass, const CLoadCalDocument& doc) const
     }
 }
 
-void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const
+GroupPhases CSupplyIndex::MembersOfBoard(const Pass& pass, int board) const
 {
     GroupPhases members;
     for (int c : *m_boardCircuits[static_cast<size_t>(board)]) {
@@ -120,12 +120,10 @@ void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) co
             members.Add(pass.boards[static_cast<size_t>(m)]);
         }
     }
-    CBoardCalData& record = doc.boards[board];
-    CalculateBoard(record, members, m_rules, pass.fields);
-    pass.boards[static_cast<size_t>(board)] = BoardAsMember(record, pass.fields);
+    return members;
 }
 
-void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
+GroupPhases CSupplyIndex::MembersOfGroup(const Pass& pass, int group) const
 {
     const TransformerGroup& g = m_groups[static_cast<size_t>(group)];
     GroupPhases members;
@@ -139,6 +137,19 @@ void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
             members.Add(pass.boards[static_cast<size_t>(b)]);
         }
     }
+    return members;
+}
+
+void CSupplyIndex::ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const
+{
+    CBoardCalData& record = doc.boards[board];
+    CalculateBoard(record, MembersOfBoard(pass, board), m_rules, pass.fields);
+    pass.boards[static_cast<size_t>(board)] = BoardAsMember(record, pass.fields);
+}
+
+void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
+{
+    const GroupPhases members = MembersOfGroup(pass, group);
     for (size_t f = 0; f < 3; ++f) {
         pass.sums[f][static_cast<size_t>(group)] =
             FormatG(members.Sum(static_cast<SumField>(f), m_rules));
@@ -283,6 +294,46 @@ std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) 
         return {};
     }
     return m_normal.sums[static_cast<size_t>(field)][group];
+}
+
+GroupPhases CSupplyIndex::BoardMembers(int b) const
+{
+    if (b < 0 || b >= m_graph.BoardCount() || m_graph.OnCycle(b)) {
+        return {};
+    }
+    return MembersOfBoard(m_normal, b);
+}
+
+GroupPhases CSupplyIndex::TransformerMembers(int t) const
+{
+    if (t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return {};
+    }
+    return MembersOfGroup(m_normal, m_groupOfTransformer[static_cast<size_t>(t)]);
+}
+
+const std::vector<int>& CSupplyIndex::BoardCircuits(int b) const
+{
+    if (b < 0 || static_cast<size_t>(b) >= m_boardCircuits.size()) {
+        return kNoMembers;
+    }
+    return *m_boardCircuits[static_cast<size_t>(b)];
+}
+
+const std::vector<int>& CSupplyIndex::TransformerCircuits(int t) const
+{
+    if (t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return kNoMembers;
+    }
+    return *m_groups[static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(t)])].circuits;
+}
+
+const std::vector<int>& CSupplyIndex::TransformerBoards(int t) const
+{
+    if (t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return kNoMembers;
+    }
+    return m_groups[static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(t)])].boards;
 }
 
 }  // namespace loadcal

@@ -96,6 +96,23 @@ public:
     /// earlier one's.
     std::wstring TransformerGroupSum(int transformer, SumField field) const;
 
+    /// The members of board b as its group sums take them: its circuits in
+    /// list order, then its member boards in list order, each with the
+    /// figures the index holds (as read when it was built, or as the last
+    /// recalculation left them). Empty for a board on a cycle of owners and
+    /// for an index outside the list.
+    GroupPhases BoardMembers(int b) const;
+    /// The members of transformer t's group the same way (a transformer
+    /// named like an earlier one but for case has that one's group); empty
+    /// for an index outside the list.
+    GroupPhases TransformerMembers(int t) const;
+    /// The circuits of board b's group, list order (empty outside the list).
+    const std::vector<int>& BoardCircuits(int b) const;
+    /// The circuits and the boards of transformer t's group, list order
+    /// (empty outside the list); boards on a cycle are listed but count nowhere.
+    const std::vector<int>& TransformerCircuits(int t) const;
+    const std::vector<int>& TransformerBoards(int t) const;
+
     const CBoardGraph& Boards() const { return m_graph; }
     const COwnerIndex& Circuits() const { return m_circuits; }
     CalcRules Rules() const { return m_rules; }
@@ -118,6 +135,8 @@ private:
     };
 
     void StartPass(Pass& pass, const CLoadCalDocument& doc) const;
+    GroupPhases MembersOfBoard(const Pass& pass, int board) const;
+    GroupPhases MembersOfGroup(const Pass& pass, int group) const;
     void ComputeBoard(Pass& pass, CLoadCalDocument& doc, int board) const;
     void ComputeTransformerGroup(Pass& pass, int group) const;
     void ApplyTransformerGroup(const Pass& pass, CLoadCalDocument& doc, int group) const;

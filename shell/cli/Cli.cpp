@@ -282,14 +282,9 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             const CLoadCalDocument doc = ReadInput(run);
-            if (!doc.IsOriginalOnly()) {
-                // The book derives its figures under the original rules from the
-                // circuits alone; it would contradict the document's own figures.
-                throw DocumentError(run.input +
-                                    ": the calculation book does not show boards or the "
-                                    "GB 51348-2019 rules yet; nothing was written");
-            }
-            WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
+            // Boards on a cycle have no figures to show.
+            RefuseBoardCycle(run, doc);
+            WriteCalculationBook(run.pdf, doc,
                                  {BookProjectName(FromUtf8(run.input)), {}, doc.project});
         };
     });
@@ -329,7 +324,7 @@ void AddDemo(CLI::App& app, CliRun& run)
             CFixedPointSource origin(CadPoint{0, 0, 0});
             ExportDrawing(loads, transformers, totals,
                           {dir / "office-building.dxf", 1.0, true, doc.project.Name()}, origin);
-            WriteCalculationBook(dir / "office-building.pdf", loads, transformers,
+            WriteCalculationBook(dir / "office-building.pdf", doc,
                                  {L"office-building", {}, doc.project});
             if (!run.json) {
                 run.out << "\n"
