@@ -45,7 +45,7 @@ void DrawIntoDrawing(const CLoadCalDiaog& dialog, const SummaryTotals& totals, C
     CFixedPointSource given(opt.base);
     IPointSource& points = opt.base ? static_cast<IPointSource&>(given) : terminal;
     try {
-        ExportDrawing(dialog.GetLoads(), dialog.GetTransformers(), totals,
+        ExportDrawing(dialog.GetDocument(), totals,
                       {*file, opt.scale, true, dialog.GetDocument().project.Name()}, points,
                       &host.Out());
     } catch (const OutputError& e) {
@@ -72,7 +72,7 @@ void ExportIntoWorkbook(const CLoadCalDiaog& dialog, const SummaryTotals& totals
     // message about it is shown and the command succeeds.
     CQtFileOpener opener;
     ExportWorkbook(dialog.GetLoads(), dialog.GetTransformers(), totals,
-                   {*file, true, opt.openWorkbook}, messages, opener);
+                   {*file, true, opt.openWorkbook}, messages, opener, dialog.GetDocument().boards);
 }
 
 }  // namespace
@@ -102,8 +102,9 @@ void FhjsCommand()
         if (RunLoadCalDialog(dialog, opt.runner) != IDOK) {
             return;  // Cancel, Escape or the close box: nothing is produced
         }
-        // The totals are computed from the lists as the dialog left them.
-        const SummaryTotals totals = ComputeTotals(dialog.GetLoads());
+        // The totals are computed from the lists as the dialog left them,
+        // under the document's rule set.
+        const SummaryTotals totals = ComputeTotals(dialog.GetDocument());
         CQtMessageSink messages(nullptr, opt.runner);
         if (dialog.GetOutputMode() == 1) {
             DrawIntoDrawing(dialog, totals, *host, messages);
