@@ -136,8 +136,7 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
     const bool plain = AddsAsTheyAre(b.phases, rules);
     std::vector<BookStep> s;
     const double pc = ParseNumber(t.m_strCalcP);
-    const double qc = ParseNumber(b.reactiveSum) * ParseNumber(t.m_strKq);
-    const std::wstring qcText = Pw(qc);
+    const std::wstring qcText = Pw(b.reactiveLoad);
     s.push_back({L"设备功率", L"ΣPe = " + Pw(b.installedSum) + L" kW"});
     s.push_back({L"15 % 规则", BalanceStep(b.phases, rules)});
     s.push_back({L"有功功率合计",
@@ -324,6 +323,8 @@ BookTransformer TransformerOf(const CLoadCalDocument& doc, const CSupplyIndex& i
     b.installedSum = FormatG(b.phases.Sum(SumField::Installed, doc.rules));
     b.activeSum = FormatG(b.phases.Sum(SumField::Active, doc.rules));
     b.reactiveSum = FormatG(b.phases.Sum(SumField::Reactive, doc.rules));
+    // Qc as the transformer's calculation takes it: the sum as its text reads, times K∑q.
+    b.reactiveLoad = ParseNumber(b.reactiveSum) * ParseNumber(t.m_strKq);
     for (int k = 0; k < 3; ++k) {
         b.phaseCurrents[k] = b.phases.current[k] + b.phases.threePhaseCurrent;
     }

@@ -32,6 +32,7 @@ struct BookTransformer {
     std::wstring installedSum;  ///< ΣPe, kW, "%G"
     std::wstring activeSum;     ///< ΣPjs with the 15 % rule, kW, "%G"
     std::wstring reactiveSum;   ///< ΣQjs with the 15 % rule, kvar, "%G"
+    double reactiveLoad = 0;    ///< Qc = K∑q × ΣQjs, kvar, as the calculation takes it
     double phaseCurrents[3] = {0, 0, 0};
     double cosAfterActual = 0;  ///< Pc / S2 from the document's texts; 0 when S2 is 0
     std::vector<BookStep> steps;

@@ -9,6 +9,7 @@
 #include <QPdfWriter>
 
 #include <initializer_list>
+#include <iterator>
 #include <map>
 #include <memory>
 #include <set>
@@ -118,24 +119,18 @@ QString RulesTitle(CalcRules rules)
                : QStringLiteral("本程序原有计算规则");
 }
 
+/// A section's number as the book writes it: 一, 二, … (at most 十二).
+QString Numeral(size_t index)
+{
+    static const char16_t* const kNumerals[] = {u"一", u"二", u"三", u"四", u"五",   u"六",
+                                                u"七", u"八", u"九", u"十", u"十一", u"十二"};
+    return QString::fromUtf16(kNumerals[std::min<size_t>(index, std::size(kNumerals) - 1)]);
+}
+
 /// The book's section numbers: 一、二、… in the order the sections are made.
 class CSectionNumbers {
 public:
-    QString Next(const QString& title)
-    {
-        static const char16_t* const kNumerals[] = {u"一", u"二", u"三", u"四", u"五",   u"六",
-                                                    u"七", u"八", u"九", u"十", u"十一", u"十二"};
-        const size_t n = m_count++;
-        return QString::fromUtf16(kNumerals[std::min<size_t>(n, 11)]) + QStringLiteral("、") +
-               title;
-    }
-    /// The number the next section will get, as text ("九").
-    QString Peek(size_t ahead) const
-    {
-        static const char16_t* const kNumerals[] = {u"一", u"二", u"三", u"四", u"五",   u"六",
-                                                    u"七", u"八", u"九", u"十", u"十一", u"十二"};
-        return QString::fromUtf16(kNumerals[std::min<size_t>(m_count + ahead, 11)]);
-    }
+    QString Next(const QString& title) { return Numeral(m_count++) + QStringLiteral("、") + title; }
 
 private:
     size_t m_count = 0;
@@ -731,9 +726,6 @@ void Comparison(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocu
         const BookTransformer& b = other.transformers[m];
         const CTransformerCalData& ta = doc.transformers[a.index];
         const CTransformerCalData& tb = other.document.transformers[b.index];
-        const auto qc = [](const BookTransformer& x, const CTransformerCalData& t) {
-            return FormatG(ParseNumber(x.reactiveSum) * ParseNumber(t.m_strKq));
-        };
         book.Space(100);
         book.Reserve(kComparisonHeight);  // the caption stays with its table
         book.Paragraph(QStringLiteral("变压器 %1").arg(Q(ta.m_strName)), kSubsectionSize);
@@ -746,7 +738,7 @@ void Comparison(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocu
                        CompareRow(QStringLiteral("计算有功功率 Pc (kW)"), FigureKind::Power,
                                   ta.m_strCalcP, tb.m_strCalcP),
                        CompareRow(QStringLiteral("计算无功功率 Qc (kvar)"), FigureKind::Power,
-                                  qc(a, ta), qc(b, tb)),
+                                  FormatG(a.reactiveLoad), FormatG(b.reactiveLoad)),
                        CompareRow(QStringLiteral("补偿前功率因数 cosφ1"), FigureKind::Factor,
                                   ta.m_strCosBefore, tb.m_strCosBefore),
                        CompareRow(QStringLiteral("补偿容量 Qcc (kvar)"), FigureKind::Power,
@@ -886,9 +878,9 @@ std::string RenderCalculationBook(const CLoadCalDocument& doc, const BookInfo& g
     // numbers they print.
     CBookLayout body;
     CSectionNumbers sections;
-    // The comparison's number: after basis, formulas, the tables, the
-    // sections and the totals.
-    const QString comparisonSection = sections.Peek(boards ? 8 : 6);
+    // The comparison comes after the basis, the formulas, the tables (two or
+    // three), the board pages (with boards), the transformers and the totals.
+    const QString comparisonSection = Numeral(boards ? 8 : 6);
     BasisAndFormulas(body, sections, doc, comparisonSection);
     LoadTable(body, sections, doc.loads, content.totals, boards);
     if (boards) {
