@@ -1,6 +1,7 @@
 // Rendering the calculation book of a large calculation: 2,000 circuits over
-// 20 transformers, laid out and written as PDF bytes in memory (the file
-// write itself is the output layer's and is measured with the workbook).
+// 20 transformers, and the same number of circuits under 100 boards (a page
+// each) under both rule sets, laid out and written as PDF bytes in memory (the
+// file write itself is the output layer's and is measured with the workbook).
 
 #include <benchmark/benchmark.h>
 
@@ -14,29 +15,52 @@ using namespace loadcal;
 
 namespace {
 
-void BM_CalculationBook(benchmark::State& state)
+void RenderRepeatedly(benchmark::State& state, const CLoadCalDocument& doc)
 {
-    CLoadArray loads;
-    CTransformerArray transformers;
-    std::mt19937 rng(11);
-    testsupport::RandomDocumentOptions opt;
-    opt.circuits = static_cast<int>(state.range(0));
-    opt.transformers = static_cast<int>(state.range(1));
-    testsupport::MakeRandomDocument(rng, opt, loads, transformers);
-    RecalculateDocument(loads, transformers);
     // The first book starts the offscreen Qt application and loads the fonts.
-    benchmark::DoNotOptimize(
-        RenderCalculationBook(loads, transformers, {L"benchmark", L"2026-01-01"}));
+    benchmark::DoNotOptimize(RenderCalculationBook(doc, {L"benchmark", L"2026-01-01"}));
     size_t bytes = 0;
     for (auto _ : state) {
-        const std::string pdf =
-            RenderCalculationBook(loads, transformers, {L"benchmark", L"2026-01-01"});
+        const std::string pdf = RenderCalculationBook(doc, {L"benchmark", L"2026-01-01"});
         bytes = pdf.size();
         benchmark::DoNotOptimize(pdf.data());
     }
     state.counters["pdf_kB"] = static_cast<double>(bytes) / 1024;
 }
+
+void BM_CalculationBook(benchmark::State& state)
+{
+    CLoadCalDocument doc;
+    std::mt19937 rng(11);
+    testsupport::RandomDocumentOptions opt;
+    opt.circuits = static_cast<int>(state.range(0));
+    opt.transformers = static_cast<int>(state.range(1));
+    testsupport::MakeRandomDocument(rng, opt, doc.loads, doc.transformers);
+    RecalculateDocument(doc.loads, doc.transformers);
+    RenderRepeatedly(state, doc);
+}
 BENCHMARK(BM_CalculationBook)->Args({2000, 20})->Unit(benchmark::kMillisecond)->Iterations(3);
+
+/// Arguments: circuits, boards, transformers, rule set (0 original, 1 GB 51348-2019).
+void BM_CalculationBookWithBoards(benchmark::State& state)
+{
+    CLoadCalDocument doc;
+    std::mt19937 rng(12);
+    testsupport::RandomBoardOptions opt;
+    opt.circuits = static_cast<int>(state.range(0));
+    opt.boards = static_cast<int>(state.range(1));
+    opt.transformers = static_cast<int>(state.range(2));
+    opt.levels = 4;
+    opt.rules = state.range(3) != 0 ? CalcRules::GB51348_2019 : CalcRules::Original;
+    testsupport::MakeRandomBoardDocument(rng, opt, doc);
+    RecalculateDocument(doc);
+    RenderRepeatedly(state, doc);
+}
+BENCHMARK(BM_CalculationBookWithBoards)
+    ->Args({2000, 100, 20, 1})
+    ->Args({2000, 100, 20, 0})
+    ->Unit(benchmark::kMillisecond)
+    ->Iterations(3);
 
 }  // namespace
 

@@ -270,12 +270,23 @@ void SetGoverningCase(CBoardCalData& b)
                                : kGoverningNormal;
 }
 
+bool IsThreePhaseBoard(const CBoardCalData& board)
+{
+    return board.m_strPhase.find(kPhaseThree) != std::wstring::npos;
+}
+
+double BoardGroupSum(const CBoardCalData& board, const GroupPhases& members, SumField field,
+                     CalcRules rules)
+{
+    return IsThreePhaseBoard(board) ? members.Sum(field, rules) : members.PlainSum(field);
+}
+
 void CalculateBoard(CBoardCalData& board, const GroupPhases& members, CalcRules rules,
                     const BoardOutputFields& fields)
 {
-    const bool threePhase = board.m_strPhase.find(kPhaseThree) != std::wstring::npos;
+    const bool threePhase = IsThreePhaseBoard(board);
     const auto sum = [&](SumField f) {
-        return threePhase ? members.Sum(f, rules) : members.PlainSum(f);
+        return BoardGroupSum(board, members, f, rules);
     };
     FormatGInto(sum(SumField::Installed), board.*fields.installed);
     // Each sum as its text reads, as a transformer takes its group sums.

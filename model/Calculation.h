@@ -295,6 +295,15 @@ inline constexpr BoardOutputFields kBoardFireFields = {
 /// larger, else the normal operation.
 void SetGoverningCase(CBoardCalData& board);
 
+/// True for a three-phase board: one whose phase text contains "L1,L2,L3,N".
+bool IsThreePhaseBoard(const CBoardCalData& board);
+
+/// A board's sum of one field over its members, as CalculateBoard takes it
+/// (before formatting): a three-phase board's under the rule set's 15 %
+/// rule, a single-phase board's as they are.
+double BoardGroupSum(const CBoardCalData& board, const GroupPhases& members, SumField field,
+                     CalcRules rules);
+
 /// A board's figures from its members' group sums: ΣPe, Pjs = K∑p x ΣP,
 /// Qjs = K∑q x ΣQ (each sum as its "%G" text reads), Sjs, cos phi = Pjs / Sjs
 /// (0 when Sjs is 0), Ijs = Sjs / (k x U) with U 0.38 kV and k 1.732

@@ -154,7 +154,7 @@ void CSupplyIndex::ReadBoardFigures(const CBoardArray& boards)
     m_bBoardsRead = true;
 }
 
-void CSupplyIndex::ComputeBoard(Pass& pass, CBoardArray& boards, int board) const
+GroupPhases CSupplyIndex::MembersOfBoard(const Pass& pass, int board) const
 {
     GroupPhases members;
     for (int c : *m_boardCircuits[static_cast<size_t>(board)]) {
@@ -167,8 +167,13 @@ void CSupplyIndex::ComputeBoard(Pass& pass, CBoardArray& boards, int board) cons
             members.Add(pass.boards[static_cast<size_t>(m)]);
         }
     }
+    return members;
+}
+
+void CSupplyIndex::ComputeBoard(Pass& pass, CBoardArray& boards, int board) const
+{
     CBoardCalData& record = boards[board];
-    CalculateBoard(record, members, m_rules, pass.fields);
+    CalculateBoard(record, MembersOfBoard(pass, board), m_rules, pass.fields);
     pass.boards[static_cast<size_t>(board)] = BoardAsMember(record, pass.fields);
 }
 
@@ -181,7 +186,7 @@ void CSupplyIndex::ComputeBoardCases(CBoardArray& boards, int board)
     }
 }
 
-void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
+GroupPhases CSupplyIndex::MembersOfGroup(const Pass& pass, int group) const
 {
     const TransformerGroup& g = m_groups[static_cast<size_t>(group)];
     GroupPhases members;
@@ -195,6 +200,12 @@ void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
             members.Add(pass.boards[static_cast<size_t>(b)]);
         }
     }
+    return members;
+}
+
+void CSupplyIndex::ComputeTransformerGroup(Pass& pass, int group) const
+{
+    const GroupPhases members = MembersOfGroup(pass, group);
     for (size_t f = 0; f < 3; ++f) {
         pass.sums[f][static_cast<size_t>(group)] =
             FormatG(members.Sum(static_cast<SumField>(f), m_rules));
@@ -389,6 +400,46 @@ std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) 
 std::wstring CSupplyIndex::TransformerFireGroupSum(int transformer, SumField field) const
 {
     return m_bFire ? GroupSumOf(m_fire, transformer, field) : std::wstring();
+}
+
+GroupPhases CSupplyIndex::BoardMembers(int b) const
+{
+    if (b < 0 || b >= m_graph.BoardCount() || m_graph.OnCycle(b)) {
+        return {};
+    }
+    return MembersOfBoard(m_normal, b);
+}
+
+GroupPhases CSupplyIndex::TransformerMembers(int t) const
+{
+    if (t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return {};
+    }
+    return MembersOfGroup(m_normal, m_groupOfTransformer[static_cast<size_t>(t)]);
+}
+
+const std::vector<int>& CSupplyIndex::BoardCircuits(int b) const
+{
+    if (b < 0 || static_cast<size_t>(b) >= m_boardCircuits.size()) {
+        return kNoMembers;
+    }
+    return *m_boardCircuits[static_cast<size_t>(b)];
+}
+
+const std::vector<int>& CSupplyIndex::TransformerCircuits(int t) const
+{
+    if (t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return kNoMembers;
+    }
+    return *m_groups[static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(t)])].circuits;
+}
+
+const std::vector<int>& CSupplyIndex::TransformerBoards(int t) const
+{
+    if (t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return kNoMembers;
+    }
+    return m_groups[static_cast<size_t>(m_groupOfTransformer[static_cast<size_t>(t)])].boards;
 }
 
 }  // namespace loadcal

@@ -114,6 +114,30 @@ public:
     /// roles when it was built).
     bool HasFireCase() const { return m_bFire; }
 
+    /// Takes the boards' figures as their texts read (once; nothing after a
+    /// whole recalculation, which computed them): what an update before any
+    /// whole recalculation, and the members below, count a board with.
+    /// boards: the document's, as the index was built from.
+    void ReadBoardFigures(const CBoardArray& boards);
+
+    /// The members of board b as its group sums take them: its circuits in
+    /// list order, then its member boards in list order, each with the
+    /// figures the index holds (as ReadBoardFigures read them, or as the
+    /// last recalculation left them; a member board counts as zero before
+    /// either). Empty for a board on a cycle of owners and for an index
+    /// outside the list.
+    GroupPhases BoardMembers(int b) const;
+    /// The members of transformer t's group the same way (a transformer
+    /// named like an earlier one but for case has that one's group); empty
+    /// for an index outside the list.
+    GroupPhases TransformerMembers(int t) const;
+    /// The circuits of board b's group, list order (empty outside the list).
+    const std::vector<int>& BoardCircuits(int b) const;
+    /// The circuits and the boards of transformer t's group, list order
+    /// (empty outside the list); boards on a cycle are listed but count nowhere.
+    const std::vector<int>& TransformerCircuits(int t) const;
+    const std::vector<int>& TransformerBoards(int t) const;
+
     const CBoardGraph& Boards() const { return m_graph; }
     const COwnerIndex& Circuits() const { return m_circuits; }
     CalcRules Rules() const { return m_rules; }
@@ -144,9 +168,8 @@ private:
     /// True when circuit idx counts in the pass.
     bool Counts(const Pass& pass, const CLoadCalData& circuit, int idx) const;
     void StartPass(Pass& pass, const CLoadCalDocument& doc) const;
-    /// The boards' figures as their texts read, into every pass, once,
-    /// before an update that comes before any whole recalculation.
-    void ReadBoardFigures(const CBoardArray& boards);
+    GroupPhases MembersOfBoard(const Pass& pass, int board) const;
+    GroupPhases MembersOfGroup(const Pass& pass, int group) const;
     void ComputeBoard(Pass& pass, CBoardArray& boards, int board) const;
     /// The board in every pass, and which case governs it.
     void ComputeBoardCases(CBoardArray& boards, int board);

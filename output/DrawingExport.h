@@ -5,6 +5,7 @@
 #include <string>
 
 #include "model/Calculation.h"
+#include "model/Document.h"
 #include "model/Records.h"
 #include "output/CadHost.h"
 
@@ -32,6 +33,11 @@ enum class DrawingExportResult {
 /// any previous file then stays as it was and no temporary file is left.
 DrawingExportResult ExportDrawing(const CLoadArray& loads, const CTransformerArray& transformers,
                                   const SummaryTotals& totals, const DrawingExportOptions& options,
-                                  IPointSource& points, std::ostream* commandLine = nullptr);
+                                  IPointSource& points, std::ostream* commandLine = nullptr,
+                                  const CBoardArray& boards = CBoardArray());
+/// The same for a whole document: its three tables (the boards' when it has any).
+DrawingExportResult ExportDrawing(const CLoadCalDocument& doc, const SummaryTotals& totals,
+                                  const DrawingExportOptions& options, IPointSource& points,
+                                  std::ostream* commandLine = nullptr);
 
 }  // namespace loadcal

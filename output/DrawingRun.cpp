@@ -179,7 +179,7 @@ double EstimatedTextWidth(std::wstring_view text, double height, double widthFac
 
 bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
                           const CTransformerArray& transformers, const SummaryTotals& totals,
-                          const std::wstring& project)
+                          const std::wstring& project, const CBoardArray& boards)
 {
     std::optional<short> osmode;
     if (const auto value = host.acedGetVar(L"OSMODE")) {
@@ -246,6 +246,19 @@ bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
     });
     o.y -= draw.RowStep();
     o.y -= draw.RowStep();
+    if (!boards.IsEmpty()) {
+        // The board table between the two, drawn as the load table is.
+        draw.HeaderRow(o, kBoardColumns, false);
+        o.y -= draw.RowStep();
+        for (const CBoardCalData& board : boards) {
+            draw.BodyRow<kBoardColumns.size()>(o, [&](size_t i) {
+                shown = ShowFigure(kBoardColumnKinds[i], board.FieldAt(kBoardColumns[i].field));
+                return std::optional<std::wstring_view>(shown);
+            });
+            o.y -= draw.RowStep();
+        }
+        o.y -= draw.RowStep();
+    }
     draw.HeaderRow(o, kTransformerColumns, true);
     o.y -= draw.RowStep();
     for (const CTransformerCalData& transformer : transformers) {

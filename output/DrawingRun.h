@@ -67,8 +67,14 @@ double EstimatedTextWidth(std::wstring_view text, double height, double widthFac
 /// Every line is its own "_.LINE" command, the frame a "_.PLINE" and every
 /// text its own "_.TEXT" command; the command results are not checked. The
 /// records and totals are read only.
+///
+/// A document with boards gets the board table (header with the titles of
+/// kBoardColumns, one row per board, drawn as the load table is) two row
+/// heights below the total row, and the transformer table two row heights
+/// below it; without boards nothing changes.
 bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
                           const CTransformerArray& transformers, const SummaryTotals& totals,
-                          const std::wstring& project = {});
+                          const std::wstring& project = {},
+                          const CBoardArray& boards = CBoardArray());
 
 }  // namespace loadcal

@@ -86,7 +86,7 @@ double HeaderWidth(std::wstring_view header)
 
 /// Column widths fitted to every text each column shows, in both tables.
 std::vector<double> ColumnWidths(const CLoadArray& loads, const CTransformerArray& transformers,
-                                 const SummaryTotals& totals)
+                                 const SummaryTotals& totals, const CBoardArray& boards)
 {
     std::vector<double> widest(kTransformerColumns.size(), 0);
     const auto fit = [&widest](size_t column, double width) {
@@ -109,6 +109,16 @@ std::vector<double> ColumnWidths(const CLoadArray& loads, const CTransformerArra
         for (const CTransformerCalData& t : transformers) {
             fit(k, DisplayWidth(Displayed(kTransformerColumnKinds[k],
                                           t.FieldAt(kTransformerColumns[k].field))));
+        }
+    }
+    if (!boards.IsEmpty()) {
+        fit(kLoadColumns.size() - 1, HeaderWidth(kIssuedOwnerHeader));
+        for (size_t k = 0; k < kBoardColumns.size(); ++k) {
+            fit(k, HeaderWidth(kIssuedBoardHeaders[k]));
+            for (const CBoardCalData& b : boards) {
+                fit(k, DisplayWidth(
+                           Displayed(kBoardColumnKinds[k], b.FieldAt(kBoardColumns[k].field))));
+            }
         }
     }
     for (double& w : widest) {
@@ -134,7 +144,7 @@ void Bordered(CSpreadsheetAutomation& a)
 
 template <size_t N>
 void WriteHeaders(CSpreadsheetAutomation& a, CCellAddress& address,
-                  const std::array<std::wstring_view, N>& headers, int row)
+                  std::array<std::wstring_view, N> headers, int row)
 {
     for (size_t i = 0; i < N; ++i) {
         const std::string_view cell = address(i, row);
@@ -180,7 +190,8 @@ std::wstring Format(const char* format, unsigned long code, const std::string& t
 }  // namespace
 
 void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
-                  const CTransformerArray& transformers, const SummaryTotals& totals)
+                  const CTransformerArray& transformers, const SummaryTotals& totals,
+                  const CBoardArray& boards)
 {
     a.SetVisible(true);
     a.GetWorkbooks();
@@ -190,13 +201,17 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
     a.SetWorksheetName(kSheetName);
 
     CCellAddress address;
-    const std::vector<double> widths = ColumnWidths(loads, transformers, totals);
+    const std::vector<double> widths = ColumnWidths(loads, transformers, totals, boards);
     for (size_t i = 0; i < widths.size(); ++i) {
         const std::string_view cell = address(i, 1);
         a.GetRange(cell, cell);
         a.SetColumnWidth(widths[i]);
     }
-    WriteHeaders(a, address, kIssuedLoadHeaders, 1);
+    auto loadHeaders = kIssuedLoadHeaders;
+    if (!boards.IsEmpty()) {
+        loadHeaders.back() = kIssuedOwnerHeader;  // an owner may be a board
+    }
+    WriteHeaders(a, address, loadHeaders, 1);
     const int n = loads.GetSize();
     for (int k = 0; k < n; ++k) {
         WriteRecord(a, address, kLoadColumns, kLoadColumnKinds, loads[k], k + 2);
@@ -212,31 +227,40 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
             a.SetValue(*totalCells[i]);
         }
     }
-    WriteHeaders(a, address, kIssuedTransformerHeaders, n + 5);
+    // The board table, when there are boards, between the two tables.
+    int top = n + 5;
+    if (const int b = boards.GetSize(); b > 0) {
+        WriteHeaders(a, address, kIssuedBoardHeaders, top);
+        for (int k = 0; k < b; ++k) {
+            WriteRecord(a, address, kBoardColumns, kBoardColumnKinds, boards[k], top + 1 + k);
+        }
+        top += b + 2;
+    }
+    WriteHeaders(a, address, kIssuedTransformerHeaders, top);
     const int m = transformers.GetSize();
     for (int k = 0; k < m; ++k) {
         WriteRecord(a, address, kTransformerColumns, kTransformerColumnKinds, transformers[k],
-                    n + 6 + k);
+                    top + 1 + k);
     }
     a.FreezePanes(1);
     SheetPageSetup page;
     page.printTitleRows = "$1:$1";
     page.printArea =
-        "$A$1:$" + ColumnLetter(kTransformerColumns.size() - 1) + "$" + std::to_string(n + 5 + m);
+        "$A$1:$" + ColumnLetter(kTransformerColumns.size() - 1) + "$" + std::to_string(top + m);
     a.SetPageSetup(page);
     a.Release();
 }
 
 int ExportToExcel(CSpreadsheetAutomation& automation, IMessageSink& messages,
                   const CLoadArray& loads, const CTransformerArray& transformers,
-                  const SummaryTotals& totals)
+                  const SummaryTotals& totals, const CBoardArray& boards)
 {
     if (!automation.CreateDispatch(kSpreadsheetProgId)) {
         messages.ShowMessage(std::wstring(kNoSpreadsheetMessage));
         return 0;
     }
     try {
-        FillWorkbook(automation, loads, transformers, totals);
+        FillWorkbook(automation, loads, transformers, totals, boards);
     } catch (const OutputError& e) {
         const auto code = static_cast<unsigned long>(e.Code());
         switch (e.GetKind()) {
@@ -264,10 +288,10 @@ int ExportToExcel(CSpreadsheetAutomation& automation, IMessageSink& messages,
 
 int ExportWorkbook(const CLoadArray& loads, const CTransformerArray& transformers,
                    const SummaryTotals& totals, const WorkbookExportOptions& options,
-                   IMessageSink& messages, IFileOpener& opener)
+                   IMessageSink& messages, IFileOpener& opener, const CBoardArray& boards)
 {
     CXlsxWorkbook workbook(options.path, options.replace);
-    const int result = ExportToExcel(workbook, messages, loads, transformers, totals);
+    const int result = ExportToExcel(workbook, messages, loads, transformers, totals, boards);
     if (result != 1 || !workbook.Written() || !options.open || !workbook.Visible()) {
         return result;
     }
@@ -279,11 +303,18 @@ int ExportWorkbook(const CLoadArray& loads, const CTransformerArray& transformer
 }
 
 void WriteWorkbook(const std::filesystem::path& path, const CLoadArray& loads,
-                   const CTransformerArray& transformers, const SummaryTotals& totals, bool replace)
+                   const CTransformerArray& transformers, const SummaryTotals& totals, bool replace,
+                   const CBoardArray& boards)
 {
     CXlsxWorkbook workbook(path, replace);
     workbook.CreateDispatch(kSpreadsheetProgId);
-    FillWorkbook(workbook, loads, transformers, totals);
+    FillWorkbook(workbook, loads, transformers, totals, boards);
+}
+
+void WriteWorkbook(const std::filesystem::path& path, const CLoadCalDocument& doc,
+                   const SummaryTotals& totals, bool replace)
+{
+    WriteWorkbook(path, doc.loads, doc.transformers, totals, replace, doc.boards);
 }
 
 }  // namespace loadcal

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "model/Calculation.h"
+#include "model/Document.h"
 #include "model/Records.h"
 #include "output/Desktop.h"
 #include "output/SpreadsheetAutomation.h"
@@ -32,10 +33,16 @@ inline constexpr std::wstring_view kNoSpreadsheetMessage =
 /// address), the header row's height, the alignments (vertical first for
 /// headers, horizontal first otherwise), wrapping and borders, the number
 /// format, the value; then FreezePanes(1), SetPageSetup and finally Release.
+/// A document with boards gets the board table between the two: its headers
+/// (kIssuedBoardHeaders, A to K) in row N + 5, board b in row N + 6 + b, the
+/// transformer table two rows further down (headers in row N + B + 7), the
+/// load table's owner header "归属" (an owner may be a board), widths and
+/// print area over all three tables; without boards nothing changes.
 /// Precondition: CreateDispatch succeeded.
 /// Errors propagate unchanged; the first one ends the filling.
 void FillWorkbook(CSpreadsheetAutomation& automation, const CLoadArray& loads,
-                  const CTransformerArray& transformers, const SummaryTotals& totals);
+                  const CTransformerArray& transformers, const SummaryTotals& totals,
+                  const CBoardArray& boards = CBoardArray());
 
 /// The export run. Returns 0, after showing kNoSpreadsheetMessage, when
 /// CreateDispatch(kSpreadsheetProgId) fails; otherwise runs FillWorkbook and
@@ -51,7 +58,7 @@ void FillWorkbook(CSpreadsheetAutomation& automation, const CLoadArray& loads,
 /// - anything else: "Catch All Other ERROR".
 int ExportToExcel(CSpreadsheetAutomation& automation, IMessageSink& messages,
                   const CLoadArray& loads, const CTransformerArray& transformers,
-                  const SummaryTotals& totals);
+                  const SummaryTotals& totals, const CBoardArray& boards = CBoardArray());
 
 /// How the window exports a workbook.
 struct WorkbookExportOptions {
@@ -67,13 +74,17 @@ struct WorkbookExportOptions {
 /// failure leaves any previous file as it was and no temporary file.
 int ExportWorkbook(const CLoadArray& loads, const CTransformerArray& transformers,
                    const SummaryTotals& totals, const WorkbookExportOptions& options,
-                   IMessageSink& messages, IFileOpener& opener);
+                   IMessageSink& messages, IFileOpener& opener,
+                   const CBoardArray& boards = CBoardArray());
 
 /// The command line's export: writes the workbook to path and opens nothing.
 /// Throws OutputError (one line naming the file and the cause) on any failure;
 /// the previous file then stays as it was and no temporary file is left.
 void WriteWorkbook(const std::filesystem::path& path, const CLoadArray& loads,
                    const CTransformerArray& transformers, const SummaryTotals& totals,
-                   bool replace = true);
+                   bool replace = true, const CBoardArray& boards = CBoardArray());
+/// The same for a whole document: its three tables (the boards' when it has any).
+void WriteWorkbook(const std::filesystem::path& path, const CLoadCalDocument& doc,
+                   const SummaryTotals& totals, bool replace = true);
 
 }  // namespace loadcal

@@ -57,6 +57,13 @@ inline constexpr std::array<FigureKind, kTransformerColumns.size()> kTransformer
     FigureKind::Factor, FigureKind::Factor,   FigureKind::Power,   FigureKind::Power,
 };
 
+/// The kind of each column of the board table (kBoardColumns order).
+inline constexpr std::array<FigureKind, kBoardColumns.size()> kBoardColumnKinds = {
+    FigureKind::Text,   FigureKind::Text,    FigureKind::Power, FigureKind::Factor,
+    FigureKind::Factor, FigureKind::Power,   FigureKind::Power, FigureKind::Power,
+    FigureKind::Factor, FigureKind::Current, FigureKind::Text,
+};
+
 /// Column headers of the tables handed in (book and workbook), in the order
 /// of kLoadColumns and kTransformerColumns: symbols and units as Chinese
 /// practice writes them. The window's grid keeps the original titles.
@@ -93,6 +100,25 @@ inline constexpr std::array<std::wstring_view, kTransformerColumns.size()>
         L"目标功率因数 cosφ2",
         L"补偿容量 Qcc (kvar)",
         L"实际补偿容量 Qb (kvar)",
+};
+
+/// The load table's owner header as handed in for a document with boards,
+/// where an owner may be a board as well as a transformer.
+inline constexpr std::wstring_view kIssuedOwnerHeader = L"归属";
+
+/// The board table's headers as handed in, in the order of kBoardColumns.
+inline constexpr std::array<std::wstring_view, kBoardColumns.size()> kIssuedBoardHeaders = {
+    L"配电箱名称",
+    L"相位",
+    L"设备功率 ΣPe (kW)",
+    L"有功同时系数 K∑p",
+    L"无功同时系数 K∑q",
+    L"有功功率 Pjs (kW)",
+    L"无功功率 Qjs (kvar)",
+    L"视在功率 Sjs (kV·A)",
+    L"功率因数 cosφ",
+    L"计算电流 Ijs (A)",
+    L"归属",
 };
 
 }  // namespace loadcal

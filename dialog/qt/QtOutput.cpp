@@ -92,8 +92,7 @@ bool CQtCalculationBookWriter::WriteBook(const CLoadCalDocument& doc,
                                          const std::wstring& documentPath, const std::wstring& path)
 {
     const std::filesystem::path file = ToFsPath(path);
-    WriteCalculationBook(file, doc.loads, doc.transformers,
-                         {BookProjectName(documentPath), {}, doc.project});
+    WriteCalculationBook(file, doc, {BookProjectName(documentPath), {}, doc.project});
     if (!m_bOpen) {
         return true;
     }

@@ -1,11 +1,13 @@
 #include "output/report/BookContent.h"
 
-#include "model/Checks.h"
-
+#include <algorithm>
 #include <cmath>
 
+#include "model/Checks.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/SupplyIndex.h"
+#include "model/Text.h"
 #include "output/Figures.h"
 
 namespace loadcal {
@@ -63,10 +65,25 @@ std::wstring Se(const std::wstring& text)
     return ShowFigure(FigureKind::Capacity, Shown(text));
 }
 
-/// "ΣPjs = PL1 + PL2 + PL3 + P3φ = … = sum" under the 15 % rule; symbol is
-/// "Pjs" or "Qjs".
-std::wstring GroupSumStep(const GroupPhases& g, SumField field, const std::wstring& symbol,
-                          const std::wstring& sum, const std::wstring& unit)
+/// True when a group's single-phase figures add as they are under the rule
+/// set's 15 % rule (the branch GroupPhases::Sum takes): under the original
+/// rules when the three single-phase currents are balanced, under GB
+/// 51348-2019 when the single-phase active total is below 15 % of the
+/// three-phase one.
+bool AddsAsTheyAre(const GroupPhases& g, CalcRules rules)
+{
+    if (rules == CalcRules::GB51348_2019) {
+        return SinglePhaseShareSmall(g.value[static_cast<size_t>(SumField::Active)],
+                                     g.threePhase[static_cast<size_t>(SumField::Active)]);
+    }
+    return g.Balanced();
+}
+
+/// "ΣPjs = PL1 + PL2 + PL3 + P3φ = … = sum" as the group sum was taken
+/// (plainly, or three times the largest phase); symbol is "Pjs" or "Qjs".
+std::wstring GroupSumStep(const GroupPhases& g, SumField field, bool plain,
+                          const std::wstring& symbol, const std::wstring& sum,
+                          const std::wstring& unit)
 {
     const auto f = static_cast<size_t>(field);
     const double(&v)[3] = g.value[f];
@@ -76,7 +93,7 @@ std::wstring GroupSumStep(const GroupPhases& g, SumField field, const std::wstri
     if (g.singlePhaseCount == 0) {
         return L"Σ" + symbol + L" = " + p + L"3φ = " + result;
     }
-    if (g.Balanced()) {
+    if (plain) {
         return L"Σ" + symbol + L" = " + p + L"L1 + " + p + L"L2 + " + p + L"L3 + " + p + L"3φ = " +
                Pw(v[0]) + L" + " + Pw(v[1]) + L" + " + Pw(v[2]) + L" + " + x3 + L" = " + result;
     }
@@ -86,13 +103,26 @@ std::wstring GroupSumStep(const GroupPhases& g, SumField field, const std::wstri
            L" = 3 × " + Pw(largest) + L" + " + x3 + L" = " + result;
 }
 
-std::wstring BalanceStep(const GroupPhases& g)
+/// The 15 % rule as it decided for one group.
+std::wstring BalanceStep(const GroupPhases& g, CalcRules rules)
 {
     if (g.singlePhaseCount == 0) {
-        return L"无单相回路，各组合计即三相回路之和";
+        return L"无单相负荷，各组合计即三相负荷之和";
+    }
+    if (rules == CalcRules::GB51348_2019) {
+        const auto a = static_cast<size_t>(SumField::Active);
+        const double single = g.value[a][0] + g.value[a][1] + g.value[a][2];
+        std::wstring text = L"单相负荷 ΣP1φ = PL1 + PL2 + PL3 = " + Pw(g.value[a][0]) + L" + " +
+                            Pw(g.value[a][1]) + L" + " + Pw(g.value[a][2]) + L" = " + Pw(single) +
+                            L" kW，三相负荷 P3φ = " + Pw(g.threePhase[a]) + L" kW，15 % × P3φ = " +
+                            Pw(0.15 * g.threePhase[a]) + L" kW：";
+        text += AddsAsTheyAre(g, rules)
+                    ? L"ΣP1φ 小于 15 % × P3φ，单相负荷直接相加"
+                    : L"ΣP1φ 不小于 15 % × P3φ，单相负荷按最大一相的 3 倍换算为等效三相负荷";
+        return text;
     }
     const double mean = (g.current[0] + g.current[1] + g.current[2]) / 3;
-    std::wstring text = L"单相回路电流 IL1 = " + Cu(g.current[0]) + L" A，IL2 = " +
+    std::wstring text = L"单相负荷电流 IL1 = " + Cu(g.current[0]) + L" A，IL2 = " +
                         Cu(g.current[1]) + L" A，IL3 = " + Cu(g.current[2]) + L" A，平均 Ī = " +
                         Cu(mean) + L" A，15 % × Ī = " + Cu(0.15 * mean) + L" A：";
     text += g.Balanced() ? L"各相与平均值之差均小于 15 % × Ī，三相平衡，单相负荷直接相加"
@@ -101,18 +131,19 @@ std::wstring BalanceStep(const GroupPhases& g)
     return text;
 }
 
-std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookTransformer& b)
+std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookTransformer& b,
+                                       CalcRules rules)
 {
+    const bool plain = AddsAsTheyAre(b.phases, rules);
     std::vector<BookStep> s;
     const double pc = ParseNumber(t.m_strCalcP);
-    const double qc = ParseNumber(b.reactiveSum) * ParseNumber(t.m_strKq);
-    const std::wstring qcText = Pw(qc);
+    const std::wstring qcText = Pw(b.reactiveLoad);
     s.push_back({L"设备功率", L"ΣPe = " + Pw(b.installedSum) + L" kW"});
-    s.push_back({L"15 % 规则", BalanceStep(b.phases)});
-    s.push_back(
-        {L"有功功率合计", GroupSumStep(b.phases, SumField::Active, L"Pjs", b.activeSum, L"kW")});
-    s.push_back({L"无功功率合计",
-                 GroupSumStep(b.phases, SumField::Reactive, L"Qjs", b.reactiveSum, L"kvar")});
+    s.push_back({L"15 % 规则", BalanceStep(b.phases, rules)});
+    s.push_back({L"有功功率合计",
+                 GroupSumStep(b.phases, SumField::Active, plain, L"Pjs", b.activeSum, L"kW")});
+    s.push_back({L"无功功率合计", GroupSumStep(b.phases, SumField::Reactive, plain, L"Qjs",
+                                               b.reactiveSum, L"kvar")});
     s.push_back({L"计算有功功率", L"Pc = K∑p × ΣPjs = " + Fa(t.m_strKp) + L" × " + Pw(b.activeSum) +
                                       L" = " + Pw(t.m_strCalcP) + L" kW"});
     s.push_back({L"计算无功功率", L"Qc = K∑q × ΣQjs = " + Fa(t.m_strKq) + L" × " +
@@ -139,11 +170,26 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
     const auto tanText = [](double value) {
         return std::isfinite(value) ? FormatFixed(value, 4) : std::wstring(L"—");
     };
-    s.push_back({L"补偿容量", L"Qcc = Pc × (tanφ1 − tanφ2) = " + Pw(t.m_strCalcP) + L" × (" +
-                                  tanText(tan1) + L" − " + tanText(tan2) + L") = " +
-                                  Pw(t.m_strCompCapacity) + L" kvar（cosφ1 = " +
-                                  Fa(t.m_strCosBefore) + L"，目标 cosφ2 = " + Fa(t.m_strCosAfter) +
-                                  L"）"});
+    const std::wstring targets =
+        L"（cosφ1 = " + Fa(t.m_strCosBefore) + L"，目标 cosφ2 = " + Fa(t.m_strCosAfter) + L"）";
+    if (rules == CalcRules::GB51348_2019) {
+        // None where the load already reaches the target, as the document holds it.
+        const double cos1 = ParseNumber(t.m_strCosBefore);
+        if (cos1 >= ParseNumber(t.m_strCosAfter) && ParseNumber(t.m_strCompCapacity) == 0) {
+            s.push_back({L"补偿容量", L"cosφ1 = " + Fa(t.m_strCosBefore) + L" 不低于目标 cosφ2 = " +
+                                          Fa(t.m_strCosAfter) + L"，不需补偿：Qcc = " +
+                                          Pw(t.m_strCompCapacity) + L" kvar"});
+        } else {
+            s.push_back({L"补偿容量", L"Qcc = α × Pc × (tanφ1 − tanφ2) = " + Fa(t.m_strAlpha) +
+                                          L" × " + Pw(t.m_strCalcP) + L" × (" + tanText(tan1) +
+                                          L" − " + tanText(tan2) + L") = " +
+                                          Pw(t.m_strCompCapacity) + L" kvar" + targets});
+        }
+    } else {
+        s.push_back({L"补偿容量", L"Qcc = Pc × (tanφ1 − tanφ2) = " + Pw(t.m_strCalcP) + L" × (" +
+                                      tanText(tan1) + L" − " + tanText(tan2) + L") = " +
+                                      Pw(t.m_strCompCapacity) + L" kvar" + targets});
+    }
     std::wstring installed = t.m_strActualCompCapacity;
     if (std::fabs(ParseNumber(installed)) < 1e-9) {
         installed = Shown(t.m_strCompCapacity);
@@ -178,7 +224,8 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
 }
 
 void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b, int index,
-                          const CCheckWarnings& warnings, std::vector<BookCheck>& checks)
+                          CalcRules rules, const CCheckWarnings& warnings,
+                          std::vector<BookCheck>& checks)
 {
     // A figure that is not a number (a power factor above 1 gives "-NAN")
     // fails its check: nothing can be said to be met. Neither can a load
@@ -206,21 +253,199 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
     }
     checks.push_back({L"补偿后功率因数不低于 0.9", t.m_strName, pf, pfMet});
     std::wstring balance;
+    bool balanceMet = true;
     if (b.phases.singlePhaseCount == 0) {
-        balance = L"无单相回路";
+        balance = L"无单相负荷";
     } else {
         balance = L"IL1 / IL2 / IL3 = " + G(b.phases.current[0]) + L" / " + G(b.phases.current[1]) +
-                  L" / " + G(b.phases.current[2]) + L" A" +
-                  (b.phases.Balanced() ? L"" : L"，超出 15 %，按最大相的 3 倍计");
+                  L" / " + G(b.phases.current[2]) + L" A";
+        if (rules == CalcRules::GB51348_2019) {
+            // The rule decides by the single-phase share; the phases are checked for balance.
+            const auto a = static_cast<size_t>(SumField::Active);
+            const double single =
+                b.phases.value[a][0] + b.phases.value[a][1] + b.phases.value[a][2];
+            const double three = b.phases.threePhase[a];
+            const bool small = AddsAsTheyAre(b.phases, rules);
+            balance += L"；单相 " + G(single) + L" kW，三相 " + G(three) + L" kW" +
+                       (small ? L"，单相小于三相的 15 %，直接相加"
+                              : L"，单相不小于三相的 15 %，按最大相的 3 倍计");
+            balanceMet = small || b.phases.Balanced();
+        } else {
+            balance += b.phases.Balanced() ? L"" : L"，超出 15 %，按最大相的 3 倍计";
+            balanceMet = b.phases.Balanced();
+        }
     }
-    checks.push_back({L"单相负荷三相平衡（15 % 规则）", t.m_strName, balance,
-                      b.phases.singlePhaseCount == 0 || b.phases.Balanced()});
+    checks.push_back({L"单相负荷三相平衡（15 % 规则）", t.m_strName, balance, balanceMet});
     const double rated = ParseNumber(t.m_strRatedCapacity);
     const bool inSeries = std::isfinite(rated) && rated > 0;
     checks.push_back({L"额定容量在标准容量系列内", t.m_strName,
                       inSeries ? L"Se = " + t.m_strRatedCapacity + L" kVA"
                                : L"额定容量为 \"" + t.m_strRatedCapacity + L"\"，超出标准系列",
                       inSeries});
+}
+
+/// A board's steps, from its member sums to its figures as the document holds them.
+std::vector<BookStep> BoardSteps(const CBoardCalData& board, const BookBoard& b, CalcRules rules)
+{
+    std::vector<BookStep> s;
+    const bool threePhase = IsThreePhaseBoard(board);
+    const bool plain = !threePhase || AddsAsTheyAre(b.phases, rules);
+    s.push_back({L"设备功率", L"ΣPe = " + Pw(b.installedSum) + L" kW"});
+    s.push_back({L"15 % 规则", threePhase ? BalanceStep(b.phases, rules)
+                                          : std::wstring(L"单相配电箱只接一相，所接负荷直接相加")});
+    s.push_back({L"有功功率合计",
+                 GroupSumStep(b.phases, SumField::Active, plain, L"Pjs", b.activeSum, L"kW")});
+    s.push_back({L"无功功率合计", GroupSumStep(b.phases, SumField::Reactive, plain, L"Qjs",
+                                               b.reactiveSum, L"kvar")});
+    s.push_back({L"计算有功功率", L"Pjs = K∑p × ΣPjs = " + Fa(board.m_strKp) + L" × " +
+                                      Pw(b.activeSum) + L" = " + Pw(board.m_strCalcP) + L" kW"});
+    s.push_back({L"计算无功功率", L"Qjs = K∑q × ΣQjs = " + Fa(board.m_strKq) + L" × " +
+                                      Pw(b.reactiveSum) + L" = " + Pw(board.m_strCalcQ) +
+                                      L" kvar"});
+    s.push_back({L"视在功率", L"Sjs = √(Pjs² + Qjs²) = √(" + Pw(board.m_strCalcP) + L"² + " +
+                                  Pw(board.m_strCalcQ) + L"²) = " + Pw(board.m_strCalcS) +
+                                  L" kV·A"});
+    if (ParseNumber(board.m_strCalcS) == 0) {
+        s.push_back({L"功率因数", L"Sjs = 0，取 cosφ = " + Fa(board.m_strPowerFactor)});
+    } else {
+        s.push_back({L"功率因数", L"cosφ = Pjs / Sjs = " + Pw(board.m_strCalcP) + L" / " +
+                                      Pw(board.m_strCalcS) + L" = " + Fa(board.m_strPowerFactor)});
+    }
+    const std::wstring divisor = !threePhase                        ? L"0.22"
+                                 : rules == CalcRules::GB51348_2019 ? L"(√3 × 0.38)"
+                                                                    : L"(1.732 × 0.38)";
+    s.push_back({L"计算电流", L"Ijs = Sjs / " + divisor + L" = " + Pw(board.m_strCalcS) + L" / " +
+                                  divisor + L" = " + Cu(board.m_strCalcI) + L" A"});
+    return s;
+}
+
+/// A transformer as the book shows it: its members and the parts of its
+/// group sums from the index, its steps when asked for.
+BookTransformer TransformerOf(const CLoadCalDocument& doc, const CSupplyIndex& index, int m,
+                              bool steps)
+{
+    const CTransformerCalData& t = doc.transformers[m];
+    BookTransformer b;
+    b.index = m;
+    b.circuits = index.TransformerCircuits(m);
+    b.boards = index.TransformerBoards(m);
+    b.phases = index.TransformerMembers(m);
+    b.installedSum = FormatG(b.phases.Sum(SumField::Installed, doc.rules));
+    b.activeSum = FormatG(b.phases.Sum(SumField::Active, doc.rules));
+    b.reactiveSum = FormatG(b.phases.Sum(SumField::Reactive, doc.rules));
+    // Qc as the transformer's calculation takes it: the sum as its text reads, times K∑q.
+    b.reactiveLoad = ParseNumber(b.reactiveSum) * ParseNumber(t.m_strKq);
+    for (int k = 0; k < 3; ++k) {
+        b.phaseCurrents[k] = b.phases.current[k] + b.phases.threePhaseCurrent;
+    }
+    const double s2 = ParseNumber(t.m_strCalcS);
+    b.cosAfterActual = s2 > 1e-8 ? ParseNumber(t.m_strCalcP) / s2 : 0.0;
+    if (steps) {
+        b.steps = TransformerSteps(t, b, doc.rules);
+    }
+    return b;
+}
+
+/// The names of the boards and transformers a board's owner list names,
+/// each once, in the order named.
+std::vector<std::wstring> OwnersNamed(const CLoadCalDocument& doc, const CSupplyIndex& index,
+                                      int board)
+{
+    std::vector<std::wstring> names;
+    for (int owner : index.Boards().OwnersOf(board)) {
+        names.push_back(doc.boards[owner].m_strName);
+    }
+    for (const auto& piece : OwnerPieces(doc.boards[board].m_strOwner)) {
+        const int t = FindTransformer(doc.transformers, piece);
+        if (t >= 0 &&
+            std::find(names.begin(), names.end(), doc.transformers[t].m_strName) == names.end()) {
+            names.push_back(doc.transformers[t].m_strName);
+        }
+    }
+    return names;
+}
+
+BookBoard BoardOf(const CLoadCalDocument& doc, const CSupplyIndex& index, int board)
+{
+    const CBoardCalData& record = doc.boards[board];
+    BookBoard b;
+    b.index = board;
+    b.onCycle = index.Boards().OnCycle(board);
+    b.owners = OwnersNamed(doc, index, board);
+    b.circuits = index.BoardCircuits(board);
+    b.boards = index.Boards().MembersOf(board);
+    if (b.onCycle) {
+        return b;
+    }
+    b.phases = index.BoardMembers(board);
+    b.installedSum = FormatG(BoardGroupSum(record, b.phases, SumField::Installed, doc.rules));
+    b.activeSum = FormatG(BoardGroupSum(record, b.phases, SumField::Active, doc.rules));
+    b.reactiveSum = FormatG(BoardGroupSum(record, b.phases, SumField::Reactive, doc.rules));
+    b.steps = BoardSteps(record, b, doc.rules);
+    return b;
+}
+
+/// The boards in the book's tree order: from each transformer in list order
+/// its member boards depth first (a board once, where first reached; boards
+/// on a cycle are not walked), then the boards no transformer reaches, then
+/// those on a cycle. Iterative, for chains of any depth.
+std::vector<BookBoard> BoardsInTreeOrder(const CLoadCalDocument& doc, const CSupplyIndex& index)
+{
+    const CBoardGraph& graph = index.Boards();
+    std::vector<char> placed(static_cast<size_t>(graph.BoardCount()), 0);
+    std::vector<BookBoard> out;
+    struct Visit {
+        int board;
+        int parent;
+        int depth;
+    };
+    std::vector<Visit> stack;
+    const auto walk = [&](int transformer) {
+        while (!stack.empty()) {
+            const Visit v = stack.back();
+            stack.pop_back();
+            if (placed[static_cast<size_t>(v.board)] || graph.OnCycle(v.board)) {
+                continue;
+            }
+            placed[static_cast<size_t>(v.board)] = 1;
+            BookBoard b = BoardOf(doc, index, v.board);
+            b.parent = v.parent;
+            b.transformer = transformer;
+            b.depth = v.depth;
+            for (auto m = b.boards.rbegin(); m != b.boards.rend(); ++m) {
+                stack.push_back({*m, v.board, v.depth + 1});
+            }
+            out.push_back(std::move(b));
+        }
+    };
+    for (int m = 0; m < doc.transformers.GetSize(); ++m) {
+        const std::vector<int>& fed = index.TransformerBoards(m);
+        for (auto b = fed.rbegin(); b != fed.rend(); ++b) {
+            stack.push_back({*b, -1, 1});
+        }
+        walk(m);
+    }
+    for (int b = 0; b < graph.BoardCount(); ++b) {
+        if (!placed[static_cast<size_t>(b)] && !graph.OnCycle(b)) {
+            // Not reached from a transformer: the top of its own tree, if it is one.
+            bool top = true;
+            for (int owner : graph.OwnersOf(b)) {
+                top = top && graph.OnCycle(owner);
+            }
+            if (top) {
+                stack.push_back({b, -1, 1});
+                walk(-1);
+            }
+        }
+    }
+    for (int b = 0; b < graph.BoardCount(); ++b) {
+        if (!placed[static_cast<size_t>(b)]) {
+            placed[static_cast<size_t>(b)] = 1;
+            out.push_back(BoardOf(doc, index, b));
+            out.back().transformer = -1;
+        }
+    }
+    return out;
 }
 
 }  // namespace
@@ -259,35 +484,23 @@ std::vector<std::wstring> NonNumericCells(const CLoadArray& loads,
     return found;
 }
 
-BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& transformers)
+BookContent BuildBookContent(const CLoadCalDocument& doc)
 {
     BookContent book;
-    const CCheckWarnings warnings = CheckDocument(CLoadCalDocument(loads, transformers));
-    const COwnerIndex index(loads);
+    book.rules = doc.rules;
+    const CCheckWarnings warnings = CheckDocument(doc);
+    CSupplyIndex index(doc);
+    index.ReadBoardFigures(doc.boards);
     book.totals = index.Totals();
-    for (int m = 0; m < transformers.GetSize(); ++m) {
-        const CTransformerCalData& t = transformers[m];
-        BookTransformer b;
-        b.index = m;
-        for (int i = 0; i < loads.GetSize(); ++i) {
-            if (BelongsTo(loads[i], t.m_strName)) {
-                b.circuits.push_back(i);
-            }
-        }
-        b.phases = GroupPhasesOf(loads, t.m_strName);
-        b.installedSum = index.GroupSum(t.m_strName, SumField::Installed);
-        b.activeSum = index.GroupSum(t.m_strName, SumField::Active);
-        b.reactiveSum = index.GroupSum(t.m_strName, SumField::Reactive);
-        for (int k = 0; k < 3; ++k) {
-            b.phaseCurrents[k] = b.phases.current[k] + b.phases.threePhaseCurrent;
-        }
-        const double s2 = ParseNumber(t.m_strCalcS);
-        b.cosAfterActual = s2 > 1e-8 ? ParseNumber(t.m_strCalcP) / s2 : 0.0;
-        b.steps = TransformerSteps(t, b);
-        AddTransformerChecks(t, b, m, warnings, book.checks);
+    for (int m = 0; m < doc.transformers.GetSize(); ++m) {
+        BookTransformer b = TransformerOf(doc, index, m, true);
+        AddTransformerChecks(doc.transformers[m], b, m, doc.rules, warnings, book.checks);
         book.transformers.push_back(std::move(b));
     }
-    const std::vector<std::wstring> cells = NonNumericCells(loads, transformers);
+    if (!doc.boards.IsEmpty()) {
+        book.boards = BoardsInTreeOrder(doc, index);
+    }
+    const std::vector<std::wstring> cells = NonNumericCells(doc.loads, doc.transformers);
     std::wstring finding;
     if (cells.empty()) {
         finding = L"所有数字单元格均为数字";
@@ -302,6 +515,19 @@ BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& t
         }
     }
     book.checks.push_back({L"数字单元格可读为数字", L"全部", finding, cells.empty()});
+
+    if (doc.rules == CalcRules::Original) {
+        BookComparison other;
+        other.document = doc;
+        other.document.rules = CalcRules::GB51348_2019;
+        other.totals = RecalculateDocument(other.document);
+        CSupplyIndex recalculated(other.document);
+        recalculated.ReadBoardFigures(other.document.boards);
+        for (int m = 0; m < other.document.transformers.GetSize(); ++m) {
+            other.transformers.push_back(TransformerOf(other.document, recalculated, m, false));
+        }
+        book.comparison = std::move(other);
+    }
     // The document's problems, as the window marks them and the command
     // line lists them.
     if (warnings.empty()) {
@@ -311,6 +537,11 @@ BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& t
         book.checks.push_back({L"数据检查", L"", w.text, false});
     }
     return book;
+}
+
+BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& transformers)
+{
+    return BuildBookContent(CLoadCalDocument(loads, transformers));
 }
 
 }  // namespace loadcal

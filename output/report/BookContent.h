@@ -1,9 +1,11 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "model/Calculation.h"
+#include "model/Document.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -16,21 +18,44 @@ struct BookStep {
     std::wstring text;
 };
 
-/// What the book shows of one transformer: the circuits that belong to it
-/// (indexes into the circuit list, list order), the parts of its group sums,
-/// the phase currents L1, L2, L3 as the conductors carry them (A, the sum of
-/// the circuits' Ijs: single-phase circuits in their phase, a three-phase
-/// circuit its whole current in every phase; before simultaneity and
-/// compensation) and the steps, their figures rounded for reading.
+/// What the book shows of one transformer: the circuits and the boards that
+/// belong to it (indexes into their lists, list order), the parts of its
+/// group sums, the phase currents L1, L2, L3 as the conductors carry them (A,
+/// the sum of the members' Ijs: single-phase members in their phase, a
+/// three-phase member its whole current in every phase; before simultaneity
+/// and compensation) and the steps, their figures rounded for reading.
 struct BookTransformer {
     int index = 0;
     std::vector<int> circuits;
+    std::vector<int> boards;
     GroupPhases phases;
     std::wstring installedSum;  ///< ΣPe, kW, "%G"
     std::wstring activeSum;     ///< ΣPjs with the 15 % rule, kW, "%G"
     std::wstring reactiveSum;   ///< ΣQjs with the 15 % rule, kvar, "%G"
+    double reactiveLoad = 0;    ///< Qc = K∑q × ΣQjs, kvar, as the calculation takes it
     double phaseCurrents[3] = {0, 0, 0};
     double cosAfterActual = 0;  ///< Pc / S2 from the document's texts; 0 when S2 is 0
+    std::vector<BookStep> steps;
+};
+
+/// What the book shows of one distribution board, in the tree order of the
+/// book (each transformer in list order, then the boards it feeds depth
+/// first, members in list order; a board fed from several owners stands once,
+/// where the walk first reaches it; boards no transformer reaches, then
+/// boards on a cycle of owners, last).
+struct BookBoard {
+    int index = 0;         ///< into the board list
+    int parent = -1;       ///< the board it stands under in the walk (index), or -1
+    int transformer = -1;  ///< the transformer the walk came from, or -1 when none reaches it
+    int depth = 0;         ///< 1 under a transformer, 2 under such a board, ...
+    bool onCycle = false;  ///< on a cycle of owners: no figures, no steps
+    std::vector<std::wstring> owners;  ///< the boards and transformers its owner list names
+    std::vector<int> circuits;         ///< member circuits, list order
+    std::vector<int> boards;           ///< member boards, list order
+    GroupPhases phases;
+    std::wstring installedSum;  ///< ΣPe as the board takes it, kW, "%G"
+    std::wstring activeSum;     ///< ΣPjs, kW, "%G"
+    std::wstring reactiveSum;   ///< ΣQjs, kvar, "%G"
     std::vector<BookStep> steps;
 };
 
@@ -42,18 +67,33 @@ struct BookCheck {
     bool met = true;
 };
 
+/// Under the original rules, the same document recalculated under GB
+/// 51348-2019 in a copy (RecalculateDocument), so that a reviewer sees
+/// what the rule set changes for this document: the copy, its transformers
+/// as the book shows them (no steps), its totals.
+struct BookComparison {
+    CLoadCalDocument document;
+    std::vector<BookTransformer> transformers;
+    SummaryTotals totals;
+};
+
 /// Everything the calculation book says about a document, computed from the
 /// record texts as they stand (nothing is recalculated: the results shown are
 /// the document's own texts; only the intermediate figures the records do
 /// not hold — group sums, Qc, the required capacity — are derived, with the
-/// model's arithmetic).
+/// model's own functions under the document's rule set).
 struct BookContent {
+    CalcRules rules = CalcRules::Original;
     std::vector<BookTransformer> transformers;
+    std::vector<BookBoard> boards;  ///< tree order; empty without boards
     std::vector<BookCheck> checks;
     SummaryTotals totals;
+    std::optional<BookComparison> comparison;  ///< under the original rules only
 };
 
 /// Builds the book's content of a document.
+BookContent BuildBookContent(const CLoadCalDocument& doc);
+/// The same for a document of the two lists alone (no boards, the original rules).
 BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& transformers);
 
 /// The texts of a document's figure cells that do not read as numbers

@@ -365,7 +365,7 @@ void CBookLayout::BarChart(const QString& title, const QString& axisLabel,
     // round figure a step below the smallest, so that the differences show.
     bool fromZero = !(low > 0) || high - low > 0.4 * high;
     double step = RoundStep(high > 0 ? (fromZero ? high : high - low) / 4 : 0.25);
-    if (!fromZero && high - low < step / 100) {
+    if (!fromZero && !(step > 0 && high - low >= step / 100)) {
         step = RoundStep(high / 20);  // equal values: a short axis around them
     }
     double axisLow = fromZero ? 0 : (std::floor(low / step) - 1) * step;

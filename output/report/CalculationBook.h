@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <string>
 
+#include "model/Document.h"
 #include "model/ProjectInfo.h"
-#include "model/Records.h"
 
 namespace loadcal {
 
@@ -21,24 +21,28 @@ struct BookInfo {
 std::wstring BookProjectName(const std::wstring& documentPath);
 
 /// Renders the calculation book (计算书) of a document as PDF bytes, on A4
-/// (portrait; landscape for the two wide tables), in Chinese, with the texts
+/// (portrait; landscape for the wide tables), in Chinese, with the texts
 /// as text in embedded CJK fonts: the title page with the project
-/// information and the four signatures, the contents with page numbers, the
-/// standards and method, the formulas, the load and transformer tables
-/// (headers repeated on every page), each transformer's sizing step by step
-/// with its phase-current chart, the grand totals, the reviewer's checks, and
-/// page numbers "第 n 页 共 m 页". The figures are the document's texts as they
-/// stand, rounded for reading (output/Figures.h); nothing is recalculated. Needs a Qt GUI
-/// application, which it starts on the offscreen platform when the process has none.
-std::string RenderCalculationBook(const CLoadArray& loads, const CTransformerArray& transformers,
-                                  const BookInfo& info);
+/// information, the rule set and the four signatures, the contents with page
+/// numbers, the standards, method and rule set, the formulas of that rule
+/// set, the load table, the board table (when the document has boards) and
+/// the transformer table (headers repeated on every page), a page per board
+/// in tree order (its members, the sums under the 15 % rule, K∑p, K∑q and
+/// the result), each transformer's sizing step by step with its members and
+/// its phase-current chart, the grand totals, under the original rules the
+/// comparison with the document recalculated under GB 51348-2019, the
+/// reviewer's checks, and page numbers "第 n 页 共 m 页". The figures are the
+/// document's texts as they stand, rounded for reading (output/Figures.h);
+/// the intermediates are the model's own under the document's rule set;
+/// nothing of the document is recalculated. Needs a Qt GUI application,
+/// which it starts on the offscreen platform when the process has none.
+std::string RenderCalculationBook(const CLoadCalDocument& doc, const BookInfo& info);
 
 /// Renders the book and writes it to path atomically. Throws OutputError
 /// naming the file on any failure; the previous file then stays as it was
 /// and no temporary file is left. An existing file is replaced only when
 /// replace is set.
-void WriteCalculationBook(const std::filesystem::path& path, const CLoadArray& loads,
-                          const CTransformerArray& transformers, const BookInfo& info,
-                          bool replace = true);
+void WriteCalculationBook(const std::filesystem::path& path, const CLoadCalDocument& doc,
+                          const BookInfo& info, bool replace = true);
 
 }  // namespace loadcal

@@ -270,19 +270,16 @@ void AddExport(CLI::App& app, CliRun& run)
                 throw UsageError("--base " + run.base + ": expected X,Y or X,Y,Z");
             }
             const CLoadCalDocument doc = ReadInput(run);
-            const CLoadArray& loads = doc.loads;
-            const CTransformerArray& transformers = doc.transformers;
             const SummaryTotals totals = ComputeTotals(doc);
             if (!run.xlsx.empty()) {
-                WriteWorkbook(run.xlsx, loads, transformers, totals);
+                WriteWorkbook(run.xlsx, doc, totals);
                 return;
             }
             CTerminalPointSource terminal(run.in, run.out);
             CFixedPointSource given(base);
             IPointSource& points = base ? static_cast<IPointSource&>(given) : terminal;
-            const auto result = ExportDrawing(loads, transformers, totals,
-                                              {run.dxf, run.scale, run.force, doc.project.Name()},
-                                              points, &run.out);
+            const auto result = ExportDrawing(
+                doc, totals, {run.dxf, run.scale, run.force, doc.project.Name()}, points, &run.out);
             if (result == DrawingExportResult::Declined) {
                 run.out << "\nloadcal: no base point was given; nothing was drawn\n";
             }
@@ -299,18 +296,19 @@ void AddReport(CLI::App& app, CliRun& run)
     cmd->callback([&run] {
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
-            if (!doc.IsOriginalOnly()) {
-                // The book derives its figures under the original rules from the
-                // circuits alone; it would contradict the document's own figures.
+            // Boards on a cycle have no figures to show.
+            RefuseBoardCycle(run, doc);
+            if (HasFireRoles(doc)) {
+                // The book does not show the fire case's figures; it would
+                // leave out the case that may govern a transformer.
                 throw DocumentError(run.input +
-                                    ": the calculation book does not show boards, the "
-                                    "GB 51348-2019 rules or the fire case yet; nothing was "
-                                    "written");
+                                    ": the calculation book does not show the fire case yet; "
+                                    "nothing was written");
             }
             // The book shows figures that follow from the inputs.
             FillFiguresFromTypes(run, doc);
             RecalculateDocument(doc);
-            WriteCalculationBook(run.pdf, doc.loads, doc.transformers,
+            WriteCalculationBook(run.pdf, doc,
                                  {BookProjectName(FromUtf8(run.input)), {}, doc.project});
         };
     });
@@ -334,8 +332,6 @@ void AddDemo(CLI::App& app, CliRun& run)
             const std::wstring report = BalancePhases(doc.loads, doc.transformers, std::nullopt);
             const SummaryTotals totals = ComputeTotals(doc);
             PrintDocument(run, doc, totals);
-            const CLoadArray& loads = doc.loads;
-            const CTransformerArray& transformers = doc.transformers;
             if (!run.json) {
                 run.out << "\n调整相位\n" << ToUtf8(report);
             }
@@ -346,11 +342,11 @@ void AddDemo(CLI::App& app, CliRun& run)
             if (ec) {
                 throw DocumentError(run.outDir + ": cannot create the folder: " + ec.message());
             }
-            WriteWorkbook(dir / "office-building.xlsx", loads, transformers, totals);
+            WriteWorkbook(dir / "office-building.xlsx", doc, totals);
             CFixedPointSource origin(CadPoint{0, 0, 0});
-            ExportDrawing(loads, transformers, totals,
-                          {dir / "office-building.dxf", 1.0, true, doc.project.Name()}, origin);
-            WriteCalculationBook(dir / "office-building.pdf", loads, transformers,
+            ExportDrawing(doc, totals, {dir / "office-building.dxf", 1.0, true, doc.project.Name()},
+                          origin);
+            WriteCalculationBook(dir / "office-building.pdf", doc,
                                  {L"office-building", {}, doc.project});
             if (!run.json) {
                 run.out << "\n"

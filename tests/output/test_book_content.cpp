@@ -3,11 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
+
 #include "model/Calculation.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/Figures.h"
 #include "output/report/BookContent.h"
+#include "tests/support/RandomDocument.h"
+#include "tests/support/ReferenceCalculation.h"
 
 using namespace loadcal;
 
@@ -194,4 +198,213 @@ TEST(BookSteps, PhaseCurrentsAddSinglePhaseCircuitsToTheirPhaseAndThreePhaseToEv
     EXPECT_NEAR(b.phaseCurrents[0], i1 + i3, 1e-9);
     EXPECT_NEAR(b.phaseCurrents[1], i2 + i3, 1e-9);
     EXPECT_NEAR(b.phaseCurrents[2], i3, 1e-9);
+}
+
+namespace {
+
+CBoardCalData Board(const std::wstring& name, const std::wstring& owner,
+                    const std::wstring& phase = std::wstring(kPhaseThree))
+{
+    CBoardCalData b;
+    b.m_strName = name;
+    b.m_strOwner = owner;
+    b.m_strPhase = phase;
+    return b;
+}
+
+bool HasStep(const BookBoard& b, const std::wstring& text)
+{
+    for (const BookStep& s : b.steps) {
+        if (s.text == text) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/// Board AP1 (K∑p 0.9) on T1 with single-phase circuits of 10, 10 and 14 kW
+/// and a three-phase one of 300 kW, all at cos φ 1 (no reactive power): the
+/// single-phase currents are unbalanced (the original rule takes three times
+/// the largest phase) while the single-phase total is 11 % of the
+/// three-phase one (GB 51348-2019 adds them as they are).
+CLoadCalDocument UnbalancedButSmall(CalcRules rules, const std::wstring& owner = L"AP1")
+{
+    CLoadCalDocument doc;
+    doc.rules = rules;
+    const std::pair<const wchar_t*, const wchar_t*> circuits[] = {{kPhaseL1.data(), L"10"},
+                                                                  {kPhaseL2.data(), L"10"},
+                                                                  {kPhaseL3.data(), L"14"},
+                                                                  {kPhaseThree.data(), L"300"}};
+    for (const auto& [phase, power] : circuits) {
+        CLoadCalData c = Circuit(L"W", phase, power, owner);
+        c.m_strDemandFactor = L"1";
+        c.m_strPowerFactor = L"1";
+        doc.loads.Add(c);
+    }
+    doc.transformers.Add(Transformer(L"T1"));
+    CBoardCalData ap1 = Board(L"AP1", L"T1");
+    ap1.m_strKp = L"0.9";
+    ap1.m_strKq = L"0.95";
+    doc.boards.Add(ap1);
+    RecalculateDocument(doc);
+    return doc;
+}
+
+}  // namespace
+
+TEST(BookBoards, TheStepsOfABoardTakeTheSumsOfItsRuleSet)
+{
+    const CLoadCalDocument original = UnbalancedButSmall(CalcRules::Original);
+    const CLoadCalDocument gb = UnbalancedButSmall(CalcRules::GB51348_2019);
+    const BookContent a = BuildBookContent(original);
+    const BookContent b = BuildBookContent(gb);
+    ASSERT_EQ(a.boards.size(), 1u);
+    ASSERT_EQ(b.boards.size(), 1u);
+    // 3 x 14 + 300 = 342 under the original rule; 10 + 10 + 14 + 300 = 334 under GB 51348-2019.
+    EXPECT_EQ(a.boards[0].activeSum, L"342");
+    EXPECT_EQ(b.boards[0].activeSum, L"334");
+    EXPECT_EQ(original.boards[0].m_strCalcP, L"307.8");  // 0.9 x 342
+    EXPECT_EQ(gb.boards[0].m_strCalcP, L"300.6");        // 0.9 x 334
+    EXPECT_TRUE(HasStep(a.boards[0],
+                        L"ΣPjs = 3 × max(PL1, PL2, PL3) + P3φ = 3 × max(10.00, "
+                        L"10.00, 14.00) + 300.00 = 3 × 14.00 + 300.00 = 342.00 kW"));
+    EXPECT_TRUE(HasStep(b.boards[0],
+                        L"ΣPjs = PL1 + PL2 + PL3 + P3φ = 10.00 + 10.00 + 14.00 + "
+                        L"300.00 = 334.00 kW"));
+    EXPECT_TRUE(HasStep(a.boards[0], L"Pjs = K∑p × ΣPjs = 0.90 × 342.00 = 307.80 kW"));
+    EXPECT_TRUE(HasStep(b.boards[0], L"Pjs = K∑p × ΣPjs = 0.90 × 334.00 = 300.60 kW"));
+    // The current with the rule set's factor: 307.8 / (1.732 x 0.38) = 467.7 A,
+    // 300.6 / (sqrt 3 x 0.38) = 456.7 A.
+    EXPECT_TRUE(
+        HasStep(a.boards[0], L"Ijs = Sjs / (1.732 × 0.38) = 307.80 / (1.732 × 0.38) = 467.7 A"));
+    EXPECT_TRUE(HasStep(b.boards[0], L"Ijs = Sjs / (√3 × 0.38) = 300.60 / (√3 × 0.38) = 456.7 A"));
+    // The transformer takes the board as one three-phase member.
+    EXPECT_EQ(b.transformers[0].boards, std::vector<int>{0});
+    EXPECT_TRUE(b.transformers[0].circuits.empty());
+    EXPECT_EQ(b.transformers[0].activeSum, L"300.6");
+    // With the circuits straight on T1, the balance check of GB 51348-2019 is
+    // met by the small share, the original one needs attention for the
+    // unbalanced currents.
+    const BookContent directA = BuildBookContent(UnbalancedButSmall(CalcRules::Original, L"T1"));
+    const BookContent directB =
+        BuildBookContent(UnbalancedButSmall(CalcRules::GB51348_2019, L"T1"));
+    EXPECT_FALSE(CheckOf(directA, L"单相负荷三相平衡（15 % 规则）", L"T1").met);
+    EXPECT_TRUE(CheckOf(directB, L"单相负荷三相平衡（15 % 规则）", L"T1").met);
+    EXPECT_EQ(directA.transformers[0].activeSum, L"342");
+    EXPECT_EQ(directB.transformers[0].activeSum, L"334");
+}
+
+TEST(BookBoards, ASinglePhaseBoardAddsItsMembersAsTheyAreAndDividesBy022)
+{
+    CLoadCalDocument doc;
+    doc.rules = CalcRules::GB51348_2019;
+    CLoadCalData c = Circuit(L"WL1", L"L2,N", L"4.4", L"AL1");
+    c.m_strDemandFactor = L"1";
+    c.m_strPowerFactor = L"1";
+    doc.loads.Add(c);
+    doc.transformers.Add(Transformer(L"T1"));
+    CBoardCalData al1 = Board(L"AL1", L"T1", L"L2,N");
+    al1.m_strKp = L"1";
+    al1.m_strKq = L"1";
+    doc.boards.Add(al1);
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc);
+    ASSERT_EQ(book.boards.size(), 1u);
+    EXPECT_TRUE(HasStep(book.boards[0], L"单相配电箱只接一相，所接负荷直接相加"));
+    EXPECT_TRUE(HasStep(book.boards[0], L"Ijs = Sjs / 0.22 = 4.40 / 0.22 = 20.0 A"));
+    // In the transformer it is a single-phase member on L2: its current in L2 only.
+    const BookTransformer& t = book.transformers[0];
+    EXPECT_DOUBLE_EQ(t.phaseCurrents[0], 0);
+    EXPECT_DOUBLE_EQ(t.phaseCurrents[1], 20);
+    EXPECT_DOUBLE_EQ(t.phaseCurrents[2], 0);
+}
+
+TEST(BookBoards, TheTreeOrderWalksEachTransformerDepthFirstAndShowsADualFedBoardOnce)
+{
+    CLoadCalDocument doc;
+    doc.transformers.Add(Transformer(L"T1"));
+    doc.transformers.Add(Transformer(L"T2"));
+    const std::pair<const wchar_t*, const wchar_t*> boards[] = {
+        {L"B", L"T2"},   // 0
+        {L"D", L"c"},    // 1: under C (names match without regard to case)
+        {L"A", L"T1"},   // 2
+        {L"C", L"A,B"},  // 3: dual-fed, from T1 through A and from T2 through B
+        {L"F", L"X"},    // 4: names nothing
+        {L"G", L"H"},    // 5: G and H own each other
+        {L"H", L"G"},    // 6
+        {L"E", L"T1"},   // 7
+        {L"K", L"G"},    // 8: fed from the cycle only
+    };
+    for (const auto& [name, owner] : boards) {
+        doc.boards.Add(Board(name, owner));
+    }
+    doc.loads.Add(Circuit(L"W1", std::wstring(kPhaseThree), L"10", L"D"));
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc);
+    std::vector<std::wstring> order;
+    for (const BookBoard& b : book.boards) {
+        order.push_back(doc.boards[b.index].m_strName);
+    }
+    EXPECT_EQ(order,
+              (std::vector<std::wstring>{L"A", L"C", L"D", L"E", L"B", L"F", L"K", L"G", L"H"}));
+    const BookBoard& c = book.boards[1];
+    EXPECT_EQ(c.owners, (std::vector<std::wstring>{L"A", L"B"}));
+    EXPECT_EQ(c.parent, 2);
+    EXPECT_EQ(c.transformer, 0);
+    EXPECT_EQ(book.boards[2].depth, 3);
+    EXPECT_EQ(book.boards[2].circuits, std::vector<int>{0});
+    EXPECT_EQ(book.boards[4].transformer, 1);   // B
+    EXPECT_EQ(book.boards[5].transformer, -1);  // F
+    EXPECT_EQ(book.boards[6].transformer, -1);  // K
+    EXPECT_FALSE(book.boards[6].onCycle);
+    EXPECT_TRUE(book.boards[7].onCycle);
+    EXPECT_TRUE(book.boards[7].steps.empty());
+    // The dual-fed C counts in both transformers, through A and through B.
+    EXPECT_EQ(book.transformers[0].activeSum, book.transformers[1].activeSum);
+    EXPECT_NE(ParseNumber(book.transformers[0].activeSum), 0);
+}
+
+TEST(BookBoards, AChainOfTenThousandBoardsIsWalkedWithoutRecursion)
+{
+    CLoadCalDocument doc;
+    doc.transformers.Add(Transformer(L"T1"));
+    constexpr int kDepth = 10000;
+    for (int k = 0; k < kDepth; ++k) {
+        doc.boards.Add(Board(L"AP" + std::to_wstring(k),
+                             k == 0 ? std::wstring(L"T1") : L"AP" + std::to_wstring(k - 1)));
+    }
+    doc.loads.Add(
+        Circuit(L"W1", std::wstring(kPhaseThree), L"10", L"AP" + std::to_wstring(kDepth - 1)));
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc);
+    ASSERT_EQ(book.boards.size(), static_cast<size_t>(kDepth));
+    EXPECT_EQ(book.boards.back().depth, kDepth);
+    EXPECT_EQ(book.boards.back().index, kDepth - 1);
+    EXPECT_EQ(book.boards.back().parent, kDepth - 2);
+}
+
+TEST(BookBoards, UnderTheOriginalRulesTheComparisonIsTheDocumentRecalculatedUnderGB51348)
+{
+    std::mt19937 rng(5);
+    testsupport::RandomBoardOptions opt;
+    opt.circuits = 80;
+    opt.boards = 12;
+    opt.transformers = 3;
+    CLoadCalDocument doc;
+    testsupport::MakeRandomBoardDocument(rng, opt, doc);
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc);
+    ASSERT_TRUE(book.comparison.has_value());
+    // The independent transcription of the method gives the same copy.
+    CLoadCalDocument expected = doc;
+    expected.rules = CalcRules::GB51348_2019;
+    const SummaryTotals totals = reference::RecalculateDocument(expected);
+    EXPECT_EQ(book.comparison->document, expected);
+    EXPECT_EQ(book.comparison->totals, totals);
+    ASSERT_EQ(book.comparison->transformers.size(), 3u);
+    // The document itself is shown as it stands.
+    EXPECT_EQ(book.totals, ComputeTotals(doc));
+
+    doc.rules = CalcRules::GB51348_2019;
+    EXPECT_FALSE(BuildBookContent(doc).comparison.has_value());
 }

@@ -7,6 +7,9 @@
 #include <QGuiApplication>
 #include <QTextBoundaryFinder>
 
+#include <algorithm>
+#include <cmath>
+
 #include "output/report/BookLayout.h"
 
 using namespace loadcal;
@@ -66,4 +69,43 @@ TEST(BookLayout, LinesBreakOnlyBetweenWholeGraphemeClusters)
         }
     }
     EXPECT_GT(clusters.size(), 20);
+}
+
+TEST(BookLayout, ABarChartOfThreeEqualValuesDrawsItsBarsAndAnAxisAroundThem)
+{
+    // Three equal phase currents (a transformer fed by three-phase boards
+    // only): the bars stand at their height on a short axis with round ticks.
+    int argc = 1;
+    char name[] = "report_tests";
+    char* argv[] = {name, nullptr};
+    const QGuiApplication app(argc, argv);
+    for (const double value : {1068.7, 27.0, 0.3}) {
+        CBookLayout book;
+        book.BarChart(QStringLiteral("各相电流"), QStringLiteral("电流 I (A)"),
+                      {QStringLiteral("L1"), QStringLiteral("L2"), QStringLiteral("L3")},
+                      {value, value, value}, 3200, 1100);
+        const BookPage& page = book.Pages().back();
+        ASSERT_EQ(page.boxes.size(), 3u) << value;
+        for (const BookPage::Box& bar : page.boxes) {
+            EXPECT_TRUE(std::isfinite(bar.rect.height())) << value;
+            EXPECT_GT(bar.rect.height(), 100) << value;  // visibly above the axis
+            EXPECT_NEAR(bar.rect.height(), page.boxes[0].rect.height(), 1e-9);
+        }
+        // Tick labels below and above the value, each a number.
+        std::vector<double> ticks;
+        for (const BookPage::Text& t : page.texts) {
+            bool ok = false;
+            const double tick = t.text.toDouble(&ok);
+            if (ok && t.text != QString::number(value, 'f', 1)) {
+                ticks.push_back(tick);
+            }
+        }
+        ASSERT_GE(ticks.size(), 2u) << value;
+        EXPECT_LT(*std::min_element(ticks.begin(), ticks.end()), value);
+        EXPECT_GE(*std::max_element(ticks.begin(), ticks.end()), value);
+        for (const BookPage::Text& t : page.texts) {
+            EXPECT_FALSE(t.text.contains(QStringLiteral("nan"), Qt::CaseInsensitive)) << value;
+            EXPECT_FALSE(t.text.contains(QStringLiteral("inf"), Qt::CaseInsensitive)) << value;
+        }
+    }
 }

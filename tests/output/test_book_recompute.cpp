@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "model/Calculation.h"
+#include "model/Document.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/report/BookContent.h"
@@ -28,7 +29,7 @@ struct Literal {
     double halfUnit;
 };
 
-/// Evaluates printed arithmetic: numbers, + − × /, parentheses, √( ), max( , ),
+/// Evaluates printed arithmetic: numbers, + − × /, parentheses, √( ), √3, max( , ),
 /// a trailing ² and a percentage sign. The literals are collected on a first
 /// pass and can be replaced on later ones, to see how the result moves.
 class CPrinted {
@@ -117,6 +118,9 @@ private:
             m_ok = m_ok && Take(L")");
             return v;
         }
+        if (Take(L"√3")) {
+            return std::sqrt(3.0);
+        }
         if (Take(L"max(")) {
             double v = Expression();
             while (m_ok && Take(L",")) {
@@ -147,7 +151,9 @@ private:
         const size_t point = digits.find(L'.');
         const double read = std::stod(ToUtf8(digits));
         if (!m_values) {
-            const bool exact = point == std::wstring::npos || digits == L"0.38";
+            // Integers and the method's constants are exact.
+            const bool exact = point == std::wstring::npos || digits == L"0.38" ||
+                               digits == L"0.22" || digits == L"1.732";
             const double half =
                 exact ? 0 : 0.5 * std::pow(10.0, -static_cast<double>(digits.size() - point - 1));
             m_literals.push_back({read, half});
@@ -266,4 +272,47 @@ TEST(BookRecompute, EveryFormulaLineRecomputesFromItsPrintedFigures)
     }
     EXPECT_GT(transformersSeen, 20);
     EXPECT_GT(checked, 200);
+}
+
+TEST(BookRecompute, EveryBoardAndTransformerStepWithBoardsRecomputesUnderBothRuleSets)
+{
+    std::mt19937 rng(12);
+    int boardSteps = 0;
+    int boardsSeen = 0;
+    int transformerSteps = 0;
+    for (const CalcRules rules : {CalcRules::Original, CalcRules::GB51348_2019}) {
+        for (int round = 0; round < 6; ++round) {
+            testsupport::RandomBoardOptions opt;
+            opt.circuits = 120;
+            opt.boards = 25;
+            opt.transformers = 3;
+            opt.rules = rules;
+            CLoadCalDocument doc;
+            testsupport::MakeRandomBoardDocument(rng, opt, doc);
+            RecalculateDocument(doc);
+            const BookContent book = BuildBookContent(doc);
+            ASSERT_EQ(book.boards.size(), static_cast<size_t>(doc.boards.GetSize()));
+            for (const BookBoard& b : book.boards) {
+                int here = 0;
+                for (const BookStep& step : b.steps) {
+                    here += CheckStep(step) ? 1 : 0;
+                }
+                // Pjs, Qjs, Sjs, cos φ and Ijs of a loaded board, and its group
+                // sums when it has single-phase members.
+                if (ParseNumber(doc.boards[b.index].m_strCalcS) > 1) {
+                    EXPECT_GE(here, 5) << ToUtf8(doc.boards[b.index].m_strName);
+                    ++boardsSeen;
+                }
+                boardSteps += here;
+            }
+            for (const BookTransformer& t : book.transformers) {
+                for (const BookStep& step : t.steps) {
+                    transformerSteps += CheckStep(step) ? 1 : 0;
+                }
+            }
+        }
+    }
+    EXPECT_GT(boardsSeen, 150);
+    EXPECT_GT(boardSteps, 1000);
+    EXPECT_GT(transformerSteps, 300);
 }

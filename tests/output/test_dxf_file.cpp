@@ -4,12 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <fstream>
 
 #include "output/Drawing.h"
 #include "output/DrawingExport.h"
 #include "output/DrawingRun.h"
 #include "output/DxfFile.h"
+#include "output/Figures.h"
 #include "output/OutputError.h"
 #include "output/PointSource.h"
 #include "tests/output/OutputTestSupport.h"
@@ -256,6 +258,78 @@ TEST(DxfFile, EveryTextStaysWithinItsCellAsEzdxfMeasuresIt)
         EXPECT_LT(projectRight, titleLeft) << "the project name runs into the title";
         EXPECT_GT(projectRight, 0);
     }
+}
+
+TEST(DxfFile, BoardsStandInATableOfTheirOwnBetweenTheTwoTablesEveryTextInItsCell)
+{
+    const Document d = MakeDocument(3, 2);
+    CLoadCalDocument doc(d.loads, d.transformers);
+    const std::array<std::array<const wchar_t*, 11>, 2> boards = {{
+        {L"1AP-LD", L"1#变压器", L"L1,L2,L3,N", L"0.9", L"0.95", L"522", L"406.35", L"277.146",
+         L"491.864", L"747.31", L"0.826143"},
+        {L"地下二层消防风机及补风机组配电箱", L"1#变压器,2#变压器,3#变压器", L"L2,N", L"1", L"1",
+         L"8", L"6.8", L"-NAN", L"7.55556", L"34.3434", L"0.9"},
+    }};
+    for (const auto& texts : boards) {
+        CBoardCalData b;
+        for (int f = 0; f < CBoardCalData::kFieldCount; ++f) {
+            b.FieldAt(f) = texts[static_cast<size_t>(f)];
+        }
+        doc.boards.Add(b);
+    }
+    TempFolder folder;
+    CFixedPointSource points(CadPoint{0, 0, 0});
+    const auto path = folder / "boards.dxf";
+    ASSERT_EQ(ExportDrawing(doc, DistinctTotals(), {path, 1.0, false, {}}, points),
+              DrawingExportResult::Written);
+    const json dxf = ReadBack("dxf", path);
+    ASSERT_TRUE(dxf.is_object());
+    EXPECT_EQ(dxf["audit_errors"], 0);
+    // Load header at y 0, three circuits, a blank row, the total row (y -50 to
+    // -60), a blank row, the board header at -70, two boards, a blank row, the
+    // transformer header at -110.
+    // (Titles the load table shares stand there too: look at the place.)
+    const auto textAt = [&dxf](double x, double y) {
+        for (const json& t : dxf["texts"]) {
+            if (t["x"].get<double>() == x && t["y"].get<double>() == y) {
+                return t["text"].get<std::string>();
+            }
+        }
+        return std::string("(none)");
+    };
+    for (size_t k = 0; k < kBoardColumns.size(); ++k) {
+        EXPECT_EQ(textAt(30.0 * static_cast<double>(k) + 15, -75), ToUtf8(kBoardColumns[k].title));
+    }
+    ExpectTextAt(dxf, "1AP-LD", 15, -85);
+    ExpectTextAt(dxf, "406.35", 165, -85);
+    ExpectTextAt(dxf, "0.826", 255, -85);  // figures rounded as in the book
+    ExpectTextAt(dxf, "747.3", 285, -85);
+    ExpectTextAt(dxf, "-NAN", 195, -95);  // not a number: as stored
+    ExpectTextAt(dxf, "变压器名称", 15, -115);
+    // The owner list of the second board is narrowed into its cell; so is every text.
+    ASSERT_EQ(dxf["texts"].size(), dxf["cells"].size());
+    int boardTexts = 0;
+    for (size_t k = 0; k < dxf["texts"].size(); ++k) {
+        const json& t = dxf["texts"][k];
+        const json& cell = dxf["cells"][k];
+        if (IsTitle(t)) {
+            continue;
+        }
+        const double x = t["x"].get<double>();
+        const double y = t["y"].get<double>();
+        const double width = t["measured"].get<double>();
+        ASSERT_FALSE(cell["left"].is_null()) << t["text"];
+        ASSERT_FALSE(cell["right"].is_null()) << t["text"];
+        EXPECT_GE(x - width / 2, cell["left"].get<double>()) << t["text"];
+        EXPECT_LE(x + width / 2, cell["right"].get<double>()) << t["text"];
+        EXPECT_NEAR(cell["right"].get<double>() - cell["left"].get<double>(), 30, 1e-9);
+        EXPECT_NEAR(cell["top"].get<double>() - cell["bottom"].get<double>(), 10, 1e-9);
+        boardTexts += y < -70 && y > -100 ? 1 : 0;
+    }
+    EXPECT_EQ(boardTexts, 3 * 11);  // the header and two boards
+    // The frame closes around all three tables.
+    const json& frame = dxf["polylines"][0]["points"];
+    EXPECT_DOUBLE_EQ(frame[2][1].get<double>(), -140 - 5);  // two transformers below -120
 }
 
 TEST(DxfFile, ADeclinedRunSavedAnywayHasStyleAndLayerButNothingDrawnAndObjectSnapOff)

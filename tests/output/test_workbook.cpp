@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <map>
@@ -343,6 +344,100 @@ TEST(WorkbookFile, ReadsBackWithEveryCellInPlaceAndCentred)
     // Figures become numbers as typed figures do.
     EXPECT_EQ(cells.at({2, 5})["value"], 10.5);
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"负荷计算.xlsx"});
+}
+
+TEST(WorkbookFile, BoardsStandInATableOfTheirOwnBetweenTheCircuitsAndTheTransformers)
+{
+    TempFolder folder;
+    const Document d = MakeDocument(4, 2);
+    CLoadCalDocument doc(d.loads, d.transformers);
+    const std::array<std::array<const wchar_t*, 11>, 3> boards = {{
+        {L"001", L"1#变压器", L"L1,L2,L3,N", L"0.9", L"0.95", L"522", L"406.35", L"277.146",
+         L"491.864", L"747.31", L"0.826143"},
+        {L"1E2", L"001", L"L2,N", L"1", L"1", L"8", L"6.8", L"3.29339", L"7.55556", L"34.3434",
+         L"0.9"},
+        {L"配电箱名称很长的一个楼层照明配电箱", L"001,1E2", L"L1,L2,L3,N", L"约0.9", L"0.95", L"",
+         L"-NAN", L"0", L"0", L"0", L"0"},
+    }};
+    for (const auto& texts : boards) {
+        CBoardCalData b;
+        for (int f = 0; f < CBoardCalData::kFieldCount; ++f) {
+            b.FieldAt(f) = texts[static_cast<size_t>(f)];
+        }
+        doc.boards.Add(b);
+    }
+    WriteWorkbook(folder / "b.xlsx", doc, DistinctTotals());
+    const json workbook = ReadBack("xlsx", folder / "b.xlsx");
+    ASSERT_TRUE(workbook.is_object());
+    const CellMap cells = Cells(workbook);
+    // Circuits in rows 2-5, the total row 7, the board headers 9, boards 10-12,
+    // the transformer headers 14 and transformers 15-16.
+    auto loadHeaders = Row(kIssuedLoadHeaders);
+    loadHeaders.back() = L"归属";
+    ExpectRow(cells, 1, loadHeaders, 14);
+    EXPECT_EQ(cells.at({7, 2})["value"], "总计");
+    ExpectRow(cells, 9, Row(kIssuedBoardHeaders), 14);
+    for (int k = 0; k < 3; ++k) {
+        const int row = 10 + k;
+        for (size_t col = 0; col < kBoardColumns.size(); ++col) {
+            const json& c = cells.at({row, static_cast<int>(col) + 1});
+            const std::wstring text = doc.boards[k].FieldAt(kBoardColumns[col].field);
+            const FigureKind kind = kBoardColumnKinds[col];
+            const std::optional<double> value = ReadTypedNumber(text);
+            if (kind != FigureKind::Text && value) {
+                EXPECT_EQ(c["type"], "n") << row << "," << col;
+                EXPECT_EQ(c["value"].get<double>(), *value) << row << "," << col;
+                EXPECT_EQ(c["number_format"], FigureNumberFormat(kind, *value));
+            } else if (text.empty()) {
+                EXPECT_TRUE(c["value"].is_null()) << row << "," << col;
+            } else {
+                EXPECT_EQ(c["type"], "s") << row << "," << col;
+                EXPECT_EQ(c["value"], ToUtf8(text)) << row << "," << col;
+                if (kind == FigureKind::Text) {
+                    EXPECT_EQ(c["number_format"], "@") << row << "," << col;
+                }
+            }
+            EXPECT_EQ(c["borders"], json::array({"thin", "thin", "thin", "thin"}));
+            EXPECT_EQ(c["horizontal"], "center");
+        }
+        EXPECT_EQ(cells.count({row, static_cast<int>(kBoardColumns.size()) + 1}), 0u);
+    }
+    // Names stay text: "001" and "1E2" as typed; the figures as numbers.
+    EXPECT_EQ(cells.at({10, 1})["value"], "001");
+    EXPECT_EQ(cells.at({11, 1})["value"], "1E2");
+    EXPECT_EQ(cells.at({10, 6})["value"], 406.35);
+    EXPECT_EQ(cells.at({10, 9})["number_format"], "0.00#");
+    EXPECT_EQ(cells.at({10, 10})["number_format"], "0.0");
+    ExpectRow(cells, 14, Row(kIssuedTransformerHeaders), 14);
+    ExpectRow(cells, 15, Row(TransformerRow(Transformer(0))), 14);
+    ExpectRow(cells, 16, Row(TransformerRow(Transformer(1))), 14);
+    EXPECT_EQ(cells.count({13, 1}), 0u);  // the blank row between the tables
+    // The print area and the "number stored as text" marks cover all three tables;
+    // column A is wide enough for the long board name.
+    EXPECT_EQ(workbook["page"]["print_area"], json::array({"$A$1:$P$16"}));
+    EXPECT_EQ(workbook["number_as_text_ignored"], json::array({"A1:P16"}));
+    EXPECT_GE(workbook["widths"]["A"].get<double>(),
+              TextColumns("配电箱名称很长的一个楼层照明配电箱"));
+    EXPECT_EQ(cells.at({9, 1})["wrap"], true);
+}
+
+TEST(WorkbookFile, ADocumentWithoutBoardsIsWrittenCallForCallAsBefore)
+{
+    // The whole-document form of a document without boards makes exactly the
+    // calls of the two-list form.
+    const Document d = MakeDocument(3, 2);
+    RecordingAutomation lists;
+    FillWorkbook(lists, d.loads, d.transformers, DistinctTotals());
+    RecordingAutomation whole;
+    const CLoadCalDocument doc(d.loads, d.transformers);
+    FillWorkbook(whole, doc.loads, doc.transformers, DistinctTotals(), doc.boards);
+    EXPECT_EQ(whole.calls, lists.calls);
+    // The board table and the owner header of boards appear only with boards.
+    for (const std::string& call : lists.calls) {
+        EXPECT_EQ(call.find("配电箱名称"), std::string::npos) << call;
+        EXPECT_NE(call, "SetValue 归属");
+    }
+    EXPECT_EQ(std::count(lists.calls.begin(), lists.calls.end(), "SetValue 归属变压器"), 1);
 }
 
 TEST(WorkbookFile, PrintsOnLandscapeA4OnePageWideWithTheHeaderOnEveryPage)
