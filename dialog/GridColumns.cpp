@@ -5,7 +5,7 @@ namespace loadcal {
 std::span<const TableColumn> ColumnsOf(GridId grid)
 {
     if (grid == GridId::Load) {
-        return kLoadColumns;
+        return kLoadGridColumns;
     }
     return kTransformerColumns;
 }

@@ -15,7 +15,8 @@ enum class GridId {
     Transformer = 102,  ///< control 102: one row per transformer
 };
 
-/// The column table of a grid (model/Columns.h): grid column c (1 based;
+/// The column table of a grid (model/Columns.h; the load grid shows
+/// kLoadGridColumns): grid column c (1 based;
 /// column 0 is the row heading) shows entry c - 1. Everything the dialog
 /// knows about a column comes from here.
 std::span<const TableColumn> ColumnsOf(GridId grid);

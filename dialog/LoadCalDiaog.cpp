@@ -14,6 +14,7 @@
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "document/InterDpData.h"
+#include "document/LoadTypeFile.h"
 #include "document/RecoveryFiles.h"
 #include "model/Text.h"
 
@@ -44,6 +45,8 @@ std::wstring_view ArchiveProblem(int16_t status)
 CLoadCalDiaog::CLoadCalDiaog(std::wstring settingsPath)
     : m_pChoiceWindow(std::make_unique<CChoiceWindow>()),
       m_recentFiles(std::move(settingsPath)),
+      m_loadTypes(ShippedLoadTypes()),
+      m_strUserLoadTypesPath(UserLoadTypesPath(m_recentFiles.SettingsPath())),
       m_pRecovery(
           std::make_unique<CRecoveryFiles>(ToFsPath(m_recentFiles.SettingsPath()).parent_path()))
 {
@@ -106,6 +109,8 @@ int CLoadCalDiaog::OnInitDialog()
     CreateGrids();
 
     Ui().ResizeWindow(m_nMinTrackWidth, m_nMinTrackHeight);
+    // The library before the start-up document, whose circuits it checks.
+    ReloadLoadTypes();
 
     m_bModified = 0;
     m_nOutputMode = 0;
@@ -571,6 +576,26 @@ void CLoadCalDiaog::OnCancel()
         return;
     }
     EndDialog(IDCANCEL);
+}
+
+// ---- The load-type library ----
+
+bool CLoadCalDiaog::ReloadLoadTypes()
+{
+    const CLoadTypeLibraryLoad load = LoadLoadTypeLibrary(m_strUserLoadTypesPath);
+    m_loadTypes = load.library;
+    m_userLoadTypes = CLoadTypeLibrary();
+    for (const CLoadType& type : m_loadTypes.Types()) {
+        if (type.origin != LoadTypeOrigin::Shipped) {
+            m_userLoadTypes.Put(type);
+        }
+    }
+    if (load.userError) {
+        MessageBox(texts::FormatText(texts::kUserLoadTypesRefusedFormat, m_strUserLoadTypesPath,
+                                     FromUtf8(*load.userError)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+    }
+    return !load.userError;
 }
 
 // ---- Phase balancing host ----

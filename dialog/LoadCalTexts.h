@@ -105,6 +105,10 @@ inline constexpr std::wstring_view kTransformers = L"变压器";
 /// reader's own text (FormatText with three arguments).
 inline constexpr std::wstring_view kOpenFailedFormat =
     L"无法打开负荷计算存档文件 \"%s\"：%s（%s）\n当前文档保持不变。";
+/// A user load-type library that is refused at start: its file and, in
+/// brackets, the reader's text with the line and the reason.
+inline constexpr std::wstring_view kUserLoadTypesRefusedFormat =
+    L"用户负荷类型库 \"%s\" 有误，未采用，计算按内置负荷类型库进行。\n（%s）";
 /// What is wrong with an archive that is refused, by what its reader found.
 inline constexpr std::wstring_view kArchiveNotFound = L"文件不存在";
 inline constexpr std::wstring_view kArchiveUnreadable = L"无法读取该文件";
