@@ -10,6 +10,7 @@
 #include "balancing/PhaseBalancing.h"
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
+#include "dialog/LoadTypeEditor.h"
 #include "document/Archive.h"
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
@@ -175,6 +176,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_ADJUST_PHASES:
         case res::ID_CALCULATION_BOOK:
         case res::ID_RECALCULATE_ALL:
+        case res::ID_LOAD_TYPE_LIBRARY:
             return true;
         case res::ID_EDIT_UNDO:
             return CanUndo();
@@ -228,6 +230,9 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_RECALCULATE_ALL:
             OnRecalculateAll();
+            return true;
+        case res::ID_LOAD_TYPE_LIBRARY:
+            OnLoadTypeLibrary();
             return true;
         case res::ID_LOAD_INSERT:
             OnInsertRow(GridId::Load);
@@ -596,6 +601,30 @@ bool CLoadCalDiaog::ReloadLoadTypes()
                    texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
     }
     return !load.userError;
+}
+
+void CLoadCalDiaog::OnLoadTypeLibrary()
+{
+    const CLoadTypeLibraryLoad load = LoadLoadTypeLibrary(m_strUserLoadTypesPath);
+    CLoadTypeLibrary user;
+    for (const CLoadType& type : load.library.Types()) {
+        if (type.origin != LoadTypeOrigin::Shipped) {
+            user.Put(type);
+        }
+    }
+    if (load.userError) {
+        MessageBox(texts::FormatText(texts::kUserLoadTypesReplacedFormat, m_strUserLoadTypesPath,
+                                     FromUtf8(*load.userError)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+    }
+    CLoadTypeLibraryEditor editor(ShippedLoadTypes(), user);
+    if (!Ui().EditLoadTypes(editor, m_strUserLoadTypesPath)) {
+        return;
+    }
+    m_userLoadTypes = editor.UserLibrary();
+    m_loadTypes = editor.MergedLibrary();
+    // The marks follow the library; the document itself is unchanged.
+    RefreshWarnings(nullptr);
 }
 
 // ---- Phase balancing host ----

@@ -337,6 +337,11 @@ public:
     /// file that is refused is reported in a box (its line and reason) and
     /// the shipped library is used alone. False when it was refused.
     bool ReloadLoadTypes();
+    /// 负荷类型库 (功能 menu): the user library as its file now holds it (a
+    /// refused file is reported, and 确定 will replace it) in its editor;
+    /// after 确定 the dialog works with the new library and its checks mark
+    /// the circuits by it. Cancelled, nothing changes.
+    void OnLoadTypeLibrary();
 
     // State, for the window, the command that runs the dialog, and tests.
     CGridCtrl& GetGrid(GridId grid) override
