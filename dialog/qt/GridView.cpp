@@ -28,6 +28,8 @@ bool IsComboCell(const QModelIndex& index)
 /// Set on a combo editor opened by a typed key: its list does not drop
 /// down, so that the keys that follow go on into its text.
 constexpr const char* kOpenedByTyping = "loadcalOpenedByTyping";
+/// Set on a combo editor once its choice has been handed to the view.
+constexpr const char* kFinished = "loadcalFinished";
 
 }  // namespace
 
@@ -56,7 +58,12 @@ QWidget* CGridDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem
     combo->view()->setMinimumWidth(listWidth);
     // A pick ends the edit at once, as a drop-down list cell does.
     auto* self = const_cast<CGridDelegate*>(this);
+    // Once: a pick in the filtered list also reports itself as activated.
     const auto finish = [self, combo] {
+        if (combo->property(kFinished).toBool()) {
+            return;
+        }
+        combo->setProperty(kFinished, true);
         emit self->commitData(combo);
         emit self->closeEditor(combo);
     };
