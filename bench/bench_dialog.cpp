@@ -6,6 +6,7 @@
 // Qt's offscreen platform. The undo of such an edit is measured the same way.
 // A spreadsheet's 10,000 lines pasted on the entry row of the window (target:
 // at most 1 s), from the clipboard through Ctrl+V to the repainted window.
+// A load type chosen in a cell of the largest document.
 
 #include <benchmark/benchmark.h>
 
@@ -105,6 +106,25 @@ void BM_UndoOfACellEdit(benchmark::State& state)
 }
 BENCHMARK(BM_UndoOfACellEdit)->Unit(benchmark::kMillisecond);
 
+/// A load type chosen for circuit 10, the lift and mall lighting in turn: Kx and
+/// cos φ filled from the library, the circuit, every transformer and the
+/// totals recalculated, the circuit's marks checked again, the window
+/// repainted.
+void BM_ChooseLoadType(benchmark::State& state)
+{
+    LargeWindow& w = Window();
+    const int column = GridColumnOfField(GridId::Load, CLoadCalData::kLoadType);
+    int k = 0;
+    for (auto _ : state) {
+        w.dialog->OnEndEdit(GridId::Load, 10, column, ++k % 2 ? L"电梯" : L"商场照明");
+        w.Repaint();
+    }
+    if (w.dialog->GetLoads()[9].m_strDemandFactor != (k % 2 ? L"0.2" : L"0.8")) {
+        state.SkipWithError("the type's Kx was not taken");
+    }
+}
+BENCHMARK(BM_ChooseLoadType)->Unit(benchmark::kMillisecond);
+
 /// The controller's path alone, without models or views: the edit of a
 /// dialog that no window shows.
 void BM_CellEditControllerOnly(benchmark::State& state)
@@ -199,7 +219,11 @@ void BM_PasteLinesInTheWindow(benchmark::State& state)
     }
     state.counters["lines"] = lines;
 }
-BENCHMARK(BM_PasteLinesInTheWindow)->Arg(2000)->Arg(10000)->Arg(30000)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_PasteLinesInTheWindow)
+    ->Arg(2000)
+    ->Arg(10000)
+    ->Arg(30000)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

@@ -1,11 +1,18 @@
 #include "dialog/GridColumns.h"
 
+#include "dialog/LoadTypeEditor.h"
+
 namespace loadcal {
 
 std::span<const TableColumn> ColumnsOf(GridId grid)
 {
-    if (grid == GridId::Load) {
-        return kLoadColumns;
+    switch (grid) {
+        case GridId::Load:
+            return kLoadGridColumns;
+        case GridId::LoadTypes:
+            return kLoadTypeLibraryColumns;
+        case GridId::Transformer:
+            break;
     }
     return kTransformerColumns;
 }

@@ -9,13 +9,15 @@
 
 namespace loadcal {
 
-/// The two grids of the dialog.
+/// The two grids of the dialog, and the grid of the 负荷类型库 editor.
 enum class GridId {
     Load = 101,         ///< control 101: one row per load circuit
     Transformer = 102,  ///< control 102: one row per transformer
+    LoadTypes = 103,    ///< the 负荷类型库 editor: one row per load type
 };
 
-/// The column table of a grid (model/Columns.h): grid column c (1 based;
+/// The column table of a grid (model/Columns.h; the load grid shows
+/// kLoadGridColumns): grid column c (1 based;
 /// column 0 is the row heading) shows entry c - 1. Everything the dialog
 /// knows about a column comes from here.
 std::span<const TableColumn> ColumnsOf(GridId grid);

@@ -36,6 +36,31 @@ std::wstring Typed(const TableColumn& column, const std::wstring& text)
     return Trim(column.kind == ColumnKind::Number ? NormaliseNumberText(text) : text);
 }
 
+/// True for the columns whose edit gives a circuit its type's figures.
+bool TakesTypeFigures(const TableColumn* column)
+{
+    return column != nullptr &&
+           (column->kind == ColumnKind::LoadType || column->field == CLoadCalData::kQuantity);
+}
+
+/// The order in which the cells of one line (offsets 0 .. count - 1 from
+/// grid column col) are typed: the load type and the quantity first, so
+/// that a demand or power factor the line gives itself is what the circuit
+/// keeps, then the others from left to right.
+std::vector<size_t> LineOrder(GridId grid, int col, size_t count)
+{
+    std::vector<size_t> order(count);
+    for (size_t j = 0; j < count; ++j) {
+        order[j] = j;
+    }
+    if (grid == GridId::Load) {
+        std::ranges::stable_partition(order, [grid, col](size_t j) {
+            return TakesTypeFigures(ColumnAt(grid, col + static_cast<int>(j)));
+        });
+    }
+    return order;
+}
+
 std::wstring VoltageOfPhase(const std::wstring& phase)
 {
     return std::wstring(phase == kPhaseThree ? kVoltageThree : kVoltageSingle);
@@ -88,7 +113,7 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
         if (load) {
             CLoadCalData after = m_arrLoad[r - 1];
             for (int c : cols) {
-                after.FieldAt(ColumnAt(grid, c)->field).clear();
+                after.AnyFieldAt(ColumnAt(grid, c)->field).clear();
             }
             removed += after.IsBlank() ? 1 : 0;
         } else {
@@ -146,7 +171,9 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
     m_bDeferRecalculation = true;
     m_bRecalculationPending = false;
     try {
-        for (int c = std::max(1, bounds.minCol); c <= bounds.maxCol; ++c) {
+        const int first = std::max(1, bounds.minCol);
+        for (size_t j : LineOrder(grid, first, static_cast<size_t>(bounds.maxCol - first + 1))) {
+            const int c = first + static_cast<int>(j);
             const TableColumn* column = ColumnAt(grid, c);
             if (!column || !column->IsEditable() || !g.IsCellSelected(bounds.minRow, c) ||
                 (!load && column->field == CTransformerCalData::kName)) {
@@ -237,12 +264,12 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
         // Lines over existing rows: typed over their cells.
         for (size_t k = 0; k < std::min(over, lines.size()); ++k) {
             const int row = focus.row + static_cast<int>(k);
-            for (size_t j = 0; j < lines[k].size(); ++j) {
+            for (size_t j : LineOrder(grid, focus.col, lines[k].size())) {
                 const int c = focus.col + static_cast<int>(j);
                 const TableColumn* column = ColumnAt(grid, c);
                 const std::wstring cell = Trim(lines[k][j]);
                 if (!column || !column->IsEditable() || cell.empty() ||
-                    (column->kind == ColumnKind::Phase && !IsPhaseText(cell))) {
+                    (load && !AcceptsLoadText(c, cell))) {
                     continue;
                 }
                 OnEndEdit(grid, row, c, cell);
@@ -292,11 +319,13 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
         bool created = false;
         bool calculate = false;
         bool proposed = false;
+        bool gaveDemand = false;
+        bool gavePower = false;
         for (size_t j = 0; j < lines[k].size(); ++j) {
-            const TableColumn* column = ColumnAt(GridId::Load, col + static_cast<int>(j));
+            const int c = col + static_cast<int>(j);
+            const TableColumn* column = ColumnAt(GridId::Load, c);
             const std::wstring cell = Trim(lines[k][j]);
-            if (!column || !column->IsEditable() || cell.empty() ||
-                (column->kind == ColumnKind::Phase && !IsPhaseText(cell))) {
+            if (!column || !column->IsEditable() || cell.empty() || !AcceptsLoadText(c, cell)) {
                 continue;
             }
             if (!created) {
@@ -305,8 +334,15 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
                 circuit.m_strDemandFactor = demand;
                 circuit.m_strPowerFactor = power;
             }
-            const std::wstring text = Typed(*column, cell);
-            circuit.FieldAt(column->field) = text;
+            std::wstring text = Typed(*column, cell);
+            if (column->kind == ColumnKind::LoadType) {
+                if (const CLoadType* type = m_loadTypes.Find(text)) {
+                    text = type->name;
+                }
+            }
+            circuit.AnyFieldAt(column->field) = text;
+            gaveDemand = gaveDemand || column->field == CLoadCalData::kDemandFactor;
+            gavePower = gavePower || column->field == CLoadCalData::kPowerFactor;
             if (column->kind == ColumnKind::Phase) {
                 circuit.m_strVoltage = VoltageOfPhase(text);
             }
@@ -323,6 +359,15 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
         }
         if (!created) {
             continue;
+        }
+        // A type the line names gives its figures where the line gives none.
+        CLoadCalData typed = circuit;
+        if (TakeFiguresFromLoadType(typed, m_loadTypes)) {
+            circuit.m_strDemandFactor =
+                gaveDemand ? circuit.m_strDemandFactor : typed.m_strDemandFactor;
+            circuit.m_strPowerFactor =
+                gavePower ? circuit.m_strPowerFactor : typed.m_strPowerFactor;
+            calculate = true;
         }
         if (calculate) {
             RecalculateCircuit(circuit);
@@ -448,14 +493,20 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     }
     if (all) {
         m_circuitWarnings.assign(static_cast<size_t>(m_arrLoad.GetSize()), {});
+        m_circuitTypeWarnings.assign(static_cast<size_t>(m_arrLoad.GetSize()), {});
         for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
             CheckCircuit(m_arrLoad[i], i, m_document, m_circuitWarnings[static_cast<size_t>(i)]);
+            CheckLoadType(m_arrLoad[i], i, m_loadTypes,
+                          m_circuitTypeWarnings[static_cast<size_t>(i)]);
         }
     } else {
         for (const auto& change : step->loads) {
             CCheckWarnings& mine = m_circuitWarnings[static_cast<size_t>(change.index)];
             mine.clear();
             CheckCircuit(m_arrLoad[change.index], change.index, m_document, mine);
+            CCheckWarnings& typeWarnings = m_circuitTypeWarnings[static_cast<size_t>(change.index)];
+            typeWarnings.clear();
+            CheckLoadType(m_arrLoad[change.index], change.index, m_loadTypes, typeWarnings);
         }
     }
     m_warnedNames = std::move(names);
@@ -465,6 +516,10 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     }
     const CCheckWarnings transformers = CheckTransformers(m_document);
     m_warnings.insert(m_warnings.end(), transformers.begin(), transformers.end());
+    // The circuits' load types last, as the document's checks list them.
+    for (const CCheckWarnings& w : m_circuitTypeWarnings) {
+        m_warnings.insert(m_warnings.end(), w.begin(), w.end());
+    }
 
     // The cells: every warning on the cell of its field; several join.
     std::map<std::pair<GridId, CCellID>, std::wstring> marks;

@@ -10,10 +10,12 @@
 #include "balancing/PhaseBalancing.h"
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
+#include "dialog/LoadTypeEditor.h"
 #include "document/Archive.h"
 #include "document/AtomicFile.h"
 #include "document/DocumentError.h"
 #include "document/InterDpData.h"
+#include "document/LoadTypeFile.h"
 #include "document/RecoveryFiles.h"
 #include "model/Text.h"
 
@@ -44,6 +46,8 @@ std::wstring_view ArchiveProblem(int16_t status)
 CLoadCalDiaog::CLoadCalDiaog(std::wstring settingsPath)
     : m_pChoiceWindow(std::make_unique<CChoiceWindow>()),
       m_recentFiles(std::move(settingsPath)),
+      m_loadTypes(ShippedLoadTypes()),
+      m_strUserLoadTypesPath(UserLoadTypesPath(m_recentFiles.SettingsPath())),
       m_pRecovery(
           std::make_unique<CRecoveryFiles>(ToFsPath(m_recentFiles.SettingsPath()).parent_path()))
 {
@@ -106,6 +110,8 @@ int CLoadCalDiaog::OnInitDialog()
     CreateGrids();
 
     Ui().ResizeWindow(m_nMinTrackWidth, m_nMinTrackHeight);
+    // The library before the start-up document, whose circuits it checks.
+    ReloadLoadTypes();
 
     m_bModified = 0;
     m_nOutputMode = 0;
@@ -170,6 +176,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_ADJUST_PHASES:
         case res::ID_CALCULATION_BOOK:
         case res::ID_RECALCULATE_ALL:
+        case res::ID_LOAD_TYPE_LIBRARY:
             return true;
         case res::ID_EDIT_UNDO:
             return CanUndo();
@@ -223,6 +230,9 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_RECALCULATE_ALL:
             OnRecalculateAll();
+            return true;
+        case res::ID_LOAD_TYPE_LIBRARY:
+            OnLoadTypeLibrary();
             return true;
         case res::ID_LOAD_INSERT:
             OnInsertRow(GridId::Load);
@@ -571,6 +581,50 @@ void CLoadCalDiaog::OnCancel()
         return;
     }
     EndDialog(IDCANCEL);
+}
+
+// ---- The load-type library ----
+
+bool CLoadCalDiaog::ReloadLoadTypes()
+{
+    const CLoadTypeLibraryLoad load = LoadLoadTypeLibrary(m_strUserLoadTypesPath);
+    m_loadTypes = load.library;
+    m_userLoadTypes = CLoadTypeLibrary();
+    for (const CLoadType& type : m_loadTypes.Types()) {
+        if (type.origin != LoadTypeOrigin::Shipped) {
+            m_userLoadTypes.Put(type);
+        }
+    }
+    if (load.userError) {
+        MessageBox(texts::FormatText(texts::kUserLoadTypesRefusedFormat, m_strUserLoadTypesPath,
+                                     FromUtf8(*load.userError)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+    }
+    return !load.userError;
+}
+
+void CLoadCalDiaog::OnLoadTypeLibrary()
+{
+    const CLoadTypeLibraryLoad load = LoadLoadTypeLibrary(m_strUserLoadTypesPath);
+    CLoadTypeLibrary user;
+    for (const CLoadType& type : load.library.Types()) {
+        if (type.origin != LoadTypeOrigin::Shipped) {
+            user.Put(type);
+        }
+    }
+    if (load.userError) {
+        MessageBox(texts::FormatText(texts::kUserLoadTypesReplacedFormat, m_strUserLoadTypesPath,
+                                     FromUtf8(*load.userError)),
+                   texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
+    }
+    CLoadTypeLibraryEditor editor(ShippedLoadTypes(), user);
+    if (!Ui().EditLoadTypes(editor, m_strUserLoadTypesPath)) {
+        return;
+    }
+    m_userLoadTypes = editor.UserLibrary();
+    m_loadTypes = editor.MergedLibrary();
+    // The marks follow the library; the document itself is unchanged.
+    RefreshWarnings(nullptr);
 }
 
 // ---- Phase balancing host ----

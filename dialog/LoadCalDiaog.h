@@ -16,6 +16,7 @@
 #include "dialog/Geometry.h"
 #include "dialog/GridColumns.h"
 #include "dialog/GridCtrl.h"
+#include "dialog/GridHost.h"
 #include "dialog/LoadCalUi.h"
 #include "dialog/MenuModel.h"
 #include "dialog/OutputWriter.h"
@@ -24,6 +25,7 @@
 #include "model/Checks.h"
 #include "model/Columns.h"
 #include "model/Document.h"
+#include "model/LoadTypes.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -82,7 +84,12 @@ private:
 /// paste), which writes the records it touched into the undo history as one
 /// step. Undo and redo end a pending Cut (its rows stay where they are and
 /// its clipboard is emptied), since the rows it marked may have moved.
-class CLoadCalDiaog : public IPhaseBalanceHost {
+///
+/// The load-type library (the shipped one with the user's laid over it) is
+/// the dialog's own: its types are the list of the 负荷类型 cells, choosing
+/// one fills the circuit's Kx and cos φ, and the checks hold the circuits'
+/// figures to it. The 负荷类型库 editor changes it.
+class CLoadCalDiaog : public IPhaseBalanceHost, public IGridHost {
 public:
     /// Cell formats of the grids.
     static constexpr unsigned kTitleFormat = DT_CENTER | DT_WORDBREAK;
@@ -245,7 +252,12 @@ public:
     /// End of an in-place edit: the cell takes the text, then the edit rules
     /// of that grid run. Ignored for a cell that is not editable (fixed,
     /// read-only or outside the grid), which no editor can open on.
-    void OnEndEdit(GridId grid, int row, int col, const std::wstring& text);
+    void OnEndEdit(GridId grid, int row, int col, const std::wstring& text) override;
+    /// The list a load-grid cell is edited through (circuit and entry rows):
+    /// the four phases; the load classes or the fire roles, each list with
+    /// the empty text; the empty text and the library's types, where a
+    /// typed name is taken too.
+    std::optional<CCellChoices> CellChoices(GridId grid, int row, int col) const override;
     /// NM_CLICK: the grid makes the cell its focus cell (the selection is the
     /// window's); on the load grid the phase column of a circuit or the entry
     /// row becomes a drop-down list of the four phases, and the owner column
@@ -316,8 +328,23 @@ public:
     void RecalculateAllTransformers() override;
     void RefreshLoadGrid() override { m_gridLoad.Refresh(); }
 
+    // The load-type library.
+    /// The library the dialog works with.
+    const CLoadTypeLibrary& GetLoadTypes() const { return m_loadTypes; }
+    /// The user library's file (负荷类型库.json beside the settings file).
+    const std::wstring& GetUserLoadTypesPath() const { return m_strUserLoadTypesPath; }
+    /// Reads the user library again and lays it over the shipped one; a
+    /// file that is refused is reported in a box (its line and reason) and
+    /// the shipped library is used alone. False when it was refused.
+    bool ReloadLoadTypes();
+    /// 负荷类型库 (功能 menu): the user library as its file now holds it (a
+    /// refused file is reported, and 确定 will replace it) in its editor;
+    /// after 确定 the dialog works with the new library and its checks mark
+    /// the circuits by it. Cancelled, nothing changes.
+    void OnLoadTypeLibrary();
+
     // State, for the window, the command that runs the dialog, and tests.
-    CGridCtrl& GetGrid(GridId grid)
+    CGridCtrl& GetGrid(GridId grid) override
     {
         return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
     }
@@ -394,6 +421,12 @@ private:
     void ShowTransformerResults(int index);
 
     void SetLoadField(int i, int k, const std::wstring& text);
+    /// False for a text load-grid column col does not take: a phase that is
+    /// not one of the four, a load class or fire role not of its list.
+    bool AcceptsLoadText(int col, const std::wstring& text) const;
+    /// Circuit i takes its type's Kx and cos φ (TakeFiguresFromLoadType) and
+    /// shows them; true when a figure changed. Nothing is recalculated.
+    bool TakeLoadTypeFigures(int i);
     void SetTransformerField(int i, int k, const std::wstring& text);
     bool IsLoadEmpty(int i) const;
     bool IsTransformerEmpty(int i) const;
@@ -456,6 +489,7 @@ private:
     /// the whole list, the transformer names the circuit checks saw, and the
     /// cells marked.
     std::vector<CCheckWarnings> m_circuitWarnings;
+    std::vector<CCheckWarnings> m_circuitTypeWarnings;  ///< per circuit, by the library
     CCheckWarnings m_warnings;
     std::vector<std::wstring> m_warnedNames;
     std::vector<std::pair<GridId, CCellID>> m_markedCells;
@@ -473,6 +507,9 @@ private:
     int m_bTransformerCut = 0;
     CArray<int> m_arrCutTransformerRows;
     CStringArray m_arrPhase;
+    CLoadTypeLibrary m_loadTypes;
+    CLoadTypeLibrary m_userLoadTypes;  ///< the user library as last read or written
+    std::wstring m_strUserLoadTypesPath;
     CEditHistory m_history;
     CDocumentStep m_step;  ///< what the running command changed so far
     int m_nCommandDepth = 0;

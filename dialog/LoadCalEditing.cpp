@@ -1,5 +1,6 @@
 // Grid set-up and refill, cell editing, the choice list and context menus of
 // the calculation dialog, and the recalculations that show their results.
+#include <algorithm>
 #include <cmath>
 #include <optional>
 
@@ -17,7 +18,7 @@ namespace {
 /// Record field shown in load grid column k + 1 (the field setters' index k).
 int LoadFieldOfIndex(int k)
 {
-    return kLoadColumns[static_cast<size_t>(k)].field;
+    return kLoadGridColumns[static_cast<size_t>(k)].field;
 }
 
 /// Record field shown in transformer grid column k + 1: the spare calculated
@@ -27,7 +28,7 @@ int TransformerFieldOfIndex(int k)
     return kTransformerColumns[static_cast<size_t>(k)].field;
 }
 
-constexpr int kLoadColumnCount = static_cast<int>(kLoadColumns.size());
+constexpr int kLoadColumnCount = static_cast<int>(kLoadGridColumns.size());
 constexpr int kTransformerColumnCount = static_cast<int>(kTransformerColumns.size());
 
 int LoadColumn(int field)
@@ -39,6 +40,19 @@ bool IsComputed(GridId grid, int col)
 {
     const TableColumn* column = ColumnAt(grid, col);
     return column != nullptr && column->kind == ColumnKind::Computed;
+}
+
+/// The texts a choice column offers, the empty text first.
+std::vector<std::wstring> ChoiceTexts(int field)
+{
+    std::vector<std::wstring> texts;
+    if (field == CLoadCalData::kLoadClass) {
+        texts.emplace_back();
+        texts.insert(texts.end(), kLoadClassTexts.begin(), kLoadClassTexts.end());
+    } else if (field == CLoadCalData::kFire) {
+        texts.assign(kFireTexts.begin(), kFireTexts.end());
+    }
+    return texts;
 }
 
 std::wstring Join(const std::vector<std::wstring>& pieces)
@@ -81,9 +95,9 @@ void CLoadCalDiaog::CreateGrid(CGridCtrl& grid, std::span<const TableColumn> col
 void CLoadCalDiaog::FillLoadRow(int row, const CLoadCalData& record)
 {
     for (int c = 1; c <= kLoadColumnCount; ++c) {
-        const TableColumn& column = kLoadColumns[static_cast<size_t>(c - 1)];
+        const TableColumn& column = kLoadGridColumns[static_cast<size_t>(c - 1)];
         const unsigned state = column.IsEditable() ? 0 : GVIS_READONLY;
-        m_gridLoad.SetItem(row, c, record.FieldAt(column.field), state, kDataFormat);
+        m_gridLoad.SetItem(row, c, record.AnyFieldAt(column.field), state, kDataFormat);
         if (column.kind == ColumnKind::Computed) {
             m_gridLoad.SetItemBkColour(row, c, kComputedColour);
         }
@@ -96,19 +110,19 @@ void CLoadCalDiaog::FillLoadEntryRow(int row, const std::wstring& voltage,
 {
     // The entry row proposes a three-phase circuit with these figures.
     CLoadCalData proposal;
-    for (int f = 0; f < CLoadCalData::kFieldCount; ++f) {
-        proposal.FieldAt(f).clear();
+    for (int f = 0; f < CLoadCalData::kAnyFieldCount; ++f) {
+        proposal.AnyFieldAt(f).clear();
     }
     proposal.m_strPhase = kPhaseThree;
     proposal.m_strVoltage = voltage;
     proposal.m_strDemandFactor = demandFactor;
     proposal.m_strPowerFactor = powerFactor;
     for (int c = 1; c <= kLoadColumnCount; ++c) {
-        const TableColumn& column = kLoadColumns[static_cast<size_t>(c - 1)];
+        const TableColumn& column = kLoadGridColumns[static_cast<size_t>(c - 1)];
         if (!column.Has(column::kEntryCell)) {
             continue;
         }
-        m_gridLoad.SetItem(row, c, proposal.FieldAt(column.field),
+        m_gridLoad.SetItem(row, c, proposal.AnyFieldAt(column.field),
                            column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
         if (column.kind == ColumnKind::Computed) {
             m_gridLoad.SetItemBkColour(row, c, kComputedColour);
@@ -188,7 +202,7 @@ void CLoadCalDiaog::FillLoadGrid()
         }
         const SummaryTotals totals = OwnerIndex().Totals();
         for (int c = 1; c <= kLoadColumnCount; ++c) {
-            const TotalCell cell = kLoadColumns[static_cast<size_t>(c - 1)].total;
+            const TotalCell cell = kLoadGridColumns[static_cast<size_t>(c - 1)].total;
             const std::wstring text = cell == TotalCell::Label
                                           ? std::wstring(texts::kTotalLabel)
                                           : TotalText(totals, cell).value_or(L"");
@@ -215,7 +229,7 @@ void CLoadCalDiaog::FillTransformerGrid()
 
 void CLoadCalDiaog::CreateGrids()
 {
-    CreateGrid(m_gridLoad, kLoadColumns);
+    CreateGrid(m_gridLoad, kLoadGridColumns);
     CreateGrid(m_gridTransformer, kTransformerColumns);
     SetUpNumberChecks();
 }
@@ -232,7 +246,7 @@ void CLoadCalDiaog::RecalculateRow(int i)
     const int row = i + 1;
     for (int c = 1; c <= kLoadColumnCount; ++c) {
         if (IsComputed(GridId::Load, c)) {
-            m_gridLoad.SetItemText(row, c, circuit.FieldAt(LoadFieldOfIndex(c - 1)));
+            m_gridLoad.SetItemText(row, c, circuit.AnyFieldAt(LoadFieldOfIndex(c - 1)));
             m_gridLoad.RedrawCell(row, c);
         }
     }
@@ -358,7 +372,7 @@ void CLoadCalDiaog::SetLoadField(int i, int k, const std::wstring& text)
     if (i == m_arrLoad.GetSize()) {
         Loads().Add(CLoadCalData());
     }
-    Loads().Modify(i, [&](CLoadCalData& c) { c.FieldAt(LoadFieldOfIndex(k)) = text; });
+    Loads().Modify(i, [&](CLoadCalData& c) { c.AnyFieldAt(LoadFieldOfIndex(k)) = text; });
 }
 
 void CLoadCalDiaog::SetTransformerField(int i, int k, const std::wstring& text)
@@ -385,17 +399,84 @@ bool CLoadCalDiaog::IsTransformerEmpty(int i) const
 
 // ---- End of an in-place edit ----
 
+bool CLoadCalDiaog::AcceptsLoadText(int col, const std::wstring& text) const
+{
+    const TableColumn* column = ColumnAt(GridId::Load, col);
+    if (column == nullptr) {
+        return false;
+    }
+    switch (column->kind) {
+        case ColumnKind::Phase:
+            return IsPhaseText(text);
+        case ColumnKind::Choice: {
+            const std::vector<std::wstring> texts = ChoiceTexts(column->field);
+            return std::ranges::find(texts, text) != texts.end();
+        }
+        default:
+            return true;
+    }
+}
+
+std::optional<CCellChoices> CLoadCalDiaog::CellChoices(GridId grid, int row, int col) const
+{
+    const TableColumn* column = ColumnAt(grid, col);
+    // Circuit rows and the entry row.
+    if (grid != GridId::Load || column == nullptr || row < 1 || row > m_arrLoad.GetSize() + 1) {
+        return std::nullopt;
+    }
+    CCellChoices choices;
+    switch (column->kind) {
+        case ColumnKind::Phase:
+            choices.options.assign(kPhaseTexts.begin(), kPhaseTexts.end());
+            return choices;
+        case ColumnKind::Choice:
+            choices.options = ChoiceTexts(column->field);
+            return choices;
+        case ColumnKind::LoadType:
+            choices.options.emplace_back();
+            for (const CLoadType& type : m_loadTypes.Types()) {
+                choices.options.push_back(type.name);
+            }
+            choices.freeText = true;
+            return choices;
+        default:
+            return std::nullopt;
+    }
+}
+
+bool CLoadCalDiaog::TakeLoadTypeFigures(int i)
+{
+    if (i < 0 || i >= m_arrLoad.GetSize()) {
+        return false;
+    }
+    CLoadCalData after = m_arrLoad[i];
+    if (!TakeFiguresFromLoadType(after, m_loadTypes)) {
+        return false;
+    }
+    Loads().Modify(i, [&after](CLoadCalData& c) { c = after; });
+    for (int field : {CLoadCalData::kDemandFactor, CLoadCalData::kPowerFactor}) {
+        const int col = LoadColumn(field);
+        m_gridLoad.SetItemText(i + 1, col, after.AnyFieldAt(field));
+        m_gridLoad.RedrawCell(i + 1, col);
+    }
+    return true;
+}
+
 void CLoadCalDiaog::OnEndEditLoad(int r, int c)
 {
     const int n = m_arrLoad.GetSize();
     const int phaseColumn = LoadColumn(CLoadCalData::kPhase);
     const int voltageColumn = LoadColumn(CLoadCalData::kVoltage);
+    const TableColumn& column = *ColumnAt(GridId::Load, c);
     std::wstring text = m_gridLoad.GetItemText(r, c);
-    if (c == phaseColumn && !IsPhaseText(Trim(text))) {
-        // The phase is one of the four texts of its list: anything else is
-        // refused for this cell, which shows the phase it had.
-        m_gridLoad.SetItemText(r, c,
-                               r - 1 < n ? m_arrLoad[r - 1].m_strPhase : std::wstring(kPhaseThree));
+    if (!AcceptsLoadText(c, Trim(text))) {
+        // The phase is one of the four texts of its list, a load class or a
+        // fire role one of its list (or empty): anything else is refused
+        // for this cell, which shows what it had.
+        const std::wstring had = r - 1 < n ? m_arrLoad[r - 1].AnyFieldAt(column.field)
+                                 : column.kind == ColumnKind::Phase ? std::wstring(kPhaseThree)
+                                                                    : std::wstring();
+        m_gridLoad.SetItemText(r, c, had);
         m_gridLoad.RedrawCell(r, c);
         return;
     }
@@ -403,6 +484,13 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
     // already appends the new circuit.
     SetLoadField(r - 1, phaseColumn - 1, m_gridLoad.GetItemText(r, phaseColumn));
     text = Trim(text);
+    if (column.kind == ColumnKind::LoadType) {
+        // A library type is stored under the library's own name.
+        if (const CLoadType* type = m_loadTypes.Find(text)) {
+            text = type->name;
+        }
+        m_gridLoad.SetItemText(r, c, text);
+    }
 
     if (c == phaseColumn) {
         const std::wstring voltage(text == kPhaseThree ? kVoltageThree : kVoltageSingle);
@@ -410,6 +498,16 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
         m_gridLoad.SetItemText(r, voltageColumn, voltage);
         m_gridLoad.RedrawCell(r, voltageColumn);
     }
+
+    // Choosing a type, or a quantity of a tiered type, gives the circuit the
+    // type's Kx and cos φ, as if typed.
+    const auto takeTypeFigures = [&] {
+        const CLoadType* type = m_loadTypes.Find(m_arrLoad[r - 1].m_strLoadType);
+        if (column.kind == ColumnKind::LoadType ||
+            (column.field == CLoadCalData::kQuantity && type != nullptr && type->IsTiered())) {
+            TakeLoadTypeFigures(r - 1);
+        }
+    };
 
     if (r == n + 1 && !text.empty()) {
         SetLoadField(r - 1, c - 1, text);
@@ -421,6 +519,7 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
             added.m_strPowerFactor =
                 m_gridLoad.GetItemText(r, LoadColumn(CLoadCalData::kPowerFactor));
         });
+        takeTypeFigures();
         const CLoadCalData& circuit = m_arrLoad[r - 1];
         const int height = m_gridLoad.GetRowHeight(r);
         m_gridLoad.InsertRow(L"", r + 1);
@@ -436,12 +535,14 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
                 m_gridLoad.DeleteRow(r);
                 m_gridLoad.Invalidate();
             }
+        } else if (r - 1 < m_arrLoad.GetSize()) {
+            takeTypeFigures();
         }
     }
 
-    // A figure or the phase changed: the circuit's results follow.
-    const ColumnKind kind = ColumnAt(GridId::Load, c)->kind;
-    if (kind == ColumnKind::Phase || kind == ColumnKind::Number) {
+    // A figure, the phase or the type changed: the circuit's results follow.
+    if (column.kind == ColumnKind::Phase || column.kind == ColumnKind::Number ||
+        column.kind == ColumnKind::LoadType) {
         RecalculateRow(r - 1);
     }
     RecalculateAllTransformers();

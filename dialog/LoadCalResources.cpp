@@ -30,7 +30,8 @@ CMenuModel MainMenu()
         .AddCommand(W(texts::kMenuExcel), ID_OUTPUT_EXCEL)
         .AddCommand(W(texts::kMenuCalculationBook), ID_CALCULATION_BOOK)
         .AddSeparator()
-        .AddCommand(W(texts::kMenuRecalculateAll), ID_RECALCULATE_ALL);
+        .AddCommand(W(texts::kMenuRecalculateAll), ID_RECALCULATE_ALL)
+        .AddCommand(W(texts::kMenuLoadTypeLibrary), ID_LOAD_TYPE_LIBRARY);
     bar.AddPopup(W(texts::kMenuHelp)).AddCommand(W(texts::kMenuAbout), ID_ABOUT);
     return bar;
 }

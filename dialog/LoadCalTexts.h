@@ -47,6 +47,7 @@ inline constexpr std::wstring_view kMenuPaste = L"粘贴";
 inline constexpr std::wstring_view kMenuDelete = L"删除";
 inline constexpr std::wstring_view kMenuInsert = L"插入\tCtrl++";
 inline constexpr std::wstring_view kMenuRecalculateAll = L"全部重算\tF9";
+inline constexpr std::wstring_view kMenuLoadTypeLibrary = L"负荷类型库(&L)...";
 /// Asked before one action removes more than one record (%s: how many).
 inline constexpr std::wstring_view kRemoveCircuitsFormat = L"删除 %s 个回路？";
 inline constexpr std::wstring_view kRemoveTransformersFormat = L"删除 %s 个变压器？";
@@ -105,6 +106,15 @@ inline constexpr std::wstring_view kTransformers = L"变压器";
 /// reader's own text (FormatText with three arguments).
 inline constexpr std::wstring_view kOpenFailedFormat =
     L"无法打开负荷计算存档文件 \"%s\"：%s（%s）\n当前文档保持不变。";
+/// A user load-type library that is refused at start: its file and, in
+/// brackets, the reader's text with the line and the reason.
+inline constexpr std::wstring_view kUserLoadTypesRefusedFormat =
+    L"用户负荷类型库 \"%s\" 有误，未采用，计算按内置负荷类型库进行。\n（%s）";
+/// Opening the 负荷类型库 editor while the user library is refused: its
+/// file and the reader's text; 确定 in the editor will replace the file.
+inline constexpr std::wstring_view kUserLoadTypesReplacedFormat =
+    L"用户负荷类型库 \"%s\" "
+    L"有误，未采用（%s）。\n在负荷类型库中按“确定”将以对话框中的内容替换该文件。";
 /// What is wrong with an archive that is refused, by what its reader found.
 inline constexpr std::wstring_view kArchiveNotFound = L"文件不存在";
 inline constexpr std::wstring_view kArchiveUnreadable = L"无法读取该文件";
@@ -149,6 +159,39 @@ inline constexpr std::wstring_view kAboutButton = L"确认";
 /// Dialog font.
 inline constexpr std::wstring_view kDialogFont = L"宋体";
 inline constexpr int kDialogFontPoints = 9;
+
+// The 负荷类型库 editor.
+inline constexpr std::wstring_view kLoadTypeLibraryTitle = L"负荷类型库";
+/// Above the grid; %s: the user library's file.
+inline constexpr std::wstring_view kLoadTypeLibraryNoteFormat =
+    L"在空白行输入用户类型，与内置类型同名即覆盖该类型；灰色的内置类型只读。"
+    L"按“确定”写入用户负荷类型库 %s，内置负荷类型库不会改动。";
+inline constexpr std::wstring_view kButtonOk = L"确定";
+inline constexpr std::wstring_view kButtonCancel = L"取消";
+/// The 来源 of a shipped type a user type overrides.
+inline constexpr std::wstring_view kOriginOverridden = L"内置（已被覆盖）";
+/// The one choice of the 消防设备 cell beside the empty text.
+inline constexpr std::wstring_view kFireFightingYes = L"是";
+/// The problems of a user row: the row's place first (kRowFormat), then what
+/// is wrong.
+inline constexpr std::wstring_view kRowFormat = L"第 %s 行：%s";
+inline constexpr std::wstring_view kRowNoName = L"没有名称";
+inline constexpr std::wstring_view kRowDuplicateFormat = L"名称“%s”与第 %s 行重复";
+inline constexpr std::wstring_view kRowNoKx = L"没有填 Kx";
+inline constexpr std::wstring_view kRowNotANumberFormat = L"%s“%s”不是数字";
+inline constexpr std::wstring_view kRowOutsideFormat = L"%s %s 不在 (0, 1] 之内";
+inline constexpr std::wstring_view kRowAboveFormat = L"%s 大于 %s";
+/// 确定 refused: the problems, one a line (at most kMostProblemsShown).
+inline constexpr std::wstring_view kLoadTypeProblemsFormat =
+    L"负荷类型库有以下问题，没有写入：\n%s";
+inline constexpr std::wstring_view kMoreProblemsFormat = L"……（另有 %s 处）";
+inline constexpr size_t kMostProblemsShown = 12;
+/// The user library could not be written: the file and, in brackets, the
+/// system's text. The previous file stays.
+inline constexpr std::wstring_view kLoadTypeWriteFailedFormat =
+    L"无法写入用户负荷类型库 \"%s\"（%s），原文件保持不变。";
+/// 取消 or the close box with changes.
+inline constexpr std::wstring_view kLoadTypeDiscardQuestion = L"放弃对负荷类型库的修改？";
 
 /// Replaces the first "%s" of format by arg.
 std::wstring FormatText(std::wstring_view format, std::wstring_view arg);

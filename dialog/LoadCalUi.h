@@ -7,6 +7,7 @@
 namespace loadcal {
 
 class CMenuModel;
+class CLoadTypeLibraryEditor;
 
 /// Message-box results and styles (the Windows values).
 inline constexpr int IDOK = 1;
@@ -89,6 +90,13 @@ public:
     virtual void SetClipboardText(const std::wstring& text) = 0;
     /// A short note in the window's status bar (where an output went).
     virtual void SetStatusText(const std::wstring& /*text*/) {}
+    /// The 负荷类型库 editor, modal, over the editor's grid: true when the
+    /// user ended it with 确定 and the editor accepted (it has written the
+    /// user library to userPath), false when it was cancelled.
+    virtual bool EditLoadTypes(CLoadTypeLibraryEditor& /*editor*/, const std::wstring& /*userPath*/)
+    {
+        return false;
+    }
 };
 
 }  // namespace loadcal

@@ -8,9 +8,11 @@
 namespace loadcal {
 
 /// What a column's cells are: typed text, the phase (one of the four phase
-/// texts, chosen from a list), a typed figure, a computed figure, or the
-/// owner list (chosen from the transformers).
-enum class ColumnKind { Text, Phase, Number, Computed, Owner };
+/// texts, chosen from a list), a typed figure, a computed figure, the owner
+/// list (chosen from the transformers), one of a fixed list of texts or
+/// empty (chosen from the list), or a load type (chosen from the load-type
+/// library's names or typed: a name the library lacks is kept and marked).
+enum class ColumnKind { Text, Phase, Number, Computed, Owner, Choice, LoadType };
 
 /// Which grand total a column's cell of the load table's total row shows.
 enum class TotalCell { None, Label, Installed, PowerFactor, Active, Reactive, Apparent, Current };
@@ -43,7 +45,9 @@ struct TableColumn {
     /// Typed by the user (the phase is chosen, but it is the user's).
     constexpr bool IsEditable() const
     {
-        return kind == ColumnKind::Text || kind == ColumnKind::Phase || kind == ColumnKind::Number;
+        return kind == ColumnKind::Text || kind == ColumnKind::Phase ||
+               kind == ColumnKind::Number || kind == ColumnKind::Choice ||
+               kind == ColumnKind::LoadType;
     }
     constexpr bool Has(unsigned flag) const { return (flags & flag) != 0; }
 };
@@ -71,6 +75,30 @@ inline constexpr auto kLoadColumns = std::to_array<TableColumn>({
     {L"归属变压器", CLoadCalData::kTransformer, ColumnKind::Owner,
      column::kAll & ~column::kRowMenu},
 });
+
+/// The four circuit columns beyond the original thirteen: the load type of
+/// the library, the quantity a tiered type reads, the load class and the
+/// fire role. The window's load grid shows them after the thirteen; the
+/// drawn table, the workbook and the terminal's table keep the thirteen.
+inline constexpr auto kLoadTypeFieldColumns = std::to_array<TableColumn>({
+    {L"负荷类型", CLoadCalData::kLoadType, ColumnKind::LoadType},
+    {L"数量", CLoadCalData::kQuantity, ColumnKind::Number},
+    {L"负荷等级", CLoadCalData::kLoadClass, ColumnKind::Choice},
+    {L"消防", CLoadCalData::kFire, ColumnKind::Choice},
+});
+
+/// The load grid of the window: the load table, then the four columns above.
+inline constexpr auto kLoadGridColumns = [] {
+    std::array<TableColumn, kLoadColumns.size() + kLoadTypeFieldColumns.size()> all{};
+    size_t i = 0;
+    for (const TableColumn& column : kLoadColumns) {
+        all[i++] = column;
+    }
+    for (const TableColumn& column : kLoadTypeFieldColumns) {
+        all[i++] = column;
+    }
+    return all;
+}();
 
 /// The transformer table: the record order without the spare calculated
 /// capacity, which no table shows. Only the first twelve columns select a

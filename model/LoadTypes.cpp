@@ -256,74 +256,93 @@ int FillFromLoadTypes(CLoadCalDocument& doc, const CLoadTypeLibrary& library)
     return changed;
 }
 
+bool TakeFiguresFromLoadType(CLoadCalData& circuit, const CLoadTypeLibrary& library)
+{
+    const CTypeFigures figures = FiguresForCircuit(circuit, library);
+    bool changed = false;
+    const auto take = [&changed](std::wstring& field, std::optional<double> value) {
+        if (value) {
+            std::wstring text = FormatG(*value);
+            changed = changed || text != field;
+            field = std::move(text);
+        }
+    };
+    take(circuit.m_strDemandFactor, figures.kx);
+    take(circuit.m_strPowerFactor, figures.cos);
+    return changed;
+}
+
 CCheckWarnings CheckLoadTypes(const CLoadCalDocument& doc, const CLoadTypeLibrary& library)
 {
     CCheckWarnings warnings;
     for (int i = 0; i < doc.loads.GetSize(); ++i) {
-        const CLoadCalData& circuit = doc.loads[i];
-        const auto warn = [&](int field, std::wstring text) {
-            warnings.push_back({CCheckWarning::Subject::Circuit, i, field, std::move(text)});
-        };
-        const std::wstring who = CircuitName(circuit, i);
-        const CTypeFigures figures = FiguresForCircuit(circuit, library);
-        const CLoadType* type = figures.type;
-
-        switch (figures.status) {
-            case TypeLookup::UnknownType:
-                warn(CLoadCalData::kLoadType,
-                     Fill(texts::kUnknownTypeFormat, {who, Trim(circuit.m_strLoadType)}));
-                break;
-            case TypeLookup::BadQuantity:
-                warn(CLoadCalData::kQuantity,
-                     Fill(texts::kBadQuantityFormat,
-                          {who, type->name, QuantityName(type->quantity), circuit.m_strQuantity}));
-                break;
-            case TypeLookup::OutsideTiers:
-                warn(CLoadCalData::kQuantity,
-                     Fill(texts::kOutsideTiersFormat,
-                          {who, type->name, FormatG(*figures.quantity), type->tiers.front().label,
-                           type->tiers.back().label}));
-                break;
-            case TypeLookup::NoType:
-            case TypeLookup::Found:
-                break;
-        }
-
-        // Beyond its tiers a type has no range to hold a Kx to; with a bad
-        // quantity the range of all its tiers still catches a wild figure.
-        if (type != nullptr && figures.status != TypeLookup::OutsideTiers) {
-            const std::optional<double> typed = ReadTypedNumber(circuit.m_strDemandFactor);
-            const double low = figures.tier ? figures.tier->kxMin : type->kxMin;
-            const double high = figures.tier ? figures.tier->kxMax : type->kxMax;
-            if (typed && (*typed < low - kFigureMargin || *typed > high + kFigureMargin)) {
-                const std::wstring tierPart =
-                    figures.tier ? Fill(texts::kTierPartFormat, {figures.tier->label})
-                                 : std::wstring();
-                warn(
-                    CLoadCalData::kDemandFactor,
-                    Fill(texts::kKxOutsideFormat, {who, Trim(circuit.m_strDemandFactor), type->name,
-                                                   tierPart, FormatG(low), FormatG(high)}));
-            }
-        }
-
-        const bool classGiven = !circuit.m_strLoadClass.empty();
-        if (classGiven && !IsOneOf(circuit.m_strLoadClass, kLoadClassTexts)) {
-            warn(CLoadCalData::kLoadClass,
-                 Fill(texts::kBadLoadClassFormat, {who, circuit.m_strLoadClass}));
-        }
-        if (!IsOneOf(circuit.m_strFire, kFireTexts)) {
-            warn(CLoadCalData::kFire, Fill(texts::kBadFireFormat, {who, circuit.m_strFire}));
-        }
-        if (!classGiven) {
-            if (type != nullptr && type->fireFighting) {
-                warn(CLoadCalData::kLoadClass,
-                     Fill(texts::kFireTypeWithoutClassFormat, {who, type->name}));
-            } else if (circuit.m_strFire == kFireOnly) {
-                warn(CLoadCalData::kLoadClass, Fill(texts::kFireLoadWithoutClassFormat, {who}));
-            }
-        }
+        CheckLoadType(doc.loads[i], i, library, warnings);
     }
     return warnings;
+}
+
+void CheckLoadType(const CLoadCalData& circuit, int i, const CLoadTypeLibrary& library,
+                   CCheckWarnings& warnings)
+{
+    const auto warn = [&](int field, std::wstring text) {
+        warnings.push_back({CCheckWarning::Subject::Circuit, i, field, std::move(text)});
+    };
+    const std::wstring who = CircuitName(circuit, i);
+    const CTypeFigures figures = FiguresForCircuit(circuit, library);
+    const CLoadType* type = figures.type;
+
+    switch (figures.status) {
+        case TypeLookup::UnknownType:
+            warn(CLoadCalData::kLoadType,
+                 Fill(texts::kUnknownTypeFormat, {who, Trim(circuit.m_strLoadType)}));
+            break;
+        case TypeLookup::BadQuantity:
+            warn(CLoadCalData::kQuantity,
+                 Fill(texts::kBadQuantityFormat,
+                      {who, type->name, QuantityName(type->quantity), circuit.m_strQuantity}));
+            break;
+        case TypeLookup::OutsideTiers:
+            warn(CLoadCalData::kQuantity,
+                 Fill(texts::kOutsideTiersFormat,
+                      {who, type->name, FormatG(*figures.quantity), type->tiers.front().label,
+                       type->tiers.back().label}));
+            break;
+        case TypeLookup::NoType:
+        case TypeLookup::Found:
+            break;
+    }
+
+    // Beyond its tiers a type has no range to hold a Kx to; with a bad
+    // quantity the range of all its tiers still catches a wild figure.
+    if (type != nullptr && figures.status != TypeLookup::OutsideTiers) {
+        const std::optional<double> typed = ReadTypedNumber(circuit.m_strDemandFactor);
+        const double low = figures.tier ? figures.tier->kxMin : type->kxMin;
+        const double high = figures.tier ? figures.tier->kxMax : type->kxMax;
+        if (typed && (*typed < low - kFigureMargin || *typed > high + kFigureMargin)) {
+            const std::wstring tierPart =
+                figures.tier ? Fill(texts::kTierPartFormat, {figures.tier->label}) : std::wstring();
+            warn(CLoadCalData::kDemandFactor,
+                 Fill(texts::kKxOutsideFormat, {who, Trim(circuit.m_strDemandFactor), type->name,
+                                                tierPart, FormatG(low), FormatG(high)}));
+        }
+    }
+
+    const bool classGiven = !circuit.m_strLoadClass.empty();
+    if (classGiven && !IsOneOf(circuit.m_strLoadClass, kLoadClassTexts)) {
+        warn(CLoadCalData::kLoadClass,
+             Fill(texts::kBadLoadClassFormat, {who, circuit.m_strLoadClass}));
+    }
+    if (!IsOneOf(circuit.m_strFire, kFireTexts)) {
+        warn(CLoadCalData::kFire, Fill(texts::kBadFireFormat, {who, circuit.m_strFire}));
+    }
+    if (!classGiven) {
+        if (type != nullptr && type->fireFighting) {
+            warn(CLoadCalData::kLoadClass,
+                 Fill(texts::kFireTypeWithoutClassFormat, {who, type->name}));
+        } else if (circuit.m_strFire == kFireOnly) {
+            warn(CLoadCalData::kLoadClass, Fill(texts::kFireLoadWithoutClassFormat, {who}));
+        }
+    }
 }
 
 }  // namespace loadcal

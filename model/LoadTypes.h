@@ -162,6 +162,14 @@ bool FillFromLoadType(CLoadCalData& circuit, const CLoadTypeLibrary& library);
 /// The same for every circuit of a document; returns the number changed.
 int FillFromLoadTypes(CLoadCalDocument& doc, const CLoadTypeLibrary& library);
 
+/// What choosing a circuit's type (or changing the quantity of a tiered
+/// type) does in the window: the demand factor takes the Kx of the type or
+/// of the quantity's tier, the power factor the type's cos φ ("%G" text),
+/// replacing what they held; a figure the type does not give (no cos φ, a
+/// quantity outside the tiers or not a positive number) is left alone.
+/// Returns true when a field changed. Nothing is recalculated.
+bool TakeFiguresFromLoadType(CLoadCalData& circuit, const CLoadTypeLibrary& library);
+
 /// The warnings about the circuits' load types, classes and fire roles, in
 /// circuit order: a type not in the library (Kx taken as typed); a quantity
 /// that is not a positive number, or beyond the tiers, on a tiered type; a
@@ -169,5 +177,9 @@ int FillFromLoadTypes(CLoadCalDocument& doc, const CLoadTypeLibrary& library);
 /// load without a load class; a load class or fire text that is none of
 /// the known ones.
 CCheckWarnings CheckLoadTypes(const CLoadCalDocument& doc, const CLoadTypeLibrary& library);
+/// The same for circuit i alone, appended to out (CheckLoadTypes is this for
+/// every circuit in order).
+void CheckLoadType(const CLoadCalData& circuit, int i, const CLoadTypeLibrary& library,
+                   CCheckWarnings& out);
 
 }  // namespace loadcal

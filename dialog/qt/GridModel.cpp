@@ -8,8 +8,8 @@
 
 namespace loadcal {
 
-CGridModel::CGridModel(CLoadCalDiaog& dialog, GridId grid, QObject* parent)
-    : QAbstractTableModel(parent), m_dialog(dialog), m_id(grid)
+CGridModel::CGridModel(IGridHost& host, GridId grid, QObject* parent)
+    : QAbstractTableModel(parent), m_host(host), m_id(grid)
 {
     Grid().AddListener(this);
 }
@@ -102,19 +102,25 @@ QVariant CGridModel::data(const QModelIndex& index, int role) const
     if (cell == nullptr) {
         return {};
     }
-    // The phase column is edited through its list only, however the editor
-    // is opened (a key, F2, a click).
-    const TableColumn* column = ColumnAt(m_id, col);
-    if (column != nullptr && column->kind == ColumnKind::Phase) {
-        if (role == CellKindRole) {
-            return static_cast<int>(CellKind::Combo);
-        }
-        if (role == ComboOptionsRole) {
+    // A cell the controller gives a list is edited through it, however the
+    // editor is opened (a key, F2, a click).
+    if (role == CellKindRole || role == ComboOptionsRole || role == ComboFreeTextRole) {
+        const int row = GridRow(index.row());
+        if (const std::optional<CCellChoices> choices = m_host.CellChoices(m_id, row, col)) {
+            if (role == CellKindRole) {
+                return static_cast<int>(CellKind::Combo);
+            }
+            if (role == ComboFreeTextRole) {
+                return choices->freeText;
+            }
             QStringList options;
-            for (std::wstring_view phase : kPhaseTexts) {
-                options.append(ToQString(std::wstring(phase)));
+            for (const std::wstring& option : choices->options) {
+                options.append(ToQString(option));
             }
             return options;
+        }
+        if (role == ComboFreeTextRole) {
+            return false;
         }
     }
     return CellData(*cell, role);
@@ -160,7 +166,7 @@ bool CGridModel::setData(const QModelIndex& index, const QVariant& value, int ro
     const int row = GridRow(index.row());
     const int col = GridColumn(index.column());
     try {
-        m_dialog.OnEndEdit(m_id, row, col, ToWString(value.toString()));
+        m_host.OnEndEdit(m_id, row, col, ToWString(value.toString()));
     } catch (const std::exception& e) {
         if (!m_onError) {
             throw;

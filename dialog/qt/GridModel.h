@@ -4,18 +4,18 @@
 #include <functional>
 #include <stdexcept>
 
-#include "dialog/LoadCalDiaog.h"
+#include "dialog/GridHost.h"
 
 namespace loadcal {
 
-/// The Qt table model of one grid of the calculation dialog: an adapter that
-/// shows the controller's headless grid (CGridCtrl) and keeps nothing of its
-/// own. The grid's fixed rows and columns become the header sections; model
-/// row r, column c is grid cell (r + fixed rows, c + fixed columns). The
-/// grid's change notices arrive through IGridListener and go out as the
-/// model's begin/end signals. An edit (setData) ends in the controller's
-/// end-of-edit rule, which writes the cell itself. Borrows the controller,
-/// which must outlive the model; registers with the grid for its lifetime.
+/// The Qt table model of one grid of a headless controller (the calculation
+/// dialog, the load-type library editor): an adapter that shows the
+/// controller's grid (CGridCtrl) and keeps nothing of its own. The grid's fixed rows and columns
+/// become the header sections; model row r, column c is grid cell (r + fixed rows, c + fixed
+/// columns). The grid's change notices arrive through IGridListener and go out as the model's
+/// begin/end signals. An edit (setData) ends in the controller's end-of-edit rule, which writes the
+/// cell itself; a cell the controller gives a list (IGridHost::CellChoices) is a combo cell.
+/// Borrows the controller, which must outlive the model; registers with the grid for its lifetime.
 class CGridModel final : public QAbstractTableModel, public IGridListener {
     Q_OBJECT
 public:
@@ -23,11 +23,12 @@ public:
     enum Role {
         CellKindRole = Qt::UserRole + 1,  ///< int(CellKind) of the cell
         ComboOptionsRole,                 ///< QStringList: the choices of a combo cell
+        ComboFreeTextRole,  ///< bool: a combo cell also takes a typed text beyond its choices
     };
     /// Called with an exception the controller let out of an edit.
     using ErrorHandler = std::function<void(const std::exception&)>;
 
-    CGridModel(CLoadCalDiaog& dialog, GridId grid, QObject* parent = nullptr);
+    CGridModel(IGridHost& host, GridId grid, QObject* parent = nullptr);
     ~CGridModel() override;
     CGridModel(const CGridModel&) = delete;
     CGridModel& operator=(const CGridModel&) = delete;
@@ -35,7 +36,7 @@ public:
     void SetErrorHandler(ErrorHandler handler) { m_onError = std::move(handler); }
 
     GridId Id() const { return m_id; }
-    CGridCtrl& Grid() const { return m_dialog.GetGrid(m_id); }
+    CGridCtrl& Grid() const { return m_host.GetGrid(m_id); }
     int GridRow(int modelRow) const { return modelRow + Grid().GetFixedRowCount(); }
     int GridColumn(int modelColumn) const { return modelColumn + Grid().GetFixedColumnCount(); }
     /// The model index of a grid cell; invalid for a fixed or missing cell.
@@ -74,7 +75,7 @@ signals:
 private:
     QVariant CellData(const CGridCell& cell, int role) const;
 
-    CLoadCalDiaog& m_dialog;
+    IGridHost& m_host;
     GridId m_id;
     ErrorHandler m_onError;
     int m_nChanging = 0;

@@ -1,6 +1,8 @@
 #include "dialog/qt/GridView.h"
 
+#include <QAbstractItemView>
 #include <QComboBox>
+#include <QCompleter>
 #include <QCoreApplication>
 #include <QGuiApplication>
 #include <QHeaderView>
@@ -23,6 +25,12 @@ bool IsComboCell(const QModelIndex& index)
     return index.data(CGridModel::CellKindRole).toInt() == static_cast<int>(CellKind::Combo);
 }
 
+/// Set on a combo editor opened by a typed key: its list does not drop
+/// down, so that the keys that follow go on into its text.
+constexpr const char* kOpenedByTyping = "loadcalOpenedByTyping";
+/// Set on a combo editor once its choice has been handed to the view.
+constexpr const char* kFinished = "loadcalFinished";
+
 }  // namespace
 
 QWidget* CGridDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem& option,
@@ -37,14 +45,54 @@ QWidget* CGridDelegate::createEditor(QWidget* parent, const QStyleOptionViewItem
         return editor;
     }
     auto* combo = new QComboBox(parent);
-    combo->setEditable(false);
-    combo->addItems(index.data(CGridModel::ComboOptionsRole).toStringList());
+    const bool freeText = index.data(CGridModel::ComboFreeTextRole).toBool();
+    combo->setEditable(freeText);
+    const QStringList options = index.data(CGridModel::ComboOptionsRole).toStringList();
+    combo->addItems(options);
+    // The list is as wide as its longest choice, however narrow the column.
+    int widest = 0;
+    for (const QString& choice : options) {
+        widest = std::max(widest, combo->fontMetrics().horizontalAdvance(choice));
+    }
+    const int listWidth = widest + combo->style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 24;
+    combo->view()->setMinimumWidth(listWidth);
     // A pick ends the edit at once, as a drop-down list cell does.
     auto* self = const_cast<CGridDelegate*>(this);
-    connect(combo, &QComboBox::activated, self, [self, combo](int) {
+    // Once: a pick in the filtered list also reports itself as activated.
+    const auto finish = [self, combo] {
+        if (combo->property(kFinished).toBool()) {
+            return;
+        }
+        combo->setProperty(kFinished, true);
         emit self->commitData(combo);
         emit self->closeEditor(combo);
-    });
+    };
+    connect(combo, &QComboBox::activated, self, finish);
+    if (freeText) {
+        // Typing filters the list to the choices that hold the text; a text
+        // that is none of them is taken as typed.
+        combo->setInsertPolicy(QComboBox::NoInsert);
+        auto* completer = new QCompleter(combo->model(), combo);
+        completer->setCaseSensitivity(Qt::CaseInsensitive);
+        completer->setFilterMode(Qt::MatchContains);
+        completer->setCompletionMode(QCompleter::PopupCompletion);
+        combo->setCompleter(completer);
+        completer->popup()->setMinimumWidth(listWidth);
+        combo->lineEdit()->setAlignment(index.data(Qt::TextAlignmentRole).value<Qt::Alignment>() &
+                                        Qt::AlignHorizontal_Mask);
+        // Enter while the filtered list is open takes the text (or the
+        // choice picked in it) and ends the edit, as Enter does without it.
+        connect(combo->lineEdit(), &QLineEdit::returnPressed, self, [combo, finish] {
+            if (combo->completer() && combo->completer()->popup()->isVisible()) {
+                finish();
+            }
+        });
+        connect(completer, qOverload<const QString&>(&QCompleter::activated), self,
+                [combo, finish](const QString& text) {
+                    combo->setEditText(text);
+                    finish();
+                });
+    }
     return combo;
 }
 
@@ -55,10 +103,15 @@ void CGridDelegate::setEditorData(QWidget* editor, const QModelIndex& index) con
         QStyledItemDelegate::setEditorData(editor, index);
         return;
     }
-    combo->setCurrentIndex(combo->findText(index.data(Qt::EditRole).toString()));
-    // The list drops down as soon as the editor is on screen.
+    const QString text = index.data(Qt::EditRole).toString();
+    combo->setCurrentIndex(combo->findText(text));
+    if (combo->isEditable()) {
+        combo->setEditText(text);
+    }
+    // The list drops down as soon as the editor is on screen, unless a
+    // typed key opened it.
     QTimer::singleShot(0, combo, [combo] {
-        if (combo->isVisible()) {
+        if (combo->isVisible() && !combo->property(kOpenedByTyping).toBool()) {
             combo->showPopup();
         }
     });
@@ -278,6 +331,10 @@ bool CGridView::edit(const QModelIndex& index, EditTrigger trigger, QEvent* even
 {
     if (!QTableView::edit(index, trigger, event)) {
         return false;
+    }
+    if (auto* combo = qobject_cast<QComboBox*>(indexWidget(index));
+        combo != nullptr && combo->isEditable() && trigger == AnyKeyPressed) {
+        combo->setProperty(kOpenedByTyping, true);
     }
     if (trigger == EditKeyPressed || trigger == DoubleClicked) {
         if (auto* line = qobject_cast<QLineEdit*>(indexWidget(index))) {

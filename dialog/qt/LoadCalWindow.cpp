@@ -24,6 +24,7 @@
 #include "dialog/qt/ChoicePopup.h"
 #include "dialog/qt/GridView.h"
 #include "dialog/qt/Icons.h"
+#include "dialog/qt/LoadTypeDialog.h"
 #include "dialog/qt/QtSession.h"
 #include "dialog/qt/QtText.h"
 #include "dialog/qt/TotalRowView.h"
@@ -660,6 +661,12 @@ std::optional<std::wstring> CLoadCalWindow::OpenFileDialog(const CFileDialogOpti
 std::optional<std::wstring> CLoadCalWindow::SaveFileDialog(const CFileDialogOptions& options)
 {
     return RunArchiveDialog(options, true);
+}
+
+bool CLoadCalWindow::EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::wstring& userPath)
+{
+    CLoadTypeLibraryDialog dialog(editor, userPath, Runner(), this);
+    return Runner().Exec(dialog) == QDialog::Accepted;
 }
 
 void CLoadCalWindow::SetStatusText(const std::wstring& text)

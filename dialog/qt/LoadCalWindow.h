@@ -71,6 +71,8 @@ public:
     void SetClipboardText(const std::wstring& text) override;
     /// The status bar under the grids.
     void SetStatusText(const std::wstring& text) override;
+    /// The 负荷类型库 window (CLoadTypeLibraryDialog), run through the runner.
+    bool EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::wstring& userPath) override;
     QStatusBar& StatusBar() const { return *m_pStatusBar; }
 
     CGridView& View(GridId grid) const;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <deque>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -60,6 +61,12 @@ public:
     std::wstring clipboard;  ///< the system clipboard's text
     void SetStatusText(const std::wstring& text) override { status = text; }
     std::wstring status;  ///< the status bar's note
+    /// The 负荷类型库 editor: what the test does in it (none: cancelled).
+    std::function<bool(CLoadTypeLibraryEditor&, const std::wstring&)> editLoadTypes;
+    bool EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::wstring& userPath) override
+    {
+        return editLoadTypes ? editLoadTypes(editor, userPath) : false;
+    }
 };
 
 using testsupport::TempFolder;

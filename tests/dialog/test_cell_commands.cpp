@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "dialog/LoadCalResources.h"
@@ -169,18 +170,30 @@ TEST(CellCommands, APasteBeyondWhatAnArchiveHoldsIsRefusedAtOnce)
 TEST(CellCommands, PastingManyLinesGivesWhatTypingEachCellGives)
 {
     // Random lines (blank cells, unknown phases, full-width figures, short
-    // and long lines) pasted at once against the same cells typed one by one
-    // into the entry row.
+    // and long lines, load classes and fire roles good and bad, type names
+    // the library lacks) pasted at once against the same cells typed one by
+    // one into the entry row.
     std::mt19937 random(15);
-    const std::vector<std::wstring> pool = {L"",     L"L1,N", L"L3,N", L"L1,L2,L3,N",
-                                            L"三相", L"0.8",  L"１２", L"-3",
-                                            L"0.22", L"abc",  L"1E+03"};
+    const std::vector<std::wstring> pool = {
+        L"",     L"L1,N", L"L3,N",  L"L1,L2,L3,N", L"三相", L"0.8",  L"１２",      L"-3",
+        L"0.22", L"abc",  L"1E+03", L"二级",       L"一类", L"消防", L"火灾时切除"};
+    // What typing into the entry row's cell takes: not the computed and
+    // owner columns, a phase, class or fire role only from its list.
+    const auto takes = [](int c, const std::wstring& text) {
+        const std::vector<std::wstring> classes = {L"一级中特别重要", L"一级", L"二级", L"三级"};
+        const std::vector<std::wstring> fire = {L"消防", L"火灾时切除"};
+        const auto in = [&text](const std::vector<std::wstring>& list) {
+            return std::ranges::find(list, text) != list.end();
+        };
+        return !text.empty() && ((c <= 8 && (c != 4 || IsPhaseText(text))) || c == 14 || c == 15 ||
+                                 (c == 16 && in(classes)) || (c == 17 && in(fire)));
+    };
     for (int round = 0; round < 20; ++round) {
         CTabRows lines;
         const int col = 1 + static_cast<int>(random() % 8);
         for (int k = 0; k < 30; ++k) {
             std::vector<std::wstring>& line = lines.emplace_back();
-            const size_t width = random() % 12;
+            const size_t width = random() % 18;
             for (size_t j = 0; j < width; ++j) {
                 line.push_back(pool[random() % pool.size()]);
             }
@@ -196,7 +209,7 @@ TEST(CellCommands, PastingManyLinesGivesWhatTypingEachCellGives)
             const int row = typed.dlg->GetLoads().GetSize() + 1;
             for (size_t j = 0; j < line.size(); ++j) {
                 const int c = col + static_cast<int>(j);
-                if (c <= 8 && !line[j].empty() && (c != 4 || IsPhaseText(line[j]))) {
+                if (takes(c, line[j])) {
                     typed.Type(GridId::Load, row, c, line[j]);
                 }
             }

@@ -86,10 +86,11 @@ TEST(SpreadsheetPaste, EachLineIsACircuitCalculatedAsIfTyped)
     typed.Type(GridId::Load, 3, 6, L"0.4");
 
     // From column 3: name, phase, power, voltage, K, cos, then computed
-    // cells and more than the grid has, which are left out. A blank line is
-    // skipped, an unknown phase leaves the default, an empty cell too.
+    // cells, the owner, the four empty cells of type, quantity, class and
+    // fire role and more than the grid has, which are left out. A blank
+    // line is skipped, an unknown phase leaves the default, an empty cell too.
     PasteAt(pasted, GridId::Load, 3,
-            L"风机\tL2,N\t7.5\t\t0.8\t\t99\t99\t99\t99\tT9\textra\r\n"
+            L"风机\tL2,N\t7.5\t\t0.8\t\t99\t99\t99\t99\tT9\t\t\t\t\textra\r\n"
             L"\t\t\r\n"
             L"水泵\tthree\t15\t0.4\r\n");
     EXPECT_EQ(pasted.dlg->GetLoads(), typed.dlg->GetLoads());
@@ -121,8 +122,12 @@ TEST(SpreadsheetPaste, BadTextPlacesWhatItCanAndNothingElse)
     PasteAt(f, GridId::Load, 3, L"\r\n\t\t\n \n");
     f.Load().SetFocusCell(3, 3);
     f.dlg->PasteText(GridId::Load, L"X\t1\r\n");
-    // Starting in the computed or owner columns places nothing.
-    PasteAt(f, GridId::Load, 9, L"1\t2\t3\t4\t5\t6\r\n");
+    // Starting in the computed or owner columns places nothing, nor does a
+    // load class or fire role that is none of their lists.
+    PasteAt(f, GridId::Load, 9, L"1\t2\t3\t4\t5\r\n");
+    PasteAt(f, GridId::Load, 16, L"一类\t是\r\n");
+    f.Load().SetFocusCell(1, 16);
+    f.dlg->PasteText(GridId::Load, L"特级\t消防栓\r\n");
     EXPECT_EQ(f.dlg->GetLoads(), before);
     EXPECT_FALSE(f.dlg->CanRedo());
     EXPECT_EQ(f.dlg->GetHistory().GetUndoCount(), 1u) << "nothing placed, no step";
@@ -180,8 +185,8 @@ TEST(SpreadsheetClipboard, CopyAndCutPutTheRowsOutAsASpreadsheetsText)
     f.dlg->OnCopyRows(GridId::Load);
     const Rows rows = ParseTabText(f.ui.clipboard);
     ASSERT_EQ(rows.size(), 2u);
-    ASSERT_EQ(rows[0].size(), 13u);
-    for (int c = 1; c <= 13; ++c) {
+    ASSERT_EQ(rows[0].size(), 17u);
+    for (int c = 1; c <= 17; ++c) {
         EXPECT_EQ(rows[0][static_cast<size_t>(c - 1)], f.Load().GetItemText(1, c));
         EXPECT_EQ(rows[1][static_cast<size_t>(c - 1)], f.Load().GetItemText(2, c));
     }

@@ -22,7 +22,11 @@ TEST(StartUp, AnEmptyDocumentShowsEntryRowsSeparatorAndTotals)
 
     CGridCtrl& g = f.Load();
     ASSERT_EQ(g.GetRowCount(), 4);
-    ASSERT_EQ(g.GetColumnCount(), 14);
+    // The thirteen columns, then 负荷类型, 数量, 负荷等级, 消防.
+    ASSERT_EQ(g.GetColumnCount(), 18);
+    EXPECT_EQ(f.Texts(GridId::Load, 0, {13, 14, 15, 16, 17}),
+              (Texts{L"归属变压器", L"负荷类型", L"数量", L"负荷等级", L"消防"}));
+    EXPECT_EQ(f.Texts(GridId::Load, 1, {14, 15, 16, 17}), (Texts{L"", L"", L"", L""}));
     EXPECT_EQ(g.GetFixedRowCount(), 1);
     EXPECT_EQ(g.GetFixedColumnCount(), 1);
     EXPECT_EQ(g.GetColumnWidth(0), 10);
@@ -32,7 +36,7 @@ TEST(StartUp, AnEmptyDocumentShowsEntryRowsSeparatorAndTotals)
               (Texts{L"L1,L2,L3,N", L"0.38", L"1.0", L"0.8"}));
     EXPECT_EQ(g.GetItemFormat(1, 3), DT_CENTER | DT_VCENTER | DT_SINGLELINE);
     EXPECT_FALSE(g.IsCellEditable(1, 13));  // owners are ticked in the choice list
-    for (int c = 1; c <= 13; ++c) {
+    for (int c = 1; c <= 17; ++c) {
         EXPECT_EQ(g.GetItemBkColour(2, c), 0x00B4B4B4u) << c;
         EXPECT_FALSE(g.IsCellEditable(2, c)) << c;
         EXPECT_EQ(g.GetItemBkColour(3, c), 0x0080FFFFu) << c;

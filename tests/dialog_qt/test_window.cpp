@@ -322,7 +322,8 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
                                                   {"输出到Excell(&E)", 32773},
                                                   {"生成计算书(&B)", 32795},
                                                   separator,
-                                                  {"全部重算\tF9", 32796}}));
+                                                  {"全部重算\tF9", 32796},
+                                                  {"负荷类型库(&L)...", 32798}}));
 
     QMenu& help = TopMenu(3);
     emit help.aboutToShow();

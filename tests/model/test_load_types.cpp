@@ -292,3 +292,35 @@ TEST(LoadTypes, DocumentsWithoutTheNewFieldsHaveNoWarningsAndNothingToFill)
     EXPECT_EQ(FillFromLoadTypes(doc, TestLibrary()), 0);
     EXPECT_EQ(doc, before);
 }
+
+TEST(LoadTypes, ChoosingATypeReplacesTheFactorsItGivesAndLeavesTheOthers)
+{
+    const CLoadTypeLibrary library = TestLibrary();
+    CLoadCalData typed = Circuit(L"1", L"电梯", L"", L"0.9", L"0.95");
+    EXPECT_TRUE(TakeFiguresFromLoadType(typed, library));
+    EXPECT_EQ(typed.m_strDemandFactor, L"0.2");
+    EXPECT_EQ(typed.m_strPowerFactor, L"0.5");
+    EXPECT_FALSE(TakeFiguresFromLoadType(typed, library)) << "nothing left to change";
+
+    // A tier by the quantity; without a power factor cos φ stays as typed.
+    CLoadCalData homes = Circuit(L"2", L"住宅", L"5", L"1", L"0.9");
+    EXPECT_TRUE(TakeFiguresFromLoadType(homes, library));
+    EXPECT_EQ(homes.m_strDemandFactor, L"0.78");
+    EXPECT_EQ(homes.m_strPowerFactor, L"0.9");
+
+    // Nothing the type cannot give: no quantity, beyond the tiers, an
+    // unknown name, no name.
+    for (CLoadCalData c : {Circuit(L"3", L"住宅", L"", L"0.5", L"0.9"),
+                           Circuit(L"4", L"住宅", L"40", L"0.5", L"0.9"),
+                           Circuit(L"5", L"未知类型", L"", L"0.5", L"0.9"),
+                           Circuit(L"6", L"", L"", L"0.5", L"0.9")}) {
+        const CLoadCalData before = c;
+        EXPECT_FALSE(TakeFiguresFromLoadType(c, library)) << ToUtf8(c.m_strCircuitNo);
+        EXPECT_EQ(c, before);
+    }
+    // A tiered type with a bad quantity still gives its cos φ.
+    CLoadCalData lighting = Circuit(L"7", L"照明插座", L"-1", L"0.5", L"0.8");
+    EXPECT_TRUE(TakeFiguresFromLoadType(lighting, library));
+    EXPECT_EQ(lighting.m_strDemandFactor, L"0.5");
+    EXPECT_EQ(lighting.m_strPowerFactor, L"0.9");
+}
