@@ -1,10 +1,12 @@
 #include "balancing/PhaseBalancing.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "balancing/BalancingTexts.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/Text.h"
 
 namespace loadcal {
 namespace {
@@ -36,14 +38,34 @@ CStringArray StandardPhaseList()
 }
 
 std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStringArray& phases,
-                                    const double (&currents)[3])
+                                    const double (&currents)[3], bool board)
 {
-    return FormatText(kReportBlockFormat, {transformer, phases[0], currents[0], phases[1],
-                                           currents[1], phases[2], currents[2]});
+    return FormatText(
+        board ? kBoardReportBlockFormat : kReportBlockFormat,
+        {transformer, phases[0], currents[0], phases[1], currents[1], phases[2], currents[2]});
+}
+
+/// True when every piece of an owner text names a board (without regard to
+/// case): the group is that board's.
+bool NamesBoardsOnly(const std::wstring& owner, const CBoardArray& boards)
+{
+    const CStringArray pieces = OwnerPieces(owner);
+    if (pieces.GetSize() == 0) {
+        return false;
+    }
+    for (const std::wstring& piece : pieces) {
+        const bool named = std::ranges::any_of(
+            boards, [&piece](const CBoardCalData& b) { return EqualsNoCase(b.m_strName, piece); });
+        if (!named) {
+            return false;
+        }
+    }
+    return true;
 }
 
 PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
-                                       CExtremum& search, int generations, IPhaseBalanceHost& host)
+                                       CExtremum& search, int generations, IPhaseBalanceHost& host,
+                                       const CBoardArray& boards)
 {
     PhaseBalancingResult result;
 
@@ -76,6 +98,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
         }
 
         const int n = copies.GetSize();
+        const bool board = !boards.IsEmpty() && NamesBoardsOnly(owner, boards);
         if (n == 0) {
             continue;  // nothing to spread: three-phase circuits only
         }
@@ -88,7 +111,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
             }
             const double t = threePhase / 3.0;
             const double currents[3] = {sums[0] + t, sums[1] + t, sums[2] + t};
-            result.report += FormatPhaseReportBlock(owner, phases, currents);
+            result.report += FormatPhaseReportBlock(owner, phases, currents, board);
             result.report += kSmallGroupNote;
             result.report += kReportBlockEnd;
             WritePhasesBack(loads, copies, indices, host);
@@ -100,7 +123,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
             items[static_cast<size_t>(k)].current = ParseNumber(copies[k].m_strCalcI);
             items[static_cast<size_t>(k)].index = k;
         }
-        AssignPhases(search, items.data(), n, owner, generations, host);
+        AssignPhases(search, items.data(), n, owner, generations, host, board);
 
         double sums[3] = {0.0, 0.0, 0.0};
         for (int k = 0; k < n; ++k) {
@@ -110,7 +133,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
         }
         const double t = threePhase / 3.0;
         const double currents[3] = {sums[0] + t, sums[1] + t, sums[2] + t};
-        result.report += FormatPhaseReportBlock(owner, phases, currents);
+        result.report += FormatPhaseReportBlock(owner, phases, currents, board);
         result.report += kReportBlockEnd;
         WritePhasesBack(loads, copies, indices, host);
     }

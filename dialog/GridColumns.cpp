@@ -4,8 +4,13 @@ namespace loadcal {
 
 std::span<const TableColumn> ColumnsOf(GridId grid)
 {
-    if (grid == GridId::Load) {
-        return kLoadColumns;
+    switch (grid) {
+        case GridId::Load:
+            return kLoadColumns;
+        case GridId::Board:
+            return kBoardColumns;
+        case GridId::Transformer:
+            break;
     }
     return kTransformerColumns;
 }

@@ -9,10 +9,11 @@
 
 namespace loadcal {
 
-/// The two grids of the dialog.
+/// The grids of the dialog.
 enum class GridId {
     Load = 101,         ///< control 101: one row per load circuit
     Transformer = 102,  ///< control 102: one row per transformer
+    Board = 103,        ///< one row per distribution board
 };
 
 /// The column table of a grid (model/Columns.h): grid column c (1 based;

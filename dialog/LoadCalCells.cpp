@@ -9,6 +9,7 @@
 #include "dialog/NumberText.h"
 #include "dialog/TabText.h"
 #include "document/InterDpData.h"
+#include "model/BoardChecks.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -185,7 +186,7 @@ void CLoadCalDiaog::OnInsertRow(GridId grid)
     EndPendingCut(grid);
     CLoadCalData circuit;
     circuit.m_strPhase = kPhaseThree;
-    RecalculateCircuit(circuit);
+    RecalculateCircuit(circuit, m_document.rules);
     const int height = m_gridLoad.GetRowHeight(r);
     m_gridLoad.InsertRow(L"", r);
     m_gridLoad.SetRowHeight(r, height);
@@ -325,7 +326,7 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
             continue;
         }
         if (calculate) {
-            RecalculateCircuit(circuit);
+            RecalculateCircuit(circuit, m_document.rules);
         }
         phase = kPhaseThree;
         Loads().Add(circuit);
@@ -354,29 +355,47 @@ bool CLoadCalDiaog::HasStaleFigures() const
 void CLoadCalDiaog::OnRecalculateAll()
 {
     CCommandScope command(*this);
+    // The whole document under its rule set: circuits, boards bottom-up,
+    // transformers, totals.
     CLoadCalDocument copy = m_document;
     RecalculateDocument(copy);
     if (copy == m_document) {
         return;
     }
-    {
-        CRecordedArray<CLoadCalData> loads = Loads();
-        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
-            if (!(copy.loads[i] == m_arrLoad[i])) {
-                loads.Modify(i, [&](CLoadCalData& c) { c = copy.loads[i]; });
+    // Recorded record by record; the document then follows from its
+    // inputs throughout, so the index is built afresh without recalculating.
+    const auto take = [](auto records, const auto& from) {
+        for (int i = 0; i < records.GetSize(); ++i) {
+            if (!(from[i] == records[i])) {
+                records.Set(i, from[i]);
             }
         }
+    };
+    take(CRecordedArray<CLoadCalData>(m_arrLoad, &m_step.loads), copy.loads);
+    take(CRecordedArray<CBoardCalData>(m_arrBoard, &m_step.boards), copy.boards);
+    take(CRecordedArray<CTransformerCalData>(m_arrTransformer, &m_step.transformers),
+         copy.transformers);
+    m_pSupplyIndex.reset();
+    m_arrTouchedLoads.clear();
+    m_arrTouchedBoards.clear();
+    m_arrTouchedTransformers.clear();
+    {
+        CGridCtrl::Batch batch(m_gridLoad);
+        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+            FillLoadRow(i + 1, m_arrLoad[i]);
+        }
+        RefreshTotals();
     }
-    CGridCtrl::Batch batch(m_gridLoad);
-    for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
-        FillLoadRow(i + 1, m_arrLoad[i]);
-    }
-    RefreshTotals();
-    RecalculateAllTransformers();
     {
         CGridCtrl::Batch transformers(m_gridTransformer);
         for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
             FillTransformerRow(i + 1, m_arrTransformer[i]);
+        }
+    }
+    {
+        CGridCtrl::Batch boards(m_gridBoard);
+        for (int i = 0; i < m_arrBoard.GetSize(); ++i) {
+            FillBoardRow(i + 1, m_arrBoard[i]);
         }
     }
     m_bModified = 1;
@@ -436,7 +455,11 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     for (const CTransformerCalData& t : m_arrTransformer) {
         names.push_back(t.m_strName);
     }
-    // A circuit's warnings depend on the circuit and the transformer names:
+    names.emplace_back(L"\n");  // board names follow
+    for (const CBoardCalData& b : m_arrBoard) {
+        names.push_back(b.m_strName);
+    }
+    // A circuit's warnings depend on the circuit and the names it may name:
     // only the circuits a step changed are checked again, unless rows came
     // or went or the names changed.
     bool all = step == nullptr || names != m_warnedNames ||
@@ -465,6 +488,8 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     }
     const CCheckWarnings transformers = CheckTransformers(m_document);
     m_warnings.insert(m_warnings.end(), transformers.begin(), transformers.end());
+    const CCheckWarnings boards = CheckBoards(m_document);
+    m_warnings.insert(m_warnings.end(), boards.begin(), boards.end());
 
     // The cells: every warning on the cell of its field; several join.
     std::map<std::pair<GridId, CCellID>, std::wstring> marks;
@@ -472,6 +497,8 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
         GridId grid = GridId::Load;
         if (w.subject == CCheckWarning::Subject::Transformer) {
             grid = GridId::Transformer;
+        } else if (w.subject == CCheckWarning::Subject::Board) {
+            grid = GridId::Board;
         } else if (w.subject != CCheckWarning::Subject::Circuit) {
             continue;
         }

@@ -598,7 +598,7 @@ void CLoadCalDiaog::OnAdjustPhases()
     // SetPhaseCell, which records it. The whole run is one undo step.
     CCommandScope command(*this);
     CLoadArray working = m_arrLoad;
-    RunPhaseBalancing(working, m_arrPhase, *m_pExtremum, m_nGenerations, *this);
+    RunPhaseBalancing(working, m_arrPhase, *m_pExtremum, m_nGenerations, *this, m_arrBoard);
 }
 
 }  // namespace loadcal

@@ -25,6 +25,7 @@
 #include "model/Columns.h"
 #include "model/Document.h"
 #include "model/Records.h"
+#include "model/SupplyIndex.h"
 
 namespace loadcal {
 
@@ -290,10 +291,10 @@ public:
     std::optional<std::wstring> GetRecoveryCopyPath() const;
 
     // Operations on records and grids.
-    /// Recalculates circuit i, shows its four results and refreshes the totals.
+    /// Recalculates circuit i under the document's rule set, shows its four
+    /// results and refreshes the totals (with the boards and transformers
+    /// the circuit feeds).
     void RecalculateRow(int i);
-    /// Recalculates the transformer with this name (no case) and shows it.
-    void RecalculateTransformer(const std::wstring& name);
     /// Replaces a transformer name in every circuit's owner list (an empty
     /// new name removes it).
     void ReplaceTransformerInCircuits(const std::wstring& oldName, const std::wstring& newName);
@@ -313,21 +314,26 @@ public:
     void ShowReport(const std::wstring& report) override;
     /// Recomputes one cell of the total row and marks the document modified.
     void RefreshTotalCell(int column) override;
+    /// The boards and transformers the changed records feed are recalculated
+    /// under the document's rule set and shown (UpdateGroups).
     void RecalculateAllTransformers() override;
     void RefreshLoadGrid() override { m_gridLoad.Refresh(); }
 
     // State, for the window, the command that runs the dialog, and tests.
     CGridCtrl& GetGrid(GridId grid)
     {
-        return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
+        return grid == GridId::Load ? m_gridLoad
+                                    : (grid == GridId::Board ? m_gridBoard : m_gridTransformer);
     }
     const CGridCtrl& GetGrid(GridId grid) const
     {
-        return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
+        return grid == GridId::Load ? m_gridLoad
+                                    : (grid == GridId::Board ? m_gridBoard : m_gridTransformer);
     }
     const CLoadCalDocument& GetDocument() const { return m_document; }
     const CLoadArray& GetLoads() const { return m_arrLoad; }
     const CTransformerArray& GetTransformers() const { return m_arrTransformer; }
+    const CBoardArray& GetBoards() const { return m_arrBoard; }
     const std::wstring& GetFilePath() const { return m_strFilePath; }
     bool IsModified() const { return m_bModified != 0; }
     /// 0 none, 1 draw into the drawing, 2 export to Excel.
@@ -381,7 +387,8 @@ private:
     void WriteRecoveryCopy();
     void RemoveRecoveryCopy();
 
-    /// Both grids with their titles: 14 and 17 columns, one fixed row and column.
+    /// The grids with their titles (load, transformer and board grid), one
+    /// fixed row and column each.
     void CreateGrids();
     void CreateGrid(CGridCtrl& grid, std::span<const TableColumn> columns);
     void FillLoadGrid();
@@ -392,6 +399,10 @@ private:
     void FillTransformerRow(int row, const CTransformerCalData& record);
     void FillTransformerEntryRow(int row);
     void ShowTransformerResults(int index);
+    void FillBoardGrid();
+    void FillBoardRow(int row, const CBoardCalData& record);
+    void FillBoardEntryRow(int row);
+    void ShowBoardResults(int index);
 
     void SetLoadField(int i, int k, const std::wstring& text);
     void SetTransformerField(int i, int k, const std::wstring& text);
@@ -425,14 +436,22 @@ private:
         CLoadCalDiaog& m_dialog;
     };
     /// The record arrays as the current command changes them (recorded while
-    /// a command runs).
+    /// a command runs); the indices changed are noted for UpdateGroups.
     CRecordedArray<CLoadCalData> Loads();
     CRecordedArray<CTransformerCalData> Transformers();
-    /// The owner index of the circuits as they stand: kept between edits and
-    /// brought up to date with the circuits changed since (built again when
-    /// rows came or went or an owner text changed), so that an edit costs
-    /// the sums, not a pass that parses every circuit.
-    const COwnerIndex& OwnerIndex();
+    CRecordedArray<CBoardCalData> Boards();
+    /// The supply tree's index (circuits -> boards -> transformers) after an
+    /// edit: kept between edits and told of the records changed since, so
+    /// that the boards and transformers they feed are recalculated under the
+    /// document's rule set, recorded in the running step and shown. Rows
+    /// that came or went, an owner list or a name that changed build it
+    /// again and recalculate every board and transformer. Without boards a
+    /// changed circuit recalculates every transformer, as it always has.
+    const CSupplyIndex& UpdateGroups();
+    /// After undo or redo, whose step put back every figure it had changed:
+    /// the index takes the records as they stand (or is dropped, to be built
+    /// again), and nothing is recalculated.
+    void TakeChanges();
     /// Undo (backwards) or redo of a step: records, grids, modified mark.
     void ApplyStep(const CDocumentStep& step, bool backwards);
     void EndPendingCut(GridId grid);
@@ -441,6 +460,8 @@ private:
 
     CGridCtrl m_gridLoad;
     CGridCtrl m_gridTransformer;
+    /// One row per distribution board, then its entry row.
+    CGridCtrl m_gridBoard;
     std::unique_ptr<CInterDpData> m_pIdpData;
     std::wstring m_strFilePath;
     CModifiedFlag m_bModified;
@@ -449,6 +470,7 @@ private:
     CLoadCalDocument m_document;
     CLoadArray& m_arrLoad = m_document.loads;
     CTransformerArray& m_arrTransformer = m_document.transformers;
+    CBoardArray& m_arrBoard = m_document.boards;
     int m_nOutputMode = 0;
     ICalculationBookWriter* m_pBookWriter = nullptr;
     IOutputWriter* m_pOutputWriter = nullptr;
@@ -480,9 +502,13 @@ private:
     /// are recalculated once at its end instead of after every cell.
     bool m_bDeferRecalculation = false;
     bool m_bRecalculationPending = false;
-    std::wstring m_strClipText[2];               ///< load grid, transformer grid
-    std::unique_ptr<COwnerIndex> m_pOwnerIndex;  ///< null: to be built
-    std::vector<int> m_arrTouchedLoads;          ///< changed since the index was brought up to date
+    std::wstring m_strClipText[2];                 ///< load grid, transformer grid
+    std::unique_ptr<CSupplyIndex> m_pSupplyIndex;  ///< null: to be built
+    /// Records changed since the index was brought up to date (-1: rows came
+    /// or went).
+    std::vector<int> m_arrTouchedLoads;
+    std::vector<int> m_arrTouchedBoards;
+    std::vector<int> m_arrTouchedTransformers;
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;

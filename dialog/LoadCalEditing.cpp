@@ -150,6 +150,60 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
     }
 }
 
+void CLoadCalDiaog::FillBoardRow(int row, const CBoardCalData& record)
+{
+    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
+        const TableColumn& column = kBoardColumns[static_cast<size_t>(c - 1)];
+        m_gridBoard.SetItem(row, c, record.FieldAt(column.field),
+                            column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
+        if (column.kind == ColumnKind::Computed) {
+            m_gridBoard.SetItemBkColour(row, c, kComputedColour);
+        }
+    }
+}
+
+void CLoadCalDiaog::FillBoardEntryRow(int row)
+{
+    // The entry row proposes a new board's phase and factors.
+    CBoardCalData proposal;
+    for (int f = 0; f < CBoardCalData::kFieldCount; ++f) {
+        const bool kept =
+            f == CBoardCalData::kPhase || f == CBoardCalData::kKp || f == CBoardCalData::kKq;
+        if (!kept) {
+            proposal.FieldAt(f).clear();
+        }
+    }
+    FillBoardRow(row, proposal);
+}
+
+void CLoadCalDiaog::FillBoardGrid()
+{
+    CGridCtrl::Batch batch(m_gridBoard);
+    const int m = m_arrBoard.GetSize();
+    m_gridBoard.SetRowCount(1);
+    m_gridBoard.SetRowCount(m + 2);
+    for (int i = 0; i < m; ++i) {
+        FillBoardRow(i + 1, m_arrBoard[i]);
+    }
+    FillBoardEntryRow(m + 1);
+    m_gridBoard.Invalidate();
+}
+
+void CLoadCalDiaog::ShowBoardResults(int index)
+{
+    if (index < 0 || index >= m_arrBoard.GetSize() || index + 1 >= m_gridBoard.GetRowCount()) {
+        return;
+    }
+    const CBoardCalData& board = m_arrBoard[index];
+    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
+        if (IsComputed(GridId::Board, c)) {
+            m_gridBoard.SetItemText(index + 1, c,
+                                    board.FieldAt(kBoardColumns[static_cast<size_t>(c - 1)].field));
+            m_gridBoard.RedrawCell(index + 1, c);
+        }
+    }
+}
+
 int CLoadCalDiaog::LoadDocument()
 {
     CLoadCalDocument read;
@@ -161,10 +215,14 @@ int CLoadCalDiaog::LoadDocument()
 void CLoadCalDiaog::ShowDocument(CLoadCalDocument doc)
 {
     m_document = std::move(doc);
-    m_pOwnerIndex.reset();
+    m_pSupplyIndex.reset();
+    m_arrTouchedLoads.clear();
+    m_arrTouchedBoards.clear();
+    m_arrTouchedTransformers.clear();
     m_history.Clear(m_bModified == 0);
     FillLoadGrid();
     FillTransformerGrid();
+    FillBoardGrid();
     RefreshWarnings(nullptr);
 }
 
@@ -186,7 +244,7 @@ void CLoadCalDiaog::FillLoadGrid()
             m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
         }
-        const SummaryTotals totals = OwnerIndex().Totals();
+        const SummaryTotals totals = UpdateGroups().Totals();
         for (int c = 1; c <= kLoadColumnCount; ++c) {
             const TotalCell cell = kLoadColumns[static_cast<size_t>(c - 1)].total;
             const std::wstring text = cell == TotalCell::Label
@@ -217,6 +275,7 @@ void CLoadCalDiaog::CreateGrids()
 {
     CreateGrid(m_gridLoad, kLoadColumns);
     CreateGrid(m_gridTransformer, kTransformerColumns);
+    CreateGrid(m_gridBoard, kBoardColumns);
     SetUpNumberChecks();
 }
 
@@ -227,7 +286,7 @@ void CLoadCalDiaog::RecalculateRow(int i)
     if (i < 0 || i >= m_arrLoad.GetSize()) {
         return;
     }
-    Loads().Modify(i, [](CLoadCalData& c) { RecalculateCircuit(c); });
+    Loads().Modify(i, [this](CLoadCalData& c) { RecalculateCircuit(c, m_document.rules); });
     const CLoadCalData& circuit = m_arrLoad[i];
     const int row = i + 1;
     for (int c = 1; c <= kLoadColumnCount; ++c) {
@@ -245,7 +304,7 @@ void CLoadCalDiaog::RecalculateRow(int i)
 
 void CLoadCalDiaog::RefreshTotalCell(int column)
 {
-    ShowTotalCell(OwnerIndex().Totals(), column);
+    ShowTotalCell(UpdateGroups().Totals(), column);
     m_bModified = 1;
 }
 
@@ -264,8 +323,9 @@ void CLoadCalDiaog::ShowTotalCell(const SummaryTotals& totals, int column)
 void CLoadCalDiaog::RefreshTotals()
 {
     // Each cell shows the totals of the circuits as they stand; they are
-    // computed once for all six cells.
-    const SummaryTotals totals = OwnerIndex().Totals();
+    // computed once for all six cells, after the boards and transformers
+    // the changed circuits feed.
+    const SummaryTotals totals = UpdateGroups().Totals();
     for (int column = 1; column <= kLoadColumnCount; ++column) {
         ShowTotalCell(totals, column);
     }
@@ -287,36 +347,15 @@ void CLoadCalDiaog::ShowTransformerResults(int index)
     }
 }
 
-void CLoadCalDiaog::RecalculateTransformer(const std::wstring& name)
-{
-    const int i = FindTransformer(m_arrTransformer, name);
-    if (i < 0) {
-        return;
-    }
-    Transformers().Modify(i, [&](CTransformerCalData&) {
-        loadcal::RecalculateTransformer(OwnerIndex(), m_arrTransformer, name);
-    });
-    ShowTransformerResults(i);
-}
-
 void CLoadCalDiaog::RecalculateAllTransformers()
 {
     if (m_bDeferRecalculation) {
         m_bRecalculationPending = true;
         return;
     }
-    // Each transformer is recalculated by its own name, so of two names
-    // equal but for case only the first is ever recalculated and shown.
-    // The transformers are few: the step keeps those whose texts changed.
-    const CTransformerArray before = m_arrTransformer;
-    loadcal::RecalculateAllTransformers(OwnerIndex(), m_arrTransformer);
-    CRecordedArray<CTransformerCalData> recorded = Transformers();
-    for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
-        recorded.Note(i, before[i]);
-    }
-    for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
-        ShowTransformerResults(FindTransformer(m_arrTransformer, m_arrTransformer[i].m_strName));
-    }
+    // Of two transformer names equal but for case only the first is ever
+    // recalculated and shown.
+    UpdateGroups();
 }
 
 void CLoadCalDiaog::ReplaceTransformerInCircuits(const std::wstring& oldName,
@@ -503,14 +542,15 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
                 m_gridTransformer.DeleteRow(r);
                 m_gridTransformer.Invalidate();
             }
-        } else if (r - 1 < m_arrTransformer.GetSize()) {
-            RecalculateTransformer(m_arrTransformer[r - 1].m_strName);
         }
     } else {
         SetTransformerField(r - 1, c - 1, text);
-        if (r - 1 < m_arrTransformer.GetSize()) {
-            RecalculateTransformer(m_arrTransformer[r - 1].m_strName);
-        }
+    }
+    // A rename or a delete rewrites owner lists, which the totals group by.
+    if (m_bDeferRecalculation) {
+        m_bRecalculationPending = true;
+    } else {
+        RefreshTotals();
     }
     m_bModified = 1;
 }

@@ -1,6 +1,7 @@
 // The command path every change of the document takes, undo and redo, the
 // keys on selected rows, the spreadsheet clipboard and the number checks.
 #include <algorithm>
+#include <utility>
 
 #include "dialog/LoadCalDiaog.h"
 #include "dialog/LoadCalTexts.h"
@@ -43,6 +44,50 @@ void ApplyChanges(CArray<Record>& records, const std::vector<CRecordChange<Recor
     } else {
         std::for_each(changes.begin(), changes.end(), apply);
     }
+}
+
+bool HasRowChange(const std::vector<int>& touched)
+{
+    return std::ranges::find(touched, -1) != touched.end();
+}
+
+std::vector<int> Distinct(std::vector<int> indices)
+{
+    std::ranges::sort(indices);
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
+    return indices;
+}
+
+/// Adds what one update rewrote; false for an update the index could not
+/// follow.
+bool Merge(SupplyChange& into, const std::optional<SupplyChange>& change)
+{
+    if (!change) {
+        return false;
+    }
+    into.boards.insert(into.boards.end(), change->boards.begin(), change->boards.end());
+    into.transformers.insert(into.transformers.end(), change->transformers.begin(),
+                             change->transformers.end());
+    return true;
+}
+
+/// The boards of start and every board above them in the graph, each once.
+std::vector<int> BoardsAbove(const CBoardGraph& graph, std::vector<int> start)
+{
+    std::vector<char> seen(static_cast<size_t>(graph.BoardCount()), 0);
+    std::vector<int> boards;
+    while (!start.empty()) {
+        const int b = start.back();
+        start.pop_back();
+        if (b < 0 || b >= graph.BoardCount() || seen[static_cast<size_t>(b)] != 0) {
+            continue;
+        }
+        seen[static_cast<size_t>(b)] = 1;
+        boards.push_back(b);
+        const std::vector<int>& owners = graph.OwnersOf(b);
+        start.insert(start.end(), owners.begin(), owners.end());
+    }
+    return boards;
 }
 
 template <class Record>
@@ -91,25 +136,123 @@ CRecordedArray<CLoadCalData> CLoadCalDiaog::Loads()
     return {m_arrLoad, m_nCommandDepth > 0 ? &m_step.loads : nullptr, &m_arrTouchedLoads};
 }
 
-const COwnerIndex& CLoadCalDiaog::OwnerIndex()
-{
-    // Rows that came or went (-1) shift the indices: the index is built again.
-    bool rebuild =
-        !m_pOwnerIndex || std::ranges::find(m_arrTouchedLoads, -1) != m_arrTouchedLoads.end();
-    for (size_t k = 0; k < m_arrTouchedLoads.size() && !rebuild; ++k) {
-        const int i = m_arrTouchedLoads[k];
-        rebuild = !m_pOwnerIndex->Update(i, m_arrLoad[i]);
-    }
-    m_arrTouchedLoads.clear();
-    if (rebuild) {
-        m_pOwnerIndex = std::make_unique<COwnerIndex>(m_arrLoad);
-    }
-    return *m_pOwnerIndex;
-}
-
 CRecordedArray<CTransformerCalData> CLoadCalDiaog::Transformers()
 {
-    return {m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr};
+    return {m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr,
+            &m_arrTouchedTransformers};
+}
+
+CRecordedArray<CBoardCalData> CLoadCalDiaog::Boards()
+{
+    return {m_arrBoard, m_nCommandDepth > 0 ? &m_step.boards : nullptr, &m_arrTouchedBoards};
+}
+
+const CSupplyIndex& CLoadCalDiaog::UpdateGroups()
+{
+    const bool rows = HasRowChange(m_arrTouchedLoads) || HasRowChange(m_arrTouchedBoards) ||
+                      HasRowChange(m_arrTouchedTransformers);
+    const bool touched = !m_arrTouchedLoads.empty() || !m_arrTouchedBoards.empty() ||
+                         !m_arrTouchedTransformers.empty();
+    if (!touched) {
+        if (!m_pSupplyIndex) {
+            // Built from the records as they stand; it computes nothing.
+            m_pSupplyIndex = std::make_unique<CSupplyIndex>(m_document);
+        }
+        return *m_pSupplyIndex;
+    }
+    const std::vector<int> loads = Distinct(std::exchange(m_arrTouchedLoads, {}));
+    const std::vector<int> boards = Distinct(std::exchange(m_arrTouchedBoards, {}));
+    const std::vector<int> transformers = Distinct(std::exchange(m_arrTouchedTransformers, {}));
+
+    // What the recalculation rewrites is recorded as it was: the
+    // transformers (few) whole, the boards those edits feed.
+    const CTransformerArray transformersBefore = m_arrTransformer;
+    std::vector<std::pair<int, CBoardCalData>> boardsBefore;
+    SupplyChange change;
+    // An index built after the change would not know what the changed
+    // records fed before it: every group is recalculated then.
+    bool rebuild = rows || !m_pSupplyIndex;
+    if (!rebuild) {
+        const CBoardGraph& graph = m_pSupplyIndex->Boards();
+        std::vector<int> start = boards;
+        for (int i : loads) {
+            for (const std::wstring& piece : OwnerPieces(m_arrLoad[i].m_strTransformer)) {
+                const std::vector<int>& named = graph.BoardsNamed(piece);
+                start.insert(start.end(), named.begin(), named.end());
+            }
+        }
+        for (int b : BoardsAbove(graph, std::move(start))) {
+            boardsBefore.emplace_back(b, m_arrBoard[b]);
+        }
+        for (int i : loads) {
+            rebuild = rebuild || !Merge(change, m_pSupplyIndex->UpdateCircuit(m_document, i));
+        }
+        for (int b : boards) {
+            rebuild = rebuild || !Merge(change, m_pSupplyIndex->UpdateBoard(m_document, b));
+        }
+        for (int t : transformers) {
+            rebuild = rebuild || !Merge(change, m_pSupplyIndex->UpdateTransformer(m_document, t));
+        }
+        if (!rebuild && m_arrBoard.IsEmpty() && !loads.empty()) {
+            // Without boards a circuit's change recalculates every
+            // transformer, as it always has.
+            Merge(change, m_pSupplyIndex->RecalculateGroups(m_document));
+        }
+    }
+    if (rebuild) {
+        // Every board is recalculated; those an update above rewrote
+        // already are recorded as they were before it.
+        std::vector<std::pair<int, CBoardCalData>> all;
+        all.reserve(static_cast<size_t>(m_arrBoard.GetSize()));
+        for (int b = 0; b < m_arrBoard.GetSize(); ++b) {
+            all.emplace_back(b, m_arrBoard[b]);
+        }
+        for (auto& [b, before] : boardsBefore) {
+            all[static_cast<size_t>(b)].second = std::move(before);
+        }
+        boardsBefore = std::move(all);
+        m_pSupplyIndex = std::make_unique<CSupplyIndex>(m_document);
+        change = m_pSupplyIndex->RecalculateGroups(m_document);
+    }
+
+    CRecordedArray<CBoardCalData> boardLog(m_arrBoard,
+                                           m_nCommandDepth > 0 ? &m_step.boards : nullptr);
+    for (const auto& [b, before] : boardsBefore) {
+        boardLog.Note(b, before);
+    }
+    CRecordedArray<CTransformerCalData> transformerLog(
+        m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr);
+    for (int t = 0; t < m_arrTransformer.GetSize(); ++t) {
+        transformerLog.Note(t, transformersBefore[t]);
+    }
+    for (int b : Distinct(change.boards)) {
+        ShowBoardResults(b);
+    }
+    for (int t : change.transformers) {
+        ShowTransformerResults(t);
+    }
+    return *m_pSupplyIndex;
+}
+
+void CLoadCalDiaog::TakeChanges()
+{
+    bool kept = m_pSupplyIndex && !HasRowChange(m_arrTouchedLoads) &&
+                !HasRowChange(m_arrTouchedBoards) && !HasRowChange(m_arrTouchedTransformers);
+    for (size_t k = 0; kept && k < m_arrTouchedLoads.size(); ++k) {
+        kept = m_pSupplyIndex->TakeCircuit(m_document, m_arrTouchedLoads[k]);
+    }
+    for (size_t k = 0; kept && k < m_arrTouchedBoards.size(); ++k) {
+        kept = m_pSupplyIndex->TakeBoard(m_document, m_arrTouchedBoards[k]);
+    }
+    for (size_t k = 0; kept && k < m_arrTouchedTransformers.size(); ++k) {
+        kept = m_pSupplyIndex->TakeTransformer(m_document, m_arrTouchedTransformers[k]);
+    }
+    if (!kept) {
+        m_pSupplyIndex.reset();
+    }
+    m_arrTouchedLoads.clear();
+    m_arrTouchedBoards.clear();
+    m_arrTouchedTransformers.clear();
 }
 
 void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring& text)
@@ -178,8 +321,10 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
     ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
-    std::vector<int> transformersTouched;
-    ApplyChanges(m_arrTransformer, step.transformers, backwards, transformersTouched);
+    ApplyChanges(m_arrTransformer, step.transformers, backwards, m_arrTouchedTransformers);
+    ApplyChanges(m_arrBoard, step.boards, backwards, m_arrTouchedBoards);
+    // The step holds every figure it changed: nothing is recalculated.
+    TakeChanges();
 
     // Rows that came or went: the grid is laid out again from the records
     // (a row paste may have shown records elsewhere than their index).
@@ -191,8 +336,8 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
         for (int i : ChangedIndices(step.loads)) {
             FillLoadRow(i + 1, m_arrLoad[i]);
         }
-        const SummaryTotals totals = OwnerIndex().Totals();
-        for (int column = 1; column <= 13; ++column) {
+        const SummaryTotals totals = UpdateGroups().Totals();
+        for (int column = 1; column <= static_cast<int>(kLoadColumns.size()); ++column) {
             ShowTotalCell(totals, column);
         }
     }
@@ -204,6 +349,15 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
             FillTransformerRow(i + 1, m_arrTransformer[i]);
         }
     }
+    if (ChangesRows(step.boards)) {
+        FillBoardGrid();
+    } else {
+        CGridCtrl::Batch batch(m_gridBoard);
+        for (int i : ChangedIndices(step.boards)) {
+            FillBoardRow(i + 1, m_arrBoard[i]);
+        }
+    }
+    UpdateGroups();
     RefreshWarnings(&step);
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }

@@ -300,10 +300,9 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
             --rows[k];
         }
     }
-    if (load) {
-        RefreshTotals();
-        RecalculateAllTransformers();
-    }
+    // A transformer that goes leaves the owner lists, which the totals group by.
+    RefreshTotals();
+    RecalculateAllTransformers();
     g.Refresh();
     m_bModified = 1;
 }

@@ -9,7 +9,7 @@ namespace loadcal {
 
 /// What a column's cells are: typed text, the phase (one of the four phase
 /// texts, chosen from a list), a typed figure, a computed figure, or the
-/// owner list (chosen from the transformers).
+/// owner list (chosen from the boards and transformers).
 enum class ColumnKind { Text, Phase, Number, Computed, Owner };
 
 /// Which grand total a column's cell of the load table's total row shows.
@@ -113,16 +113,16 @@ inline constexpr auto kTransformerColumns = std::to_array<TableColumn>({
 /// last, as in the load table.
 inline constexpr std::array<TableColumn, 11> kBoardColumns = {{
     {L"配电箱名称", CBoardCalData::kName},
-    {L"相位", CBoardCalData::kPhase},
-    {L"额定容量(kW)", CBoardCalData::kRatedPower},
-    {L"同时系数(K∑p)", CBoardCalData::kKp},
-    {L"同时系数(K∑q)", CBoardCalData::kKq},
-    {L"计算有功(kW)", CBoardCalData::kCalcP},
-    {L"计算无功(kVar)", CBoardCalData::kCalcQ},
-    {L"视在功率(kVA)", CBoardCalData::kCalcS},
-    {L"功率因数(cos(φ))", CBoardCalData::kPowerFactor},
-    {L"计算电流(A)", CBoardCalData::kCalcI},
-    {L"归属", CBoardCalData::kOwner},
+    {L"相位", CBoardCalData::kPhase, ColumnKind::Phase},
+    {L"额定容量(kW)", CBoardCalData::kRatedPower, ColumnKind::Computed},
+    {L"同时系数(K∑p)", CBoardCalData::kKp, ColumnKind::Number},
+    {L"同时系数(K∑q)", CBoardCalData::kKq, ColumnKind::Number},
+    {L"计算有功(kW)", CBoardCalData::kCalcP, ColumnKind::Computed},
+    {L"计算无功(kVar)", CBoardCalData::kCalcQ, ColumnKind::Computed},
+    {L"视在功率(kVA)", CBoardCalData::kCalcS, ColumnKind::Computed},
+    {L"功率因数(cos(φ))", CBoardCalData::kPowerFactor, ColumnKind::Computed},
+    {L"计算电流(A)", CBoardCalData::kCalcI, ColumnKind::Computed},
+    {L"归属", CBoardCalData::kOwner, ColumnKind::Owner},
 }};
 
 }  // namespace loadcal

@@ -273,6 +273,37 @@ std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& do
     return change;
 }
 
+bool CSupplyIndex::TakeCircuit(const CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || idx >= doc.loads.GetSize() || !m_circuits.Update(idx, doc.loads[idx])) {
+        return false;
+    }
+    if (m_normal.filter) {
+        m_normal.counted[static_cast<size_t>(idx)] = m_normal.filter(doc.loads[idx]) ? 1 : 0;
+    }
+    return true;
+}
+
+bool CSupplyIndex::TakeBoard(const CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || static_cast<size_t>(idx) >= m_boardNames.size() || idx >= doc.boards.GetSize() ||
+        doc.boards[idx].m_strName != m_boardNames[static_cast<size_t>(idx)] ||
+        doc.boards[idx].m_strOwner != m_boardOwners[static_cast<size_t>(idx)]) {
+        return false;
+    }
+    if (!m_graph.OnCycle(idx)) {
+        m_normal.boards[static_cast<size_t>(idx)] = BoardAsMember(doc.boards[idx], m_normal.fields);
+    }
+    return true;
+}
+
+bool CSupplyIndex::TakeTransformer(const CLoadCalDocument& doc, int idx) const
+{
+    return idx >= 0 && static_cast<size_t>(idx) < m_transformerNames.size() &&
+           idx < doc.transformers.GetSize() &&
+           doc.transformers[idx].m_strName == m_transformerNames[static_cast<size_t>(idx)];
+}
+
 std::wstring CSupplyIndex::TransformerGroupSum(int transformer, SumField field) const
 {
     if (transformer < 0 || static_cast<size_t>(transformer) >= m_groupOfTransformer.size()) {
