@@ -51,9 +51,11 @@ bool CLoadCalDiaog::ConfirmRemoval(GridId grid, int count)
     if (count <= 1) {
         return true;
     }
-    const std::wstring text = texts::FormatText(
-        grid == GridId::Load ? texts::kRemoveCircuitsFormat : texts::kRemoveTransformersFormat,
-        std::to_wstring(count));
+    const std::wstring text =
+        texts::FormatText(grid == GridId::Load    ? texts::kRemoveCircuitsFormat
+                          : grid == GridId::Board ? texts::kRemoveBoardsFormat
+                                                  : texts::kRemoveTransformersFormat,
+                          std::to_wstring(count));
     return MessageBox(text, texts::kApplicationName, MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
@@ -63,7 +65,12 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
 {
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
-    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const auto count = [this, grid] {
+        return grid == GridId::Load    ? m_arrLoad.GetSize()
+               : grid == GridId::Board ? m_arrBoard.GetSize()
+                                       : m_arrTransformer.GetSize();
+    };
+    const int records = count();
     // The cells to clear, by row: editable cells of record rows; the phase
     // is chosen from its list and keeps its value.
     std::map<int, std::vector<int>> cells;
@@ -93,8 +100,8 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
             }
             removed += after.IsBlank() ? 1 : 0;
         } else {
-            const int nameColumn = GridColumnOfField(grid, CTransformerCalData::kName);
-            removed += std::ranges::find(cols, nameColumn) != cols.end() ? 1 : 0;
+            // A transformer or board goes with its name (the first column).
+            removed += std::ranges::find(cols, 1) != cols.end() ? 1 : 0;
         }
     }
     if (!ConfirmRemoval(grid, removed)) {
@@ -109,12 +116,12 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
         // rows still to be cleared.
         for (auto it = cells.rbegin(); it != cells.rend(); ++it) {
             for (int c : it->second) {
-                const int before = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+                const int before = count();
                 if (g.GetItemText(it->first, c).empty()) {
                     continue;
                 }
                 OnEndEdit(grid, it->first, c, L"");
-                if ((load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize()) < before) {
+                if (count() < before) {
                     break;  // the row went with its last key cell
                 }
             }
@@ -137,7 +144,9 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
     const CCellRange bounds = g.GetSelectedRange();
-    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const int records =
+        load ? m_arrLoad.GetSize()
+             : (grid == GridId::Board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize());
     if (!bounds.IsValid() || bounds.minRow < 1 || bounds.minRow >= records ||
         bounds.maxRow <= bounds.minRow) {
         return;
@@ -150,7 +159,7 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
         for (int c = std::max(1, bounds.minCol); c <= bounds.maxCol; ++c) {
             const TableColumn* column = ColumnAt(grid, c);
             if (!column || !column->IsEditable() || !g.IsCellSelected(bounds.minRow, c) ||
-                (!load && column->field == CTransformerCalData::kName)) {
+                (!load && column->field == 0)) {  // not a transformer's or board's name
                 continue;
             }
             const std::wstring text = g.GetItemText(bounds.minRow, c);
@@ -206,7 +215,9 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
     const CGridCtrl& g = GetGrid(grid);
     const CCellID focus = g.GetFocusCell();
     const bool load = grid == GridId::Load;
-    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const int records =
+        load ? m_arrLoad.GetSize()
+             : (grid == GridId::Board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize());
     const int entryRow = records + 1;
     if (focus.row < 1 || focus.row > entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
         return;
@@ -256,7 +267,7 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
             if (load) {
                 AppendLoadLines(fresh, 0, focus.col);
             } else {
-                PasteTransformerLines(fresh, focus.col);
+                PasteNamedLines(grid, fresh, focus.col);
             }
         }
     } catch (...) {

@@ -113,6 +113,8 @@ int CLoadCalDiaog::OnInitDialog()
     m_arrCutLoadRows.RemoveAll();
     m_bTransformerCut = 0;
     m_arrCutTransformerRows.RemoveAll();
+    m_bBoardCut = 0;
+    m_arrCutBoardRows.RemoveAll();
     m_arrLoad.RemoveAll();
     m_arrTransformer.RemoveAll();
 
@@ -259,6 +261,18 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_TRANSFORMER_DELETE:
             OnDeleteRows(GridId::Transformer);
+            return true;
+        case res::ID_BOARD_CUT:
+            OnCutRows(GridId::Board);
+            return true;
+        case res::ID_BOARD_COPY:
+            OnCopyRows(GridId::Board);
+            return true;
+        case res::ID_BOARD_PASTE:
+            OnPasteRows(GridId::Board);
+            return true;
+        case res::ID_BOARD_DELETE:
+            OnDeleteRows(GridId::Board);
             return true;
         default:
             return false;

@@ -230,7 +230,7 @@ public:
     /// The tab-separated text the last Cut or Copy of this grid produced.
     const std::wstring& GetClipboardText(GridId grid) const
     {
-        return m_strClipText[grid == GridId::Load ? 0 : 1];
+        return m_strClipText[ClipIndex(grid)];
     }
 
     /// Key-down messages before dispatch: Enter goes to the focused control
@@ -248,15 +248,19 @@ public:
     /// read-only or outside the grid), which no editor can open on.
     void OnEndEdit(GridId grid, int row, int col, const std::wstring& text);
     /// NM_CLICK: the grid makes the cell its focus cell (the selection is the
-    /// window's); on the load grid the phase column of a circuit or the entry
-    /// row becomes a drop-down list of the four phases, and the owner column
-    /// of a circuit opens the transformer choice list.
+    /// window's); on the load and board grids the phase column of a record or
+    /// the entry row becomes a drop-down list of the four phases, and the
+    /// owner column of a record opens the owner choice list (boards and
+    /// transformers in two groups; a board is not offered to itself).
     void OnGridClick(GridId grid, int row, int col);
     /// NM_RCLICK: the context menu of the grid where rows and columns allow
     /// it; the chosen command is carried out.
     void OnGridRightClick(GridId grid, int row, int col);
     /// WM_USER + 10: the choice list reports the marked names (list order);
-    /// they are stored, joined by ",", in the load grid's focus row. Returns 1.
+    /// they are stored, joined by ",", in the focus row of the grid the list
+    /// was opened on (the load grid unless a board's). A board's owners that
+    /// would close a cycle of boards are refused with a message naming them.
+    /// Returns 1.
     int OnChoiceReport(const std::vector<std::wstring>& names);
 
     // Document.
@@ -295,9 +299,10 @@ public:
     /// results and refreshes the totals (with the boards and transformers
     /// the circuit feeds).
     void RecalculateRow(int i);
-    /// Replaces a transformer name in every circuit's owner list (an empty
-    /// new name removes it).
-    void ReplaceTransformerInCircuits(const std::wstring& oldName, const std::wstring& newName);
+    /// Replaces a transformer's or board's name in every owner list, the
+    /// circuits' and the boards' (an empty new name removes it), and shows
+    /// the lists as they now stand.
+    void ReplaceOwnerName(const std::wstring& oldName, const std::wstring& newName);
     /// Black text on the rows marked by Cut while the clipboard holds them,
     /// the default colour otherwise.
     void MarkCutRows(GridId grid);
@@ -348,6 +353,7 @@ public:
     const CInterDpData* GetDataStore() const { return m_pIdpData.get(); }
     const CLoadArray& GetLoadClipboard() const { return m_arrClipLoad; }
     const CTransformerArray& GetTransformerClipboard() const { return m_arrClipTransformer; }
+    const CBoardArray& GetBoardClipboard() const { return m_arrClipBoard; }
     bool IsCut(GridId grid) const;
     const CArray<int>& GetCutRows(GridId grid) const;
     const CStringArray& GetPhaseList() const { return m_arrPhase; }
@@ -410,8 +416,25 @@ private:
     bool IsTransformerEmpty(int i) const;
     void OnEndEditLoad(int row, int col);
     void OnEndEditTransformer(int row, int col);
-    void ShowPhaseCombo(int row, int col);
-    void ShowChoiceList(int row, int col);
+    void OnEndEditBoard(int row, int col);
+    /// The message that refuses a name already taken, or "," or blanks in
+    /// one, for record index of grid (transformer or board grid; index =
+    /// the list's size for the entry row); nothing when the name may stand.
+    std::optional<std::wstring_view> RefusedName(GridId grid, int index,
+                                                 const std::wstring& typed) const;
+    /// True when giving board index the record proposed would close a cycle
+    /// of owners: the message naming the boards has then been shown.
+    bool RefuseBoardCycle(int index, const CBoardCalData& proposed);
+    /// True when pasting the board clipboard (after a pending Cut's
+    /// removal) leaves the boards without a cycle they did not have; else
+    /// the message naming the boards is shown and false returned.
+    bool PasteKeepsBoardsAcyclic();
+    void ShowPhaseCombo(GridId grid, int row, int col);
+    void ShowChoiceList(GridId grid, int row, int col);
+    static size_t ClipIndex(GridId grid)
+    {
+        return grid == GridId::Load ? 0 : (grid == GridId::Transformer ? 1 : 2);
+    }
 
     /// Selected data rows in ascending order; nothing when the grid is too
     /// small to hold a data row (the row commands then do nothing).
@@ -455,7 +478,10 @@ private:
     /// Undo (backwards) or redo of a step: records, grids, modified mark.
     void ApplyStep(const CDocumentStep& step, bool backwards);
     void EndPendingCut(GridId grid);
-    void PasteTransformerLines(const std::vector<std::vector<std::wstring>>& lines, int col);
+    /// New transformers or boards from pasted lines, each typed into the
+    /// entry row; a line whose name is refused is left out (its message
+    /// shown once).
+    void PasteNamedLines(GridId grid, const std::vector<std::vector<std::wstring>>& lines, int col);
     std::wstring RowsAsText(GridId grid, const std::vector<int>& rows) const;
 
     CGridCtrl m_gridLoad;
@@ -494,6 +520,11 @@ private:
     CArray<int> m_arrCutLoadRows;
     int m_bTransformerCut = 0;
     CArray<int> m_arrCutTransformerRows;
+    CBoardArray m_arrClipBoard;  ///< board-row clipboard
+    int m_bBoardCut = 0;
+    CArray<int> m_arrCutBoardRows;
+    /// The grid whose owner cell the choice list stands over.
+    GridId m_choiceGrid = GridId::Load;
     CStringArray m_arrPhase;
     CEditHistory m_history;
     CDocumentStep m_step;  ///< what the running command changed so far
@@ -502,7 +533,7 @@ private:
     /// are recalculated once at its end instead of after every cell.
     bool m_bDeferRecalculation = false;
     bool m_bRecalculationPending = false;
-    std::wstring m_strClipText[2];                 ///< load grid, transformer grid
+    std::wstring m_strClipText[3];                 ///< load grid, transformer grid, board grid
     std::unique_ptr<CSupplyIndex> m_pSupplyIndex;  ///< null: to be built
     /// Records changed since the index was brought up to date (-1: rows came
     /// or went).

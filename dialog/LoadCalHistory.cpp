@@ -266,6 +266,8 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
     g.SetItemText(row, col, IsNumberColumn(grid, col) ? NormaliseNumberText(text) : text);
     if (grid == GridId::Load) {
         OnEndEditLoad(row, col);
+    } else if (grid == GridId::Board) {
+        OnEndEditBoard(row, col);
     } else {
         OnEndEditTransformer(row, col);
     }
@@ -273,7 +275,7 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
 
 void CLoadCalDiaog::SetUpNumberChecks()
 {
-    for (GridId grid : {GridId::Load, GridId::Transformer}) {
+    for (GridId grid : {GridId::Load, GridId::Transformer, GridId::Board}) {
         for (int col = 1; col < GetGrid(grid).GetColumnCount(); ++col) {
             if (IsNumberColumn(grid, col)) {
                 GetGrid(grid).SetColumnCheck(col, NumberCellTip, kNotANumberColour);
@@ -300,19 +302,28 @@ void CLoadCalDiaog::OnEditRedo()
 
 void CLoadCalDiaog::EndPendingCut(GridId grid)
 {
-    const bool load = grid == GridId::Load;
-    int& cut = load ? m_bLoadCut : m_bTransformerCut;
-    if (cut == 0) {
+    if (!IsCut(grid)) {
         return;
     }
-    cut = 0;
-    MarkCutRows(grid);
-    if (load) {
-        m_arrClipLoad.RemoveAll();
-        m_arrCutLoadRows.RemoveAll();
-    } else {
-        m_arrClipTransformer.RemoveAll();
-        m_arrCutTransformerRows.RemoveAll();
+    switch (grid) {
+        case GridId::Load:
+            m_bLoadCut = 0;
+            MarkCutRows(grid);
+            m_arrClipLoad.RemoveAll();
+            m_arrCutLoadRows.RemoveAll();
+            break;
+        case GridId::Board:
+            m_bBoardCut = 0;
+            MarkCutRows(grid);
+            m_arrClipBoard.RemoveAll();
+            m_arrCutBoardRows.RemoveAll();
+            break;
+        case GridId::Transformer:
+            m_bTransformerCut = 0;
+            MarkCutRows(grid);
+            m_arrClipTransformer.RemoveAll();
+            m_arrCutTransformerRows.RemoveAll();
+            break;
     }
 }
 
@@ -320,6 +331,7 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
 {
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
+    EndPendingCut(GridId::Board);
     ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
     ApplyChanges(m_arrTransformer, step.transformers, backwards, m_arrTouchedTransformers);
     ApplyChanges(m_arrBoard, step.boards, backwards, m_arrTouchedBoards);
@@ -380,8 +392,10 @@ std::wstring CLoadCalDiaog::RowsAsText(GridId grid, const std::vector<int>& rows
 void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
 {
     const CGridCtrl& g = GetGrid(grid);
-    const int entryRow =
-        grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
+    const int entryRow = (grid == GridId::Load    ? m_arrLoad.GetSize()
+                          : grid == GridId::Board ? m_arrBoard.GetSize()
+                                                  : m_arrTransformer.GetSize()) +
+                         1;
     const bool ownRows = clipboardText == GetClipboardText(grid);
     const int row = g.GetFocusCell().row;
     if (row >= 1 && row <= entryRow && !ownRows && !clipboardText.empty()) {
@@ -391,33 +405,23 @@ void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
     }
 }
 
-void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
+void CLoadCalDiaog::PasteNamedLines(GridId grid, const CTabRows& lines, int col)
 {
-    bool toldTaken = false;
-    bool toldComma = false;
-    const int nameColumn = GridColumnOfField(GridId::Transformer, CTransformerCalData::kName);
+    const bool board = grid == GridId::Board;
+    CGridCtrl& g = GetGrid(grid);
+    std::vector<std::wstring_view> told;
+    const int nameColumn = board ? GridColumnOfField(grid, CBoardCalData::kName)
+                                 : GridColumnOfField(grid, CTransformerCalData::kName);
     for (const std::vector<std::wstring>& line : lines) {
-        const int row = m_arrTransformer.GetSize() + 1;
-        // A name already taken or holding ",": the line is left out, and the
-        // message is shown once for the whole paste.
-        if (col == nameColumn && !line.empty()) {
-            const std::wstring name = Trim(line[0]);
-            const bool taken = std::ranges::any_of(m_arrTransformer, [&name](const auto& t) {
-                return EqualsNoCase(name, t.m_strName);
-            });
-            if (!name.empty() && taken) {
-                if (!toldTaken) {
-                    MessageBox(texts::kDuplicateTransformer, texts::kNoticeCaption,
-                               MB_ICONINFORMATION);
-                    toldTaken = true;
-                }
-                continue;
-            }
-            if (name.find(L',') != std::wstring::npos) {
-                if (!toldComma) {
-                    MessageBox(texts::kCommaInTransformerName, texts::kNoticeCaption,
-                               MB_ICONINFORMATION);
-                    toldComma = true;
+        const int records = board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize();
+        const int row = records + 1;
+        // A name refused (taken, holding "," or only blanks): the line is
+        // left out, and each message is shown once for the whole paste.
+        if (col == nameColumn && !line.empty() && !Trim(line[0]).empty()) {
+            if (const auto refused = RefusedName(grid, records, Trim(line[0]))) {
+                if (std::ranges::find(told, *refused) == told.end()) {
+                    MessageBox(*refused, texts::kNoticeCaption, MB_ICONINFORMATION);
+                    told.push_back(*refused);
                 }
                 continue;
             }
@@ -425,11 +429,10 @@ void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
         for (size_t j = 0; j < line.size(); ++j) {
             const int c = col + static_cast<int>(j);
             const std::wstring cell = Trim(line[j]);
-            if (c >= m_gridTransformer.GetColumnCount() || cell.empty() ||
-                !m_gridTransformer.IsCellEditable(row, c)) {
+            if (c >= g.GetColumnCount() || cell.empty() || !g.IsCellEditable(row, c)) {
                 continue;
             }
-            OnEndEdit(GridId::Transformer, row, c, cell);
+            OnEndEdit(grid, row, c, cell);
         }
     }
 }

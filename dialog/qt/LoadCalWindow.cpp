@@ -678,11 +678,12 @@ void CLoadCalWindow::SetWindowText(const std::wstring& title)
 }
 
 std::optional<std::vector<std::wstring>> CLoadCalWindow::ShowChoiceList(
-    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col)
+    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col,
+    GridId grid, size_t boardCount)
 {
-    CChoicePopup popup(names, marks, this);
+    CChoicePopup popup(names, marks, boardCount, this);
     popup.setFont(DialogFont());
-    CGridView& view = *m_pLoadView;
+    CGridView& view = View(grid);
     view.scrollTo(view.GridModel().IndexOfCell(row, col));
     const QRect cell = view.CellRect(row, col);
     popup.PlaceAt(view.viewport()->mapToGlobal(cell.topLeft()), cell.width());

@@ -62,7 +62,8 @@ public:
     void SetWindowText(const std::wstring& title) override;
     std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
                                                             const std::vector<bool>& marks, int row,
-                                                            int col) override;
+                                                            int col, GridId grid,
+                                                            size_t boardCount) override;
     CPopupResult TrackPopupMenu(const CMenuModel& popup) override;
     void ResizeWindow(int width, int height) override;
     void CenterWindow() override;

@@ -4,11 +4,11 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <random>
 #include <sstream>
 
 #include "dialog/LoadCalResources.h"
+#include "dialog/LoadCalTexts.h"
 #include "document/Archive.h"
 #include "document/InterDpData.h"
 #include "model/Calculation.h"
@@ -36,7 +36,7 @@ std::string FirstDifference(const char* what, const CArray<Record>& got, const C
             if (got[i].FieldAt(f) != want[i].FieldAt(f)) {
                 std::ostringstream out;
                 out << what << " " << i << " field " << f << ": \"" << ToUtf8(got[i].FieldAt(f))
-                    << "\", a whole recalculation gives \"" << ToUtf8(want[i].FieldAt(f)) << "\"";
+                    << "\", expected \"" << ToUtf8(want[i].FieldAt(f)) << "\"";
                 return out.str();
             }
         }
@@ -116,7 +116,7 @@ public:
         const CLoadCalDocument& doc = m_f.dlg->GetDocument();
         const int n = doc.loads.GetSize();
         const int m = doc.transformers.GetSize();
-        const int kind = Pick(11);
+        const int kind = Pick(14);
         const int row = n > 0 ? 1 + Pick(n) : 1;
         switch (kind) {
             case 0:
@@ -198,10 +198,75 @@ public:
         }
     }
 
-    /// Steps beyond the circuits' and transformers' (the boards').
-    std::function<std::string()> ExtraStep = [] {
-        return std::string("nothing");
-    };
+    /// Edits of the board grid.
+    std::string ExtraStep()
+    {
+        const CBoardArray& boards = m_f.dlg->GetBoards();
+        const int b = boards.GetSize();
+        const int row = b > 0 ? 1 + Pick(b) : 1;
+        switch (Pick(8)) {
+            case 0: {
+                const wchar_t* factors[] = {L"0.8", L"0.95", L"1", L"0.85"};
+                m_f.Type(GridId::Board, row, Pick(2) == 0 ? 4 : 5, factors[Pick(4)]);
+                return "a factor of board " + std::to_string(row);
+            }
+            case 1: {
+                m_f.Type(GridId::Board, row, 2,
+                         std::wstring(kPhaseTexts[static_cast<size_t>(Pick(4))]));
+                return "phase of board " + std::to_string(row);
+            }
+            case 2: {
+                // Owners may close a ring: then the edit is refused.
+                if (b < 1) {
+                    return "nothing";
+                }
+                m_f.OwnBoard(row, RandomOwners());
+                return "owners of board " + std::to_string(row);
+            }
+            case 3: {
+                m_f.Type(GridId::Board, row, 1, L"AP-" + std::to_wstring(++m_nNames));
+                return "rename of board " + std::to_string(row);
+            }
+            case 4: {
+                m_f.AddBoard(L"NEW-" + std::to_wstring(++m_nNames));
+                m_f.OwnBoard(m_f.dlg->GetBoards().GetSize(), RandomOwners());
+                return "new board";
+            }
+            case 5: {
+                if (b < 1) {
+                    return "nothing";
+                }
+                const int last = std::min(b, row + Pick(2));
+                m_f.ui.boxAnswers.push_back(IDYES);
+                m_f.SelectRows(GridId::Board, row, last);
+                m_f.dlg->OnDeleteRows(GridId::Board);
+                m_f.ui.boxAnswers.clear();
+                return "delete of boards " + std::to_string(row) + ".." + std::to_string(last);
+            }
+            case 6: {
+                // Delete on a K∑p cell clears it.
+                m_f.Boards().SetSelectedRange(row, 4, row, 4);
+                m_f.dlg->OnDeleteKey(GridId::Board);
+                return "K∑p of board " + std::to_string(row) + " cleared";
+            }
+            default: {
+                if (b < 1) {
+                    return "nothing";
+                }
+                m_f.SelectRows(GridId::Board, row, row);
+                if (Pick(2) == 0) {
+                    m_f.dlg->OnCutRows(GridId::Board);
+                } else {
+                    m_f.dlg->OnCopyRows(GridId::Board);
+                }
+                int target = 1 + Pick(b + 1);
+                target = target == b - 1 ? b + 1 : target;
+                m_f.Boards().SetFocusCell(target, 1);
+                m_f.dlg->OnPasteRows(GridId::Board);
+                return "row paste of board " + std::to_string(row);
+            }
+        }
+    }
 
     int Pick(int count) { return std::uniform_int_distribution<int>(0, count - 1)(m_rng); }
 
@@ -401,4 +466,267 @@ TEST(BoardWindow, RecalculateAllPutsStaleBoardFiguresRightAsOneStep)
     ExpectFollowsTheDocument(f, "全部重算");
     f.dlg->OnEditUndo();
     EXPECT_EQ(Difference(f.dlg->GetDocument(), doc), "");
+}
+
+namespace {
+
+/// A riser AP1 under T1 with a floor board AP2 under it, a circuit on each
+/// and one straight on T1, all through the grids.
+void SmallTree(DialogFixture& f)
+{
+    f.AddTransformer(L"T1");
+    f.AddTransformer(L"T2");
+    f.AddBoard(L"AP1");
+    f.AddBoard(L"AP2");
+    f.OwnBoard(1, {L"T1"});
+    f.OwnBoard(2, {L"AP1"});
+    f.AddCircuit(L"水泵", L"", L"30");
+    f.AddCircuit(L"照明", L"L2,N", L"8");
+    f.AddCircuit(L"风机", L"", L"11");
+    f.Own(1, {L"AP1"});
+    f.Own(2, {L"AP2"});
+    f.Own(3, {L"T1"});
+}
+
+}  // namespace
+
+TEST(BoardGrid, TheEntryRowMakesABoardWithTheDefaultsAndItsFiguresFollowItsMembers)
+{
+    DialogFixture f;
+    SmallTree(f);
+    const CBoardArray& boards = f.dlg->GetBoards();
+    ASSERT_EQ(boards.GetSize(), 2);
+    EXPECT_EQ(boards[0].m_strPhase, kPhaseThree);
+    EXPECT_EQ(boards[0].m_strKp, CBoardCalData().m_strKp);
+    EXPECT_EQ(boards[0].m_strKq, CBoardCalData().m_strKq);
+    EXPECT_EQ(f.Boards().GetRowCount(), 4);  // titles, two boards, the entry row
+    EXPECT_EQ(f.Boards().GetItemText(3, 1), L"");
+    // AP2 (three-phase) holds the 8 kW lighting circuit on L2 alone (Kx
+    // 1.0): the 15 % rule takes three times that phase, ΣPe 24, Pjs = 0.9 x 24.
+    EXPECT_EQ(boards[1].m_strRatedPower, L"24");
+    EXPECT_EQ(boards[1].m_strCalcP, L"21.6");
+    // AP1 holds the 30 kW pump and AP2: ΣPe 54.
+    EXPECT_EQ(boards[0].m_strRatedPower, L"54");
+    ExpectFollowsTheDocument(f, "the small tree");
+
+    // K∑p of the riser: its figures and T1's follow, and undo puts them back.
+    const std::wstring t1 = f.dlg->GetTransformers()[0].m_strCalcP;
+    f.Type(GridId::Board, 1, 4, L"0.8");
+    EXPECT_EQ(boards[0].m_strCalcP, FormatG(0.8 * (30 * 1.0 + 21.6)));
+    EXPECT_NE(f.dlg->GetTransformers()[0].m_strCalcP, t1);
+    ExpectFollowsTheDocument(f, "K∑p 0.8");
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetTransformers()[0].m_strCalcP, t1);
+    ExpectFollowsTheDocument(f, "undo");
+}
+
+TEST(BoardGrid, ARenameIsCarriedIntoTheOwnerListsOfCircuitsAndBoards)
+{
+    DialogFixture f;
+    SmallTree(f);
+    f.Type(GridId::Board, 1, 1, L"ALZ1");
+    EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"ALZ1");
+    EXPECT_EQ(f.dlg->GetBoards()[1].m_strOwner, L"ALZ1");
+    EXPECT_EQ(f.Load().GetItemText(1, 13), L"ALZ1");
+    EXPECT_EQ(f.Boards().GetItemText(2, 11), L"ALZ1");
+    ExpectFollowsTheDocument(f, "rename");
+    // A transformer's rename reaches the boards' lists too.
+    f.Type(GridId::Transformer, 1, 1, L"1#");
+    EXPECT_EQ(f.dlg->GetBoards()[0].m_strOwner, L"1#");
+    EXPECT_EQ(f.Boards().GetItemText(1, 11), L"1#");
+    ExpectFollowsTheDocument(f, "transformer rename");
+    f.dlg->OnEditUndo();
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetBoards()[1].m_strOwner, L"AP1");
+    EXPECT_EQ(f.dlg->GetBoards()[0].m_strOwner, L"T1");
+    EXPECT_EQ(f.Boards().GetItemText(2, 11), L"AP1");
+    ExpectFollowsTheDocument(f, "undo of both");
+}
+
+TEST(BoardGrid, NamesTakenAcrossBoardsAndTransformersOrWithACommaAreRefused)
+{
+    DialogFixture f;
+    SmallTree(f);
+    const CLoadCalDocument before = f.dlg->GetDocument();
+    const size_t steps = f.dlg->GetHistory().GetUndoCount();
+    const struct {
+        GridId grid;
+        int row;
+        const wchar_t* name;
+        std::wstring_view message;
+    } refused[] = {
+        {GridId::Board, 2, L"ap1", texts::kDuplicateBoard},
+        {GridId::Board, 2, L"t2", texts::kNameOfTransformer},
+        {GridId::Board, 3, L"AP2", texts::kDuplicateBoard},  // the entry row
+        {GridId::Board, 1, L"AP1,AP3", texts::kCommaInBoardName},
+        {GridId::Board, 1, L"  ", texts::kBlankBoardName},
+        {GridId::Transformer, 2, L"Ap2", texts::kNameOfBoard},
+        {GridId::Transformer, 3, L"AP1", texts::kNameOfBoard},
+    };
+    for (const auto& r : refused) {
+        f.ui.boxes.clear();
+        f.Type(r.grid, r.row, 1, r.name);
+        ASSERT_EQ(f.ui.boxes.size(), 1U) << ToUtf8(r.name);
+        EXPECT_EQ(f.ui.boxes[0].text, r.message) << ToUtf8(r.name);
+        EXPECT_EQ(f.ui.boxes[0].caption, texts::kNoticeCaption);
+        const CGridCtrl& g = f.dlg->GetGrid(r.grid);
+        const std::wstring kept = r.row > 2 ? std::wstring()
+                                  : r.grid == GridId::Board
+                                      ? before.boards[r.row - 1].m_strName
+                                      : before.transformers[r.row - 1].m_strName;
+        EXPECT_EQ(g.GetItemText(r.row, 1), kept) << ToUtf8(r.name);
+    }
+    // Except for a board's own name in another letter case.
+    f.Type(GridId::Board, 1, 1, L"ap1");
+    EXPECT_EQ(f.dlg->GetBoards()[0].m_strName, L"ap1");
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetDocument(), before);
+    EXPECT_EQ(f.dlg->GetHistory().GetUndoCount(), steps);
+}
+
+TEST(BoardGrid, AnEditThatClosesARingOfBoardsIsRefusedNamingTheBoards)
+{
+    DialogFixture f;
+    SmallTree(f);
+    f.AddBoard(L"AP3");
+    f.OwnBoard(3, {L"AP2"});
+    const CLoadCalDocument before = f.dlg->GetDocument();
+
+    // AP1 under AP3 would make AP1 → AP3 → AP2 → AP1.
+    f.ui.boxes.clear();
+    f.OwnBoard(1, {L"AP3"});
+    ASSERT_EQ(f.ui.boxes.size(), 1U);
+    EXPECT_EQ(f.ui.boxes[0].text,
+              texts::FormatText(texts::kBoardCycleFormat, L"AP1 → AP3 → AP2 → AP1"));
+    EXPECT_EQ(f.dlg->GetDocument(), before);
+    EXPECT_EQ(f.Boards().GetItemText(1, 11), L"T1");
+
+    // A board's list never offers the board itself, and offers the boards
+    // first, then the transformers.
+    const auto& shown = f.ui.choices.back();
+    EXPECT_EQ(shown.grid, GridId::Board);
+    EXPECT_EQ(shown.names, (std::vector<std::wstring>{L"AP2", L"AP3", L"T1", L"T2"}));
+    EXPECT_EQ(shown.boardCount, 2U);
+    EXPECT_EQ(shown.marks, (std::vector<bool>{false, false, true, false}));
+
+    // A board named as another board's dangling owner closes the ring too:
+    // AP1 owned by "X", then AP3 renamed X.
+    f.OwnBoard(1, {L"AP2"});  // AP1 → AP2 → AP1 at once
+    EXPECT_EQ(f.ui.boxes.back().text,
+              texts::FormatText(texts::kBoardCycleFormat, L"AP1 → AP2 → AP1"));
+    EXPECT_EQ(f.dlg->GetDocument(), before);
+
+    // A circuit's list offers the boards and the transformers in two groups.
+    f.Own(1, {L"AP3"});
+    EXPECT_EQ(f.ui.choices.back().grid, GridId::Load);
+    EXPECT_EQ(f.ui.choices.back().names,
+              (std::vector<std::wstring>{L"AP1", L"AP2", L"AP3", L"T1", L"T2"}));
+    EXPECT_EQ(f.ui.choices.back().boardCount, 3U);
+    EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"AP3");
+    ExpectFollowsTheDocument(f, "a circuit on AP3");
+}
+
+TEST(BoardGrid, ARenameThatClosesARingIsRefused)
+{
+    // AP1's owner list names "X", which nothing is yet (a file may say so);
+    // AP2 hangs from AP1. Renaming AP2 to X would make AP1 and AP2 own each
+    // other.
+    CLoadCalDocument doc;
+    CBoardCalData ap1;
+    ap1.m_strName = L"AP1";
+    ap1.m_strOwner = L"X";
+    CBoardCalData ap2;
+    ap2.m_strName = L"AP2";
+    ap2.m_strOwner = L"AP1";
+    doc.boards.Add(ap1);
+    doc.boards.Add(ap2);
+    RecalculateDocument(doc);
+    DialogFixture f;
+    f.dlg->ShowDocument(doc);
+    f.Type(GridId::Board, 2, 1, L"x");
+    ASSERT_EQ(f.ui.boxes.size(), 1U);
+    EXPECT_EQ(f.ui.boxes[0].text, texts::FormatText(texts::kBoardCycleFormat, L"x → AP1 → x"));
+    EXPECT_EQ(f.dlg->GetDocument(), doc);
+    EXPECT_EQ(f.Boards().GetItemText(2, 1), L"AP2");
+    EXPECT_FALSE(f.dlg->CanUndo());
+    // Another name is fine.
+    f.Type(GridId::Board, 2, 1, L"AL2");
+    EXPECT_EQ(f.dlg->GetBoards()[1].m_strName, L"AL2");
+    ExpectFollowsTheDocument(f, "rename to AL2");
+}
+
+TEST(BoardGrid, DeletingBoardsAsksForSeveralAndTakesThemOutOfTheOwnerLists)
+{
+    DialogFixture f;
+    SmallTree(f);
+    f.SelectRows(GridId::Board, 1, 2);
+    f.ui.boxAnswers.push_back(IDNO);
+    f.dlg->OnDeleteRows(GridId::Board);
+    ASSERT_FALSE(f.ui.boxes.empty());
+    EXPECT_EQ(f.ui.boxes.back().text, L"删除 2 个配电箱？");
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 2);
+
+    f.ui.boxAnswers.push_back(IDYES);
+    f.dlg->OnDeleteRows(GridId::Board);
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 0);
+    EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"");
+    EXPECT_EQ(f.dlg->GetLoads()[1].m_strTransformer, L"");
+    EXPECT_EQ(f.Load().GetItemText(1, 13), L"");
+    ExpectFollowsTheDocument(f, "delete of both boards");
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 2);
+    EXPECT_EQ(f.dlg->GetLoads()[0].m_strTransformer, L"AP1");
+    ExpectFollowsTheDocument(f, "undo");
+
+    // Delete on a name cell clears it, which removes that board.
+    f.Boards().SetSelectedRange(2, 1, 2, 1);
+    f.dlg->OnDeleteKey(GridId::Board);
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 1);
+    EXPECT_EQ(f.dlg->GetLoads()[1].m_strTransformer, L"");
+    ExpectFollowsTheDocument(f, "Delete on AP2's name");
+}
+
+TEST(BoardGrid, RowsAndSpreadsheetLinesPasteIntoTheBoardGrid)
+{
+    DialogFixture f;
+    SmallTree(f);
+    // A spreadsheet's lines on the entry row: name, phase, K∑p, K∑q; a taken
+    // name is left out with one message.
+    f.Boards().SetFocusCell(3, 1);
+    f.dlg->OnPasteKey(GridId::Board, L"AL1\tL1,N\t\t0.9\t0.9\nAP1\tL1,L2,L3,N\nAL2\tL2,N\n");
+    ASSERT_EQ(f.dlg->GetBoards().GetSize(), 4);
+    EXPECT_EQ(f.dlg->GetBoards()[2].m_strName, L"AL1");
+    EXPECT_EQ(f.dlg->GetBoards()[2].m_strPhase, L"L1,N");
+    EXPECT_EQ(f.dlg->GetBoards()[2].m_strKp, L"0.9");
+    EXPECT_EQ(f.dlg->GetBoards()[3].m_strName, L"AL2");
+    EXPECT_EQ(f.ui.boxes.back().text, texts::kDuplicateBoard);
+    ExpectFollowsTheDocument(f, "spreadsheet paste");
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 2);
+
+    // Copy of AP2 and 粘贴 on the entry row: a second AP2, marked as a
+    // repeated name; the figures follow.
+    f.SelectRows(GridId::Board, 2, 2);
+    f.dlg->OnCopyRows(GridId::Board);
+    EXPECT_NE(f.ui.clipboard.find(L"AP2\t"), std::wstring::npos);
+    f.Boards().SetFocusCell(3, 1);
+    f.dlg->OnPasteRows(GridId::Board);
+    ASSERT_EQ(f.dlg->GetBoards().GetSize(), 3);
+    EXPECT_NE(f.Boards().GetCell(3, 1)->warning, L"");
+    ExpectFollowsTheDocument(f, "row paste");
+}
+
+TEST(BoardGrid, BoardWarningsAreMarkedInTheBoardGrid)
+{
+    DialogFixture f;
+    SmallTree(f);
+    // A board without an owner counts under no transformer.
+    f.OwnBoard(1, {});
+    const CGridCell* owner = f.Boards().GetCell(1, 11);
+    ASSERT_NE(owner, nullptr);
+    EXPECT_NE(owner->warning, L"");
+    EXPECT_EQ(owner->warningColour, CLoadCalDiaog::kWarningColour);
+    f.OwnBoard(1, {L"T2"});
+    EXPECT_EQ(f.Boards().GetCell(1, 11)->warning, L"");
+    ExpectFollowsTheDocument(f, "AP1 under T2");
 }
