@@ -499,8 +499,26 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     }
     const CCheckWarnings transformers = CheckTransformers(m_document);
     m_warnings.insert(m_warnings.end(), transformers.begin(), transformers.end());
-    const CCheckWarnings boards = CheckBoards(m_document);
-    m_warnings.insert(m_warnings.end(), boards.begin(), boards.end());
+    // The boards' warnings read the names and owner lists of boards and
+    // transformers and the phases of boards and circuits, never a figure:
+    // a step that changed none of these keeps them.
+    bool boardInputs = step == nullptr || all;
+    if (!boardInputs) {
+        for (const auto& change : step->loads) {
+            boardInputs = boardInputs || change.before.m_strPhase != change.after.m_strPhase ||
+                          change.before.m_strTransformer != change.after.m_strTransformer;
+        }
+        for (const auto& change : step->boards) {
+            boardInputs = boardInputs || change.kind != CRecordChange<CBoardCalData>::Kind::Set ||
+                          change.before.m_strName != change.after.m_strName ||
+                          change.before.m_strOwner != change.after.m_strOwner ||
+                          change.before.m_strPhase != change.after.m_strPhase;
+        }
+    }
+    if (boardInputs) {
+        m_boardWarnings = CheckBoards(m_document);
+    }
+    m_warnings.insert(m_warnings.end(), m_boardWarnings.begin(), m_boardWarnings.end());
 
     // The cells: every warning on the cell of its field; several join.
     std::map<std::pair<GridId, CCellID>, std::wstring> marks;

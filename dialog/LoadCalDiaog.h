@@ -504,6 +504,7 @@ private:
     /// the whole list, the transformer names the circuit checks saw, and the
     /// cells marked.
     std::vector<CCheckWarnings> m_circuitWarnings;
+    CCheckWarnings m_boardWarnings;
     CCheckWarnings m_warnings;
     std::vector<std::wstring> m_warnedNames;
     std::vector<std::pair<GridId, CCellID>> m_markedCells;

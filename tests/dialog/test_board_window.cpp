@@ -11,7 +11,9 @@
 #include "dialog/LoadCalTexts.h"
 #include "document/Archive.h"
 #include "document/InterDpData.h"
+#include "model/BoardChecks.h"
 #include "model/Calculation.h"
+#include "model/Checks.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "tests/dialog/ScriptedUi.h"
@@ -59,6 +61,17 @@ std::string Difference(const CLoadCalDocument& got, const CLoadCalDocument& want
     return d;
 }
 
+/// Warnings as lines of subject, record, field and text.
+std::string WarningsText(const CCheckWarnings& warnings)
+{
+    std::string text;
+    for (const CCheckWarning& w : warnings) {
+        text += std::to_string(static_cast<int>(w.subject)) + " " + std::to_string(w.index) + " " +
+                std::to_string(w.field) + " " + ToUtf8(w.text) + "\n";
+    }
+    return text;
+}
+
 /// The dialog's document is what a whole recalculation of its own records
 /// gives, and the grids show it: every board and transformer cell, the
 /// circuits' computed cells and the total row.
@@ -68,6 +81,13 @@ void ExpectFollowsTheDocument(DialogFixture& f, const std::string& step)
     CLoadCalDocument whole = doc;
     const SummaryTotals totals = RecalculateDocument(whole);
     ASSERT_EQ(Difference(doc, whole), "") << "after " << step;
+
+    // The warnings the grids mark are the document's checks as they stand.
+    CCheckWarnings checks = CheckCircuits(doc);
+    for (const CCheckWarnings& more : {CheckTransformers(doc), CheckBoards(doc)}) {
+        checks.insert(checks.end(), more.begin(), more.end());
+    }
+    ASSERT_EQ(WarningsText(f.dlg->GetWarnings()), WarningsText(checks)) << "after " << step;
 
     const CGridCtrl& boards = f.dlg->GetGrid(GridId::Board);
     ASSERT_EQ(boards.GetRowCount(), doc.boards.GetSize() + 2) << step;

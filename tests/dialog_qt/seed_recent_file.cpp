@@ -26,9 +26,9 @@ int main(int argc, char** argv)
                 std::fputs("a layout value is NAME=VALUE\n", stderr);
                 return 1;
             }
-            list.SetSetting(std::wstring(loadcal::CWindowLayout::kGroup) + L"\\" +
-                                setting.substr(0, equals),
-                            setting.substr(equals + 1));
+            list.SetSetting(
+                std::wstring(loadcal::CWindowLayout::kGroup) + L"\\" + setting.substr(0, equals),
+                setting.substr(equals + 1));
         }
         list.WriteSettings();
     }
