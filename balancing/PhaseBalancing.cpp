@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "balancing/BalancingTexts.h"
+#include "model/Calculation.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
@@ -45,22 +46,42 @@ std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStri
         {transformer, phases[0], currents[0], phases[1], currents[1], phases[2], currents[2]});
 }
 
-/// True when every piece of an owner text names a board (without regard to
-/// case): the group is that board's.
-bool NamesBoardsOnly(const std::wstring& owner, const CBoardArray& boards)
+/// What an owner text names among the boards: whether every piece names a
+/// board (without regard to case), and the one single-phase text all the
+/// boards it names share (empty when they are not all on one single phase).
+struct BoardGroup {
+    bool boardsOnly = false;
+    std::wstring singlePhase;
+};
+
+BoardGroup BoardGroupOf(const std::wstring& owner, const CBoardArray& boards)
 {
+    BoardGroup group;
     const CStringArray pieces = OwnerPieces(owner);
-    if (pieces.GetSize() == 0) {
-        return false;
+    if (pieces.GetSize() == 0 || boards.IsEmpty()) {
+        return group;
     }
+    std::vector<std::wstring> phases;
     for (const std::wstring& piece : pieces) {
-        const bool named = std::ranges::any_of(
-            boards, [&piece](const CBoardCalData& b) { return EqualsNoCase(b.m_strName, piece); });
+        bool named = false;
+        for (const CBoardCalData& b : boards) {
+            if (EqualsNoCase(b.m_strName, piece)) {
+                named = true;
+                phases.push_back(b.m_strPhase);
+            }
+        }
         if (!named) {
-            return false;
+            return group;
         }
     }
-    return true;
+    group.boardsOnly = true;
+    const bool onePhase = std::ranges::all_of(
+        phases, [&phases](const std::wstring& p) { return p == phases.front(); });
+    const int phase = PhaseGroupOf(phases.front());
+    if (onePhase && phase >= 0 && phase < 3) {
+        group.singlePhase = phases.front();
+    }
+    return group;
 }
 
 PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
@@ -98,9 +119,16 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
         }
 
         const int n = copies.GetSize();
-        const bool board = !boards.IsEmpty() && NamesBoardsOnly(owner, boards);
+        const BoardGroup group = BoardGroupOf(owner, boards);
+        const bool board = group.boardsOnly;
         if (n == 0) {
             continue;  // nothing to spread: three-phase circuits only
+        }
+        if (!group.singlePhase.empty()) {
+            // A single-phase board feeds one phase: its circuits stay on it.
+            result.report += FormatText(kSinglePhaseBoardFormat, {owner, group.singlePhase});
+            result.report += kReportBlockEnd;
+            continue;
         }
         if (n < 4) {
             // Too few for a search: L1, L2, L3 in turn, and the run goes on.

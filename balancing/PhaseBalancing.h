@@ -33,7 +33,9 @@ struct PhaseBalancingResult {
 /// A group whose owner text names distribution boards only (every piece
 /// names one of boards, without regard to case) is the board's group: its
 /// progress and its report block name it as a board (配电箱) rather than a
-/// transformer.
+/// transformer. A single-phase board feeds one phase: the single-phase
+/// circuits of a group whose boards all have the same single phase keep
+/// their phases, and the report says so.
 ///
 /// Currents are read from m_strCalcI as they stand (nothing is recalculated
 /// first). Throws CInvalidArgException when phases has fewer entries than a

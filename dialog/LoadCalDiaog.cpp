@@ -394,6 +394,9 @@ int CLoadCalDiaog::SaveDocument()
         reason =
             texts::FormatText(texts::kTooManyRecordsFormat,
                               std::to_wstring(m_arrTransformer.GetSize()), texts::kTransformers);
+    } else if (m_arrBoard.GetSize() > most) {
+        reason = texts::FormatText(texts::kTooManyRecordsFormat,
+                                   std::to_wstring(m_arrBoard.GetSize()), texts::kBoards);
     } else {
         try {
             StoreDocument(*m_pIdpData, m_document);

@@ -101,6 +101,7 @@ inline constexpr std::wstring_view kTooManyRecordsFormat =
     L"文档有 %s 个%s，超过存档最多能保存的 32767 个，文件没有写入";
 inline constexpr std::wstring_view kCircuits = L"回路";
 inline constexpr std::wstring_view kTransformers = L"变压器";
+inline constexpr std::wstring_view kBoards = L"配电箱";
 /// An archive refused on opening (damaged, truncated, not an archive,
 /// unreadable): the path, what is wrong with it, and in brackets the
 /// reader's own text (FormatText with three arguments).

@@ -389,3 +389,26 @@ TEST(PhaseBalancing, AGroupNamingABoardAndATransformerStaysATransformersGroup)
     EXPECT_EQ(result.report.find(L"变压器AP1,T2\n"), 0U) << ToUtf8(result.report);
     EXPECT_NE(result.report.find(L"配电箱AP1\n"), std::wstring::npos);
 }
+
+TEST(PhaseBalancing, ASinglePhaseBoardsCircuitsStayOnItsPhase)
+{
+    // A lighting board on L2 feeds L2 alone: its five circuits are not
+    // spread over three phases, and the report says why.
+    CBoardArray boards;
+    CBoardCalData board;
+    board.m_strName = L"2AL";
+    board.m_strPhase = L"L2,N";
+    boards.Add(board);
+    CLoadArray loads;
+    for (int i = 0; i < 5; ++i) {
+        loads.Add(Circuit(L"2al", L"L2,N", std::to_wstring(3 + i)));
+    }
+    const CLoadArray before = loads;
+    CRecordingWindow window;
+    const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
+    const PhaseBalancingResult result =
+        RunPhaseBalancing(loads, PhaseList(), *search, kPhaseSearchGenerations, window, boards);
+    EXPECT_EQ(loads, before);
+    EXPECT_TRUE(window.cells.empty());
+    EXPECT_EQ(result.report, L"配电箱2al\n单相配电箱(L2,N),其回路不调整相位\n\n");
+}

@@ -750,3 +750,36 @@ TEST(BoardGrid, BoardWarningsAreMarkedInTheBoardGrid)
     EXPECT_EQ(f.Boards().GetCell(1, 11)->warning, L"");
     ExpectFollowsTheDocument(f, "AP1 under T2");
 }
+
+TEST(BoardWindow, PhaseBalancingNamesTheBoardsAndLeavesTheTreeAsAWholeRecalculationHasIt)
+{
+    DialogFixture f;
+    const std::wstring path =
+        FromUtf8(std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building-boards.LDC");
+    f.ui.openAnswers.push_back(path);
+    f.dlg->OnFileOpen();
+    ASSERT_EQ(f.dlg->GetBoards().GetSize(), 23);
+    f.ui.boxAnswers.push_back(IDOK);
+    f.dlg->OnAdjustPhases();
+    ASSERT_FALSE(f.ui.boxes.empty());
+    const std::wstring& report = f.ui.boxes.back().text;
+    // The emergency lighting board (three-phase) has its four single-phase
+    // circuits searched; the single-phase floor boards keep their circuits
+    // on their one phase; all are named as boards, none as a transformer
+    // (every circuit hangs from a board).
+    EXPECT_NE(report.find(L"配电箱ALE\nL1,N项电流为"), std::wstring::npos) << ToUtf8(report);
+    EXPECT_NE(report.find(L"配电箱2AL\n单相配电箱(L2,N)"), std::wstring::npos);
+    EXPECT_EQ(report.find(L"变压器"), std::wstring::npos);
+    const CLoadCalDocument& doc = f.dlg->GetDocument();
+    for (const CLoadCalData& c : doc.loads) {
+        for (const CBoardCalData& b : doc.boards) {
+            if (b.m_strName == c.m_strTransformer && b.m_strPhase != kPhaseThree) {
+                EXPECT_EQ(c.m_strPhase, b.m_strPhase) << ToUtf8(c.m_strCircuitNo);
+            }
+        }
+    }
+    ExpectFollowsTheDocument(f, "调整相位");
+    f.dlg->OnEditUndo();
+    EXPECT_FALSE(f.dlg->IsModified());
+    ExpectFollowsTheDocument(f, "undo of 调整相位");
+}
