@@ -73,8 +73,11 @@ void CLoadCalDiaog::OnEndEditBoard(int r, int c)
     const std::wstring typed = m_gridBoard.GetItemText(r, c);
     const std::wstring text = Trim(typed);
     const CBoardCalData before = existing ? m_arrBoard[r - 1] : BoardProposal();
+    // A refused text gives way to the record's (on the entry row: to what
+    // the cell proposed before).
+    const std::wstring shown = existing ? before.FieldAt(column.field) : m_strCellBefore;
     const auto restore = [&] {
-        m_gridBoard.SetItemText(r, c, before.FieldAt(column.field));
+        m_gridBoard.SetItemText(r, c, shown);
         m_gridBoard.RedrawCell(r, c);
     };
 
@@ -96,6 +99,17 @@ void CLoadCalDiaog::OnEndEditBoard(int r, int c)
             restore();
             return;
         }
+    }
+    if (!existing && !name) {
+        // The entry row's other cells are the new board's proposals: they
+        // stay as typed (a board comes with its name).
+        if (text.empty()) {
+            restore();
+        } else {
+            m_gridBoard.SetItemText(r, c, text);
+            m_gridBoard.RedrawCell(r, c);
+        }
+        return;
     }
     if (!existing && text.empty()) {
         // Nothing typed into the entry row.

@@ -526,6 +526,8 @@ private:
     CArray<int> m_arrCutBoardRows;
     /// The grid whose owner cell the choice list stands over.
     GridId m_choiceGrid = GridId::Load;
+    /// The text the cell of the edit being ended showed before it.
+    std::wstring m_strCellBefore;
     CStringArray m_arrPhase;
     CEditHistory m_history;
     CDocumentStep m_step;  ///< what the running command changed so far

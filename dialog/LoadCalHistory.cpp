@@ -262,6 +262,7 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
         return;
     }
     CCommandScope command(*this);
+    m_strCellBefore = g.GetItemText(row, col);
     // An input method's full-width figures are stored as plain ones.
     g.SetItemText(row, col, IsNumberColumn(grid, col) ? NormaliseNumberText(text) : text);
     if (grid == GridId::Load) {

@@ -214,7 +214,7 @@ public:
                 return "copy and paste of circuit " + std::to_string(row);
             }
             default:
-                return ExtraStep();
+                return boardSteps ? ExtraStep() : std::string("nothing");
         }
     }
 
@@ -320,6 +320,7 @@ public:
         return m_f.ui.choices.empty() ? std::vector<std::wstring>{} : m_f.ui.choices.back().names;
     }
 
+    bool boardSteps = true;  ///< edits of the board grid among the steps
     DialogFixture& m_f;
     std::mt19937& m_rng;
     int m_nNames = 0;
@@ -397,6 +398,7 @@ TEST(BoardWindow, ADocumentWithoutBoardsUnderTheOriginalRulesComputesAsTheOrigin
         DialogFixture f;
         f.dlg->ShowDocument(doc);
         RandomEditor editor(f, rng);
+        editor.boardSteps = false;
         for (int s = 0; s < 40 && !HasFatalFailure(); ++s) {
             const std::string step = editor.Step();
             CLoadArray loads = f.dlg->GetLoads();
@@ -782,4 +784,29 @@ TEST(BoardWindow, PhaseBalancingNamesTheBoardsAndLeavesTheTreeAsAWholeRecalculat
     f.dlg->OnEditUndo();
     EXPECT_FALSE(f.dlg->IsModified());
     ExpectFollowsTheDocument(f, "undo of 调整相位");
+}
+
+TEST(BoardGrid, TheEntryRowsOtherCellsAreProposalsForTheNextBoard)
+{
+    DialogFixture f;
+    f.AddTransformer(L"T1");
+    // A phase and K∑p typed into the empty entry row make no board...
+    f.Type(GridId::Board, 1, 2, L"L3,N");
+    f.Type(GridId::Board, 1, 4, L"0.8");
+    f.Type(GridId::Board, 1, 2, L"三相");  // not one of the four: refused
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 0);
+    EXPECT_FALSE(f.dlg->IsModified() && f.dlg->GetHistory().GetUndoCount() > 1);
+    EXPECT_EQ(f.Boards().GetItemText(1, 2), L"L3,N");
+    // ...until a name does, with them.
+    f.Type(GridId::Board, 1, 1, L"3AL");
+    ASSERT_EQ(f.dlg->GetBoards().GetSize(), 1);
+    EXPECT_EQ(f.dlg->GetBoards()[0].m_strPhase, L"L3,N");
+    EXPECT_EQ(f.dlg->GetBoards()[0].m_strKp, L"0.8");
+    EXPECT_EQ(f.dlg->GetBoards()[0].m_strKq, CBoardCalData().m_strKq);
+    // The next entry row proposes the defaults again.
+    EXPECT_EQ(f.Boards().GetItemText(2, 2), kPhaseThree);
+    EXPECT_EQ(f.Boards().GetItemText(2, 4), CBoardCalData().m_strKp);
+    ExpectFollowsTheDocument(f, "3AL");
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->GetBoards().GetSize(), 0);
 }
