@@ -74,10 +74,15 @@ struct LargeWindow {
     }
 };
 
+/// The large windows live until main ends them, before the application.
+std::unique_ptr<LargeWindow> g_window;
+
 LargeWindow& Window()
 {
-    static LargeWindow w;
-    return w;
+    if (!g_window) {
+        g_window = std::make_unique<LargeWindow>();
+    }
+    return *g_window;
 }
 
 void BM_CellEdit(benchmark::State& state)
@@ -160,10 +165,14 @@ struct LargeBoardWindow {
     }
 };
 
+std::unique_ptr<LargeBoardWindow> g_boardWindow;
+
 LargeBoardWindow& BoardWindow()
 {
-    static LargeBoardWindow w;
-    return w;
+    if (!g_boardWindow) {
+        g_boardWindow = std::make_unique<LargeBoardWindow>();
+    }
+    return *g_boardWindow;
 }
 
 void BM_CellEditUnderBoards(benchmark::State& state)
@@ -208,6 +217,24 @@ void BM_BoardFactorEdit(benchmark::State& state)
     }
 }
 BENCHMARK(BM_BoardFactorEdit)->Unit(benchmark::kMillisecond);
+
+/// A circuit's owner chosen in the list, between two boards of the bottom
+/// level: the index is built again and every board and transformer
+/// recalculated.
+void BM_OwnerChoiceUnderBoards(benchmark::State& state)
+{
+    LargeBoardWindow& w = BoardWindow();
+    const CBoardArray& boards = w.dialog->GetBoards();
+    const std::wstring names[2] = {boards[boards.GetSize() - 1].m_strName,
+                                   boards[boards.GetSize() - 2].m_strName};
+    w.dialog->GetGrid(GridId::Load).SetFocusCell(w.row, 13);
+    int k = 0;
+    for (auto _ : state) {
+        w.dialog->OnChoiceReport({names[++k % 2]});
+        w.Repaint();
+    }
+}
+BENCHMARK(BM_OwnerChoiceUnderBoards)->Unit(benchmark::kMillisecond);
 
 /// The window over an untitled document with one transformer, as a user
 /// starts a new load list.
@@ -304,5 +331,8 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    // The windows go while the application they belong to is still there.
+    g_window.reset();
+    g_boardWindow.reset();
     return 0;
 }

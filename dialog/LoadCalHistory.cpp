@@ -160,7 +160,8 @@ const CSupplyIndex& CLoadCalDiaog::UpdateGroups()
         }
         return *m_pSupplyIndex;
     }
-    const std::vector<int> loads = Distinct(std::exchange(m_arrTouchedLoads, {}));
+    const std::vector<int> loadsTouched = std::exchange(m_arrTouchedLoads, {});
+    const std::vector<int> loads = Distinct(loadsTouched);
     const std::vector<int> boards = Distinct(std::exchange(m_arrTouchedBoards, {}));
     const std::vector<int> transformers = Distinct(std::exchange(m_arrTouchedTransformers, {}));
 
@@ -211,7 +212,21 @@ const CSupplyIndex& CLoadCalDiaog::UpdateGroups()
             all[static_cast<size_t>(b)].second = std::move(before);
         }
         boardsBefore = std::move(all);
-        m_pSupplyIndex = std::make_unique<CSupplyIndex>(m_document);
+        // The circuits' figures as the old index read them, where rows
+        // stayed; the changed circuits' read afresh.
+        std::vector<MemberFigures> figures;
+        if (m_pSupplyIndex && !HasRowChange(loadsTouched) &&
+            m_pSupplyIndex->Circuits().Size() == m_arrLoad.GetSize()) {
+            figures.reserve(static_cast<size_t>(m_arrLoad.GetSize()));
+            for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+                figures.push_back(m_pSupplyIndex->Circuits().FiguresAt(i));
+            }
+            for (int i : loads) {
+                figures[static_cast<size_t>(i)] = COwnerIndex::FiguresOf(m_arrLoad[i]);
+            }
+        }
+        m_pSupplyIndex =
+            std::make_unique<CSupplyIndex>(m_document, CircuitFilter(), std::move(figures));
         change = m_pSupplyIndex->RecalculateGroups(m_document);
     }
 
