@@ -186,7 +186,7 @@ std::unique_ptr<CExtremum> CreatePhaseSearch()
 }
 
 bool AssignPhases(CExtremum& search, CBalanceItem* items, int n, std::wstring transformerName,
-                  int generations, IPhaseBalanceHost& host)
+                  int generations, IPhaseBalanceHost& host, bool board)
 {
     const int unitBytes = n / 4 + (n % 4 != 0 ? 1 : 0);
     search.SetItems(items, n);
@@ -198,7 +198,8 @@ bool AssignPhases(CExtremum& search, CBalanceItem* items, int n, std::wstring tr
     for (int g = 0; g < generations; ++g) {
         const int percent = (g + 1) * 100 / generations;
         if (percent > shownPercent) {
-            progress = FormatText(kProgressFormat, {transformerName, percent});
+            progress = FormatText(board ? kBoardProgressFormat : kProgressFormat,
+                                  {transformerName, percent});
             shownPercent = percent;
         }
         search.Evolve();

@@ -81,8 +81,10 @@ inline constexpr int kPhaseSearchGenerations = 1000;
 /// generations generations (population 100, unit length ceil(n / 4) bytes,
 /// depth 10), showing the progress after the saved window title and
 /// restoring it afterwards, stops early when the fittest unit scores within
-/// 0.001 of 10000, and writes each item's phase. Returns true.
+/// 0.001 of 10000, and writes each item's phase. Returns true. The progress
+/// names the group as a transformer's, or as a distribution board's when
+/// board is true.
 bool AssignPhases(CExtremum& search, CBalanceItem* items, int n, std::wstring transformerName,
-                  int generations, IPhaseBalanceHost& host);
+                  int generations, IPhaseBalanceHost& host, bool board = false);
 
 }  // namespace loadcal

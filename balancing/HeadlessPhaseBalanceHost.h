@@ -3,6 +3,7 @@
 #include <string>
 
 #include "balancing/PhaseBalanceHost.h"
+#include "model/Document.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -10,12 +11,17 @@ namespace loadcal {
 /// The phase-balancing host of the command line: there is no window, so the
 /// title reads empty and is not kept, phase cells and the load grid need no
 /// drawing, and the total row is not kept either. The report is captured for
-/// the caller to print, and transformers are recalculated in the transformer
-/// list it is given. It borrows both lists; they must outlive it.
+/// the caller to print. Given the two lists, the transformers are recalculated
+/// by the original arithmetic; given a whole document, its boards and
+/// transformers are recalculated under its rule set. It borrows what it is
+/// given, which must outlive it.
 class CHeadlessPhaseBalanceHost : public IPhaseBalanceHost {
 public:
     CHeadlessPhaseBalanceHost(const CLoadArray& loads, CTransformerArray& transformers)
         : m_loads(loads), m_transformers(transformers)
+    {}
+    explicit CHeadlessPhaseBalanceHost(CLoadCalDocument& doc)
+        : m_loads(doc.loads), m_transformers(doc.transformers), m_pDocument(&doc)
     {}
 
     std::wstring GetTitle() const override { return std::wstring(); }
@@ -37,6 +43,7 @@ public:
 private:
     const CLoadArray& m_loads;
     CTransformerArray& m_transformers;
+    CLoadCalDocument* m_pDocument = nullptr;
     std::wstring m_strReport;
     bool m_bReportShown = false;
 };

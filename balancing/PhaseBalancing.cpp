@@ -1,10 +1,13 @@
 #include "balancing/PhaseBalancing.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "balancing/BalancingTexts.h"
+#include "model/Calculation.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/Text.h"
 
 namespace loadcal {
 namespace {
@@ -36,14 +39,54 @@ CStringArray StandardPhaseList()
 }
 
 std::wstring FormatPhaseReportBlock(const std::wstring& transformer, const CStringArray& phases,
-                                    const double (&currents)[3])
+                                    const double (&currents)[3], bool board)
 {
-    return FormatText(kReportBlockFormat, {transformer, phases[0], currents[0], phases[1],
-                                           currents[1], phases[2], currents[2]});
+    return FormatText(
+        board ? kBoardReportBlockFormat : kReportBlockFormat,
+        {transformer, phases[0], currents[0], phases[1], currents[1], phases[2], currents[2]});
+}
+
+/// What an owner text names among the boards: whether every piece names a
+/// board (without regard to case), and the one single-phase text all the
+/// boards it names share (empty when they are not all on one single phase).
+struct BoardGroup {
+    bool boardsOnly = false;
+    std::wstring singlePhase;
+};
+
+BoardGroup BoardGroupOf(const std::wstring& owner, const CBoardArray& boards)
+{
+    BoardGroup group;
+    const CStringArray pieces = OwnerPieces(owner);
+    if (pieces.GetSize() == 0 || boards.IsEmpty()) {
+        return group;
+    }
+    std::vector<std::wstring> phases;
+    for (const std::wstring& piece : pieces) {
+        bool named = false;
+        for (const CBoardCalData& b : boards) {
+            if (EqualsNoCase(b.m_strName, piece)) {
+                named = true;
+                phases.push_back(b.m_strPhase);
+            }
+        }
+        if (!named) {
+            return group;
+        }
+    }
+    group.boardsOnly = true;
+    const bool onePhase = std::ranges::all_of(
+        phases, [&phases](const std::wstring& p) { return p == phases.front(); });
+    const int phase = PhaseGroupOf(phases.front());
+    if (onePhase && phase >= 0 && phase < 3) {
+        group.singlePhase = phases.front();
+    }
+    return group;
 }
 
 PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& phases,
-                                       CExtremum& search, int generations, IPhaseBalanceHost& host)
+                                       CExtremum& search, int generations, IPhaseBalanceHost& host,
+                                       const CBoardArray& boards)
 {
     PhaseBalancingResult result;
 
@@ -76,8 +119,16 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
         }
 
         const int n = copies.GetSize();
+        const BoardGroup group = BoardGroupOf(owner, boards);
+        const bool board = group.boardsOnly;
         if (n == 0) {
             continue;  // nothing to spread: three-phase circuits only
+        }
+        if (!group.singlePhase.empty()) {
+            // A single-phase board feeds one phase: its circuits stay on it.
+            result.report += FormatText(kSinglePhaseBoardFormat, {owner, group.singlePhase});
+            result.report += kReportBlockEnd;
+            continue;
         }
         if (n < 4) {
             // Too few for a search: L1, L2, L3 in turn, and the run goes on.
@@ -88,7 +139,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
             }
             const double t = threePhase / 3.0;
             const double currents[3] = {sums[0] + t, sums[1] + t, sums[2] + t};
-            result.report += FormatPhaseReportBlock(owner, phases, currents);
+            result.report += FormatPhaseReportBlock(owner, phases, currents, board);
             result.report += kSmallGroupNote;
             result.report += kReportBlockEnd;
             WritePhasesBack(loads, copies, indices, host);
@@ -100,7 +151,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
             items[static_cast<size_t>(k)].current = ParseNumber(copies[k].m_strCalcI);
             items[static_cast<size_t>(k)].index = k;
         }
-        AssignPhases(search, items.data(), n, owner, generations, host);
+        AssignPhases(search, items.data(), n, owner, generations, host, board);
 
         double sums[3] = {0.0, 0.0, 0.0};
         for (int k = 0; k < n; ++k) {
@@ -110,7 +161,7 @@ PhaseBalancingResult RunPhaseBalancing(CLoadArray& loads, const CStringArray& ph
         }
         const double t = threePhase / 3.0;
         const double currents[3] = {sums[0] + t, sums[1] + t, sums[2] + t};
-        result.report += FormatPhaseReportBlock(owner, phases, currents);
+        result.report += FormatPhaseReportBlock(owner, phases, currents, board);
         result.report += kReportBlockEnd;
         WritePhasesBack(loads, copies, indices, host);
     }

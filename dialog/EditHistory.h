@@ -20,13 +20,14 @@ struct CRecordChange {
     Record after;   ///< Set and Insert: the record as it became
 };
 
-/// What one user action changed in the document: the changes of both record
-/// arrays in the order they happened. Undo applies their inverses in reverse
+/// What one user action changed in the document: the changes of each record
+/// array in the order they happened. Undo applies their inverses in reverse
 /// order, redo applies them again in order.
 struct CDocumentStep {
     std::vector<CRecordChange<CLoadCalData>> loads;
     std::vector<CRecordChange<CTransformerCalData>> transformers;
-    bool IsEmpty() const { return loads.empty() && transformers.empty(); }
+    std::vector<CRecordChange<CBoardCalData>> boards;
+    bool IsEmpty() const { return loads.empty() && transformers.empty() && boards.empty(); }
 };
 
 /// A record array whose every change is written into a step as it happens

@@ -11,6 +11,8 @@ std::span<const TableColumn> ColumnsOf(GridId grid)
             return kLoadGridColumns;
         case GridId::LoadTypes:
             return kLoadTypeLibraryColumns;
+        case GridId::Board:
+            return kBoardColumns;
         case GridId::Transformer:
             break;
     }

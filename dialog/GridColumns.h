@@ -9,11 +9,12 @@
 
 namespace loadcal {
 
-/// The two grids of the dialog, and the grid of the 负荷类型库 editor.
+/// The grids of the dialog, and the grid of the 负荷类型库 editor.
 enum class GridId {
     Load = 101,         ///< control 101: one row per load circuit
     Transformer = 102,  ///< control 102: one row per transformer
-    LoadTypes = 103,    ///< the 负荷类型库 editor: one row per load type
+    Board = 103,        ///< one row per distribution board
+    LoadTypes = 104,    ///< the 负荷类型库 editor: one row per load type
 };
 
 /// The column table of a grid (model/Columns.h; the load grid shows

@@ -9,6 +9,8 @@
 #include "dialog/NumberText.h"
 #include "dialog/TabText.h"
 #include "document/InterDpData.h"
+#include "model/BoardChecks.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 
 namespace loadcal {
@@ -75,9 +77,11 @@ bool CLoadCalDiaog::ConfirmRemoval(GridId grid, int count)
     if (count <= 1) {
         return true;
     }
-    const std::wstring text = texts::FormatText(
-        grid == GridId::Load ? texts::kRemoveCircuitsFormat : texts::kRemoveTransformersFormat,
-        std::to_wstring(count));
+    const std::wstring text =
+        texts::FormatText(grid == GridId::Load    ? texts::kRemoveCircuitsFormat
+                          : grid == GridId::Board ? texts::kRemoveBoardsFormat
+                                                  : texts::kRemoveTransformersFormat,
+                          std::to_wstring(count));
     return MessageBox(text, texts::kApplicationName, MB_YESNO | MB_ICONQUESTION) == IDYES;
 }
 
@@ -87,7 +91,12 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
 {
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
-    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const auto count = [this, grid] {
+        return grid == GridId::Load    ? m_arrLoad.GetSize()
+               : grid == GridId::Board ? m_arrBoard.GetSize()
+                                       : m_arrTransformer.GetSize();
+    };
+    const int records = count();
     // The cells to clear, by row: editable cells of record rows; the phase
     // is chosen from its list and keeps its value.
     std::map<int, std::vector<int>> cells;
@@ -117,8 +126,8 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
             }
             removed += after.IsBlank() ? 1 : 0;
         } else {
-            const int nameColumn = GridColumnOfField(grid, CTransformerCalData::kName);
-            removed += std::ranges::find(cols, nameColumn) != cols.end() ? 1 : 0;
+            // A transformer or board goes with its name (the first column).
+            removed += std::ranges::find(cols, 1) != cols.end() ? 1 : 0;
         }
     }
     if (!ConfirmRemoval(grid, removed)) {
@@ -133,12 +142,12 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
         // rows still to be cleared.
         for (auto it = cells.rbegin(); it != cells.rend(); ++it) {
             for (int c : it->second) {
-                const int before = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+                const int before = count();
                 if (g.GetItemText(it->first, c).empty()) {
                     continue;
                 }
                 OnEndEdit(grid, it->first, c, L"");
-                if ((load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize()) < before) {
+                if (count() < before) {
                     break;  // the row went with its last key cell
                 }
             }
@@ -161,7 +170,9 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
     const CCellRange bounds = g.GetSelectedRange();
-    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const int records =
+        load ? m_arrLoad.GetSize()
+             : (grid == GridId::Board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize());
     if (!bounds.IsValid() || bounds.minRow < 1 || bounds.minRow >= records ||
         bounds.maxRow <= bounds.minRow) {
         return;
@@ -176,7 +187,7 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
             const int c = first + static_cast<int>(j);
             const TableColumn* column = ColumnAt(grid, c);
             if (!column || !column->IsEditable() || !g.IsCellSelected(bounds.minRow, c) ||
-                (!load && column->field == CTransformerCalData::kName)) {
+                (!load && column->field == 0)) {  // not a transformer's or board's name
                 continue;
             }
             const std::wstring text = g.GetItemText(bounds.minRow, c);
@@ -212,7 +223,7 @@ void CLoadCalDiaog::OnInsertRow(GridId grid)
     EndPendingCut(grid);
     CLoadCalData circuit;
     circuit.m_strPhase = kPhaseThree;
-    RecalculateCircuit(circuit);
+    RecalculateCircuit(circuit, m_document.rules);
     const int height = m_gridLoad.GetRowHeight(r);
     m_gridLoad.InsertRow(L"", r);
     m_gridLoad.SetRowHeight(r, height);
@@ -232,7 +243,9 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
     const CGridCtrl& g = GetGrid(grid);
     const CCellID focus = g.GetFocusCell();
     const bool load = grid == GridId::Load;
-    const int records = load ? m_arrLoad.GetSize() : m_arrTransformer.GetSize();
+    const int records =
+        load ? m_arrLoad.GetSize()
+             : (grid == GridId::Board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize());
     const int entryRow = records + 1;
     if (focus.row < 1 || focus.row > entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
         return;
@@ -282,7 +295,7 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
             if (load) {
                 AppendLoadLines(fresh, 0, focus.col);
             } else {
-                PasteTransformerLines(fresh, focus.col);
+                PasteNamedLines(grid, fresh, focus.col);
             }
         }
     } catch (...) {
@@ -370,7 +383,7 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
             calculate = true;
         }
         if (calculate) {
-            RecalculateCircuit(circuit);
+            RecalculateCircuit(circuit, m_document.rules);
         }
         phase = kPhaseThree;
         Loads().Add(circuit);
@@ -399,29 +412,47 @@ bool CLoadCalDiaog::HasStaleFigures() const
 void CLoadCalDiaog::OnRecalculateAll()
 {
     CCommandScope command(*this);
+    // The whole document under its rule set: circuits, boards bottom-up,
+    // transformers, totals.
     CLoadCalDocument copy = m_document;
     RecalculateDocument(copy);
     if (copy == m_document) {
         return;
     }
-    {
-        CRecordedArray<CLoadCalData> loads = Loads();
-        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
-            if (!(copy.loads[i] == m_arrLoad[i])) {
-                loads.Modify(i, [&](CLoadCalData& c) { c = copy.loads[i]; });
+    // Recorded record by record; the document then follows from its
+    // inputs throughout, so the index is built afresh without recalculating.
+    const auto take = [](auto records, const auto& from) {
+        for (int i = 0; i < records.GetSize(); ++i) {
+            if (!(from[i] == records[i])) {
+                records.Set(i, from[i]);
             }
         }
+    };
+    take(CRecordedArray<CLoadCalData>(m_arrLoad, &m_step.loads), copy.loads);
+    take(CRecordedArray<CBoardCalData>(m_arrBoard, &m_step.boards), copy.boards);
+    take(CRecordedArray<CTransformerCalData>(m_arrTransformer, &m_step.transformers),
+         copy.transformers);
+    m_pSupplyIndex.reset();
+    m_arrTouchedLoads.clear();
+    m_arrTouchedBoards.clear();
+    m_arrTouchedTransformers.clear();
+    {
+        CGridCtrl::Batch batch(m_gridLoad);
+        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+            FillLoadRow(i + 1, m_arrLoad[i]);
+        }
+        RefreshTotals();
     }
-    CGridCtrl::Batch batch(m_gridLoad);
-    for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
-        FillLoadRow(i + 1, m_arrLoad[i]);
-    }
-    RefreshTotals();
-    RecalculateAllTransformers();
     {
         CGridCtrl::Batch transformers(m_gridTransformer);
         for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
             FillTransformerRow(i + 1, m_arrTransformer[i]);
+        }
+    }
+    {
+        CGridCtrl::Batch boards(m_gridBoard);
+        for (int i = 0; i < m_arrBoard.GetSize(); ++i) {
+            FillBoardRow(i + 1, m_arrBoard[i]);
         }
     }
     m_bModified = 1;
@@ -481,7 +512,11 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     for (const CTransformerCalData& t : m_arrTransformer) {
         names.push_back(t.m_strName);
     }
-    // A circuit's warnings depend on the circuit and the transformer names:
+    names.emplace_back(L"\n");  // board names follow
+    for (const CBoardCalData& b : m_arrBoard) {
+        names.push_back(b.m_strName);
+    }
+    // A circuit's warnings depend on the circuit and the names it may name:
     // only the circuits a step changed are checked again, unless rows came
     // or went or the names changed.
     bool all = step == nullptr || names != m_warnedNames ||
@@ -516,6 +551,30 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
     }
     const CCheckWarnings transformers = CheckTransformers(m_document);
     m_warnings.insert(m_warnings.end(), transformers.begin(), transformers.end());
+    // The boards' warnings read the names and owner lists of boards and
+    // transformers and the phases of boards and circuits, never a figure:
+    // a step that changed none of these keeps them.
+    bool boardInputs = step == nullptr || all;
+    if (!boardInputs) {
+        for (const auto& change : step->loads) {
+            boardInputs = boardInputs || change.before.m_strPhase != change.after.m_strPhase ||
+                          change.before.m_strTransformer != change.after.m_strTransformer;
+        }
+        for (const auto& change : step->boards) {
+            boardInputs = boardInputs || change.kind != CRecordChange<CBoardCalData>::Kind::Set ||
+                          change.before.m_strName != change.after.m_strName ||
+                          change.before.m_strOwner != change.after.m_strOwner ||
+                          change.before.m_strPhase != change.after.m_strPhase;
+        }
+    }
+    if (boardInputs) {
+        m_boardWarnings = CheckBoards(m_document);
+    }
+    m_warnings.insert(m_warnings.end(), m_boardWarnings.begin(), m_boardWarnings.end());
+    // The security of supply (the fire condition's boards, N−1): nothing to
+    // check in a document without load classes or fire roles.
+    const CCheckWarnings supply = CheckSupplySecurity(m_document);
+    m_warnings.insert(m_warnings.end(), supply.begin(), supply.end());
     // The circuits' load types last, as the document's checks list them.
     for (const CCheckWarnings& w : m_circuitTypeWarnings) {
         m_warnings.insert(m_warnings.end(), w.begin(), w.end());
@@ -527,6 +586,8 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
         GridId grid = GridId::Load;
         if (w.subject == CCheckWarning::Subject::Transformer) {
             grid = GridId::Transformer;
+        } else if (w.subject == CCheckWarning::Subject::Board) {
+            grid = GridId::Board;
         } else if (w.subject != CCheckWarning::Subject::Circuit) {
             continue;
         }

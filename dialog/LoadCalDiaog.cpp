@@ -119,6 +119,8 @@ int CLoadCalDiaog::OnInitDialog()
     m_arrCutLoadRows.RemoveAll();
     m_bTransformerCut = 0;
     m_arrCutTransformerRows.RemoveAll();
+    m_bBoardCut = 0;
+    m_arrCutBoardRows.RemoveAll();
     m_arrLoad.RemoveAll();
     m_arrTransformer.RemoveAll();
 
@@ -270,6 +272,18 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
         case res::ID_TRANSFORMER_DELETE:
             OnDeleteRows(GridId::Transformer);
             return true;
+        case res::ID_BOARD_CUT:
+            OnCutRows(GridId::Board);
+            return true;
+        case res::ID_BOARD_COPY:
+            OnCopyRows(GridId::Board);
+            return true;
+        case res::ID_BOARD_PASTE:
+            OnPasteRows(GridId::Board);
+            return true;
+        case res::ID_BOARD_DELETE:
+            OnDeleteRows(GridId::Board);
+            return true;
         default:
             return false;
     }
@@ -390,6 +404,9 @@ int CLoadCalDiaog::SaveDocument()
         reason =
             texts::FormatText(texts::kTooManyRecordsFormat,
                               std::to_wstring(m_arrTransformer.GetSize()), texts::kTransformers);
+    } else if (m_arrBoard.GetSize() > most) {
+        reason = texts::FormatText(texts::kTooManyRecordsFormat,
+                                   std::to_wstring(m_arrBoard.GetSize()), texts::kBoards);
     } else {
         try {
             StoreDocument(*m_pIdpData, m_document);
@@ -652,7 +669,7 @@ void CLoadCalDiaog::OnAdjustPhases()
     // SetPhaseCell, which records it. The whole run is one undo step.
     CCommandScope command(*this);
     CLoadArray working = m_arrLoad;
-    RunPhaseBalancing(working, m_arrPhase, *m_pExtremum, m_nGenerations, *this);
+    RunPhaseBalancing(working, m_arrPhase, *m_pExtremum, m_nGenerations, *this, m_arrBoard);
 }
 
 }  // namespace loadcal

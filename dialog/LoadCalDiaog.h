@@ -27,6 +27,7 @@
 #include "model/Document.h"
 #include "model/LoadTypes.h"
 #include "model/Records.h"
+#include "model/SupplyIndex.h"
 
 namespace loadcal {
 
@@ -236,7 +237,7 @@ public:
     /// The tab-separated text the last Cut or Copy of this grid produced.
     const std::wstring& GetClipboardText(GridId grid) const
     {
-        return m_strClipText[grid == GridId::Load ? 0 : 1];
+        return m_strClipText[ClipIndex(grid)];
     }
 
     /// Key-down messages before dispatch: Enter goes to the focused control
@@ -259,15 +260,19 @@ public:
     /// typed name is taken too.
     std::optional<CCellChoices> CellChoices(GridId grid, int row, int col) const override;
     /// NM_CLICK: the grid makes the cell its focus cell (the selection is the
-    /// window's); on the load grid the phase column of a circuit or the entry
-    /// row becomes a drop-down list of the four phases, and the owner column
-    /// of a circuit opens the transformer choice list.
+    /// window's); on the load and board grids the phase column of a record or
+    /// the entry row becomes a drop-down list of the four phases, and the
+    /// owner column of a record opens the owner choice list (boards and
+    /// transformers in two groups; a board is not offered to itself).
     void OnGridClick(GridId grid, int row, int col);
     /// NM_RCLICK: the context menu of the grid where rows and columns allow
     /// it; the chosen command is carried out.
     void OnGridRightClick(GridId grid, int row, int col);
     /// WM_USER + 10: the choice list reports the marked names (list order);
-    /// they are stored, joined by ",", in the load grid's focus row. Returns 1.
+    /// they are stored, joined by ",", in the focus row of the grid the list
+    /// was opened on (the load grid unless a board's). A board's owners that
+    /// would close a cycle of boards are refused with a message naming them.
+    /// Returns 1.
     int OnChoiceReport(const std::vector<std::wstring>& names);
 
     // Document.
@@ -302,13 +307,14 @@ public:
     std::optional<std::wstring> GetRecoveryCopyPath() const;
 
     // Operations on records and grids.
-    /// Recalculates circuit i, shows its four results and refreshes the totals.
+    /// Recalculates circuit i under the document's rule set, shows its four
+    /// results and refreshes the totals (with the boards and transformers
+    /// the circuit feeds).
     void RecalculateRow(int i);
-    /// Recalculates the transformer with this name (no case) and shows it.
-    void RecalculateTransformer(const std::wstring& name);
-    /// Replaces a transformer name in every circuit's owner list (an empty
-    /// new name removes it).
-    void ReplaceTransformerInCircuits(const std::wstring& oldName, const std::wstring& newName);
+    /// Replaces a transformer's or board's name in every owner list, the
+    /// circuits' and the boards' (an empty new name removes it), and shows
+    /// the lists as they now stand.
+    void ReplaceOwnerName(const std::wstring& oldName, const std::wstring& newName);
     /// Black text on the rows marked by Cut while the clipboard holds them,
     /// the default colour otherwise.
     void MarkCutRows(GridId grid);
@@ -325,6 +331,8 @@ public:
     void ShowReport(const std::wstring& report) override;
     /// Recomputes one cell of the total row and marks the document modified.
     void RefreshTotalCell(int column) override;
+    /// The boards and transformers the changed records feed are recalculated
+    /// under the document's rule set and shown (UpdateGroups).
     void RecalculateAllTransformers() override;
     void RefreshLoadGrid() override { m_gridLoad.Refresh(); }
 
@@ -346,15 +354,18 @@ public:
     // State, for the window, the command that runs the dialog, and tests.
     CGridCtrl& GetGrid(GridId grid) override
     {
-        return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
+        return grid == GridId::Load ? m_gridLoad
+                                    : (grid == GridId::Board ? m_gridBoard : m_gridTransformer);
     }
     const CGridCtrl& GetGrid(GridId grid) const
     {
-        return grid == GridId::Load ? m_gridLoad : m_gridTransformer;
+        return grid == GridId::Load ? m_gridLoad
+                                    : (grid == GridId::Board ? m_gridBoard : m_gridTransformer);
     }
     const CLoadCalDocument& GetDocument() const { return m_document; }
     const CLoadArray& GetLoads() const { return m_arrLoad; }
     const CTransformerArray& GetTransformers() const { return m_arrTransformer; }
+    const CBoardArray& GetBoards() const { return m_arrBoard; }
     const std::wstring& GetFilePath() const { return m_strFilePath; }
     bool IsModified() const { return m_bModified != 0; }
     /// 0 none, 1 draw into the drawing, 2 export to Excel.
@@ -369,6 +380,7 @@ public:
     const CInterDpData* GetDataStore() const { return m_pIdpData.get(); }
     const CLoadArray& GetLoadClipboard() const { return m_arrClipLoad; }
     const CTransformerArray& GetTransformerClipboard() const { return m_arrClipTransformer; }
+    const CBoardArray& GetBoardClipboard() const { return m_arrClipBoard; }
     bool IsCut(GridId grid) const;
     const CArray<int>& GetCutRows(GridId grid) const;
     const CStringArray& GetPhaseList() const { return m_arrPhase; }
@@ -408,7 +420,8 @@ private:
     void WriteRecoveryCopy();
     void RemoveRecoveryCopy();
 
-    /// Both grids with their titles: 14 and 17 columns, one fixed row and column.
+    /// The grids with their titles (load, transformer and board grid), one
+    /// fixed row and column each.
     void CreateGrids();
     void CreateGrid(CGridCtrl& grid, std::span<const TableColumn> columns);
     void FillLoadGrid();
@@ -419,6 +432,10 @@ private:
     void FillTransformerRow(int row, const CTransformerCalData& record);
     void FillTransformerEntryRow(int row);
     void ShowTransformerResults(int index);
+    void FillBoardGrid();
+    void FillBoardRow(int row, const CBoardCalData& record);
+    void FillBoardEntryRow(int row);
+    void ShowBoardResults(int index);
 
     void SetLoadField(int i, int k, const std::wstring& text);
     /// False for a text load-grid column col does not take: a phase that is
@@ -432,8 +449,25 @@ private:
     bool IsTransformerEmpty(int i) const;
     void OnEndEditLoad(int row, int col);
     void OnEndEditTransformer(int row, int col);
-    void ShowPhaseCombo(int row, int col);
-    void ShowChoiceList(int row, int col);
+    void OnEndEditBoard(int row, int col);
+    /// The message that refuses a name already taken, or "," or blanks in
+    /// one, for record index of grid (transformer or board grid; index =
+    /// the list's size for the entry row); nothing when the name may stand.
+    std::optional<std::wstring_view> RefusedName(GridId grid, int index,
+                                                 const std::wstring& typed) const;
+    /// True when giving board index the record proposed would close a cycle
+    /// of owners: the message naming the boards has then been shown.
+    bool RefuseBoardCycle(int index, const CBoardCalData& proposed);
+    /// True when pasting the board clipboard (after a pending Cut's
+    /// removal) leaves the boards without a cycle they did not have; else
+    /// the message naming the boards is shown and false returned.
+    bool PasteKeepsBoardsAcyclic();
+    void ShowPhaseCombo(GridId grid, int row, int col);
+    void ShowChoiceList(GridId grid, int row, int col);
+    static size_t ClipIndex(GridId grid)
+    {
+        return grid == GridId::Load ? 0 : (grid == GridId::Transformer ? 1 : 2);
+    }
 
     /// Selected data rows in ascending order; nothing when the grid is too
     /// small to hold a data row (the row commands then do nothing).
@@ -458,22 +492,35 @@ private:
         CLoadCalDiaog& m_dialog;
     };
     /// The record arrays as the current command changes them (recorded while
-    /// a command runs).
+    /// a command runs); the indices changed are noted for UpdateGroups.
     CRecordedArray<CLoadCalData> Loads();
     CRecordedArray<CTransformerCalData> Transformers();
-    /// The owner index of the circuits as they stand: kept between edits and
-    /// brought up to date with the circuits changed since (built again when
-    /// rows came or went or an owner text changed), so that an edit costs
-    /// the sums, not a pass that parses every circuit.
-    const COwnerIndex& OwnerIndex();
+    CRecordedArray<CBoardCalData> Boards();
+    /// The supply tree's index (circuits -> boards -> transformers) after an
+    /// edit: kept between edits and told of the records changed since, so
+    /// that the boards and transformers they feed are recalculated under the
+    /// document's rule set, recorded in the running step and shown. Rows
+    /// that came or went, an owner list or a name that changed build it
+    /// again and recalculate every board and transformer. Without boards a
+    /// changed circuit recalculates every transformer, as it always has.
+    const CSupplyIndex& UpdateGroups();
+    /// After undo or redo, whose step put back every figure it had changed:
+    /// the index takes the records as they stand (or is dropped, to be built
+    /// again), and nothing is recalculated.
+    void TakeChanges();
     /// Undo (backwards) or redo of a step: records, grids, modified mark.
     void ApplyStep(const CDocumentStep& step, bool backwards);
     void EndPendingCut(GridId grid);
-    void PasteTransformerLines(const std::vector<std::vector<std::wstring>>& lines, int col);
+    /// New transformers or boards from pasted lines, each typed into the
+    /// entry row; a line whose name is refused is left out (its message
+    /// shown once).
+    void PasteNamedLines(GridId grid, const std::vector<std::vector<std::wstring>>& lines, int col);
     std::wstring RowsAsText(GridId grid, const std::vector<int>& rows) const;
 
     CGridCtrl m_gridLoad;
     CGridCtrl m_gridTransformer;
+    /// One row per distribution board, then its entry row.
+    CGridCtrl m_gridBoard;
     std::unique_ptr<CInterDpData> m_pIdpData;
     std::wstring m_strFilePath;
     CModifiedFlag m_bModified;
@@ -482,6 +529,7 @@ private:
     CLoadCalDocument m_document;
     CLoadArray& m_arrLoad = m_document.loads;
     CTransformerArray& m_arrTransformer = m_document.transformers;
+    CBoardArray& m_arrBoard = m_document.boards;
     int m_nOutputMode = 0;
     ICalculationBookWriter* m_pBookWriter = nullptr;
     IOutputWriter* m_pOutputWriter = nullptr;
@@ -490,6 +538,7 @@ private:
     /// cells marked.
     std::vector<CCheckWarnings> m_circuitWarnings;
     std::vector<CCheckWarnings> m_circuitTypeWarnings;  ///< per circuit, by the library
+    CCheckWarnings m_boardWarnings;
     CCheckWarnings m_warnings;
     std::vector<std::wstring> m_warnedNames;
     std::vector<std::pair<GridId, CCellID>> m_markedCells;
@@ -506,6 +555,13 @@ private:
     CArray<int> m_arrCutLoadRows;
     int m_bTransformerCut = 0;
     CArray<int> m_arrCutTransformerRows;
+    CBoardArray m_arrClipBoard;  ///< board-row clipboard
+    int m_bBoardCut = 0;
+    CArray<int> m_arrCutBoardRows;
+    /// The grid whose owner cell the choice list stands over.
+    GridId m_choiceGrid = GridId::Load;
+    /// The text the cell of the edit being ended showed before it.
+    std::wstring m_strCellBefore;
     CStringArray m_arrPhase;
     CLoadTypeLibrary m_loadTypes;
     CLoadTypeLibrary m_userLoadTypes;  ///< the user library as last read or written
@@ -517,9 +573,13 @@ private:
     /// are recalculated once at its end instead of after every cell.
     bool m_bDeferRecalculation = false;
     bool m_bRecalculationPending = false;
-    std::wstring m_strClipText[2];               ///< load grid, transformer grid
-    std::unique_ptr<COwnerIndex> m_pOwnerIndex;  ///< null: to be built
-    std::vector<int> m_arrTouchedLoads;          ///< changed since the index was brought up to date
+    std::wstring m_strClipText[3];                 ///< load grid, transformer grid, board grid
+    std::unique_ptr<CSupplyIndex> m_pSupplyIndex;  ///< null: to be built
+    /// Records changed since the index was brought up to date (-1: rows came
+    /// or went).
+    std::vector<int> m_arrTouchedLoads;
+    std::vector<int> m_arrTouchedBoards;
+    std::vector<int> m_arrTouchedTransformers;
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;

@@ -164,6 +164,60 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
     }
 }
 
+void CLoadCalDiaog::FillBoardRow(int row, const CBoardCalData& record)
+{
+    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
+        const TableColumn& column = kBoardColumns[static_cast<size_t>(c - 1)];
+        m_gridBoard.SetItem(row, c, record.FieldAt(column.field),
+                            column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
+        if (column.kind == ColumnKind::Computed) {
+            m_gridBoard.SetItemBkColour(row, c, kComputedColour);
+        }
+    }
+}
+
+void CLoadCalDiaog::FillBoardEntryRow(int row)
+{
+    // The entry row proposes a new board's phase and factors.
+    CBoardCalData proposal;
+    for (int f = 0; f < CBoardCalData::kFieldCount; ++f) {
+        const bool kept =
+            f == CBoardCalData::kPhase || f == CBoardCalData::kKp || f == CBoardCalData::kKq;
+        if (!kept) {
+            proposal.FieldAt(f).clear();
+        }
+    }
+    FillBoardRow(row, proposal);
+}
+
+void CLoadCalDiaog::FillBoardGrid()
+{
+    CGridCtrl::Batch batch(m_gridBoard);
+    const int m = m_arrBoard.GetSize();
+    m_gridBoard.SetRowCount(1);
+    m_gridBoard.SetRowCount(m + 2);
+    for (int i = 0; i < m; ++i) {
+        FillBoardRow(i + 1, m_arrBoard[i]);
+    }
+    FillBoardEntryRow(m + 1);
+    m_gridBoard.Invalidate();
+}
+
+void CLoadCalDiaog::ShowBoardResults(int index)
+{
+    if (index < 0 || index >= m_arrBoard.GetSize() || index + 1 >= m_gridBoard.GetRowCount()) {
+        return;
+    }
+    const CBoardCalData& board = m_arrBoard[index];
+    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
+        if (IsComputed(GridId::Board, c)) {
+            m_gridBoard.SetItemText(index + 1, c,
+                                    board.FieldAt(kBoardColumns[static_cast<size_t>(c - 1)].field));
+            m_gridBoard.RedrawCell(index + 1, c);
+        }
+    }
+}
+
 int CLoadCalDiaog::LoadDocument()
 {
     CLoadCalDocument read;
@@ -175,10 +229,14 @@ int CLoadCalDiaog::LoadDocument()
 void CLoadCalDiaog::ShowDocument(CLoadCalDocument doc)
 {
     m_document = std::move(doc);
-    m_pOwnerIndex.reset();
+    m_pSupplyIndex.reset();
+    m_arrTouchedLoads.clear();
+    m_arrTouchedBoards.clear();
+    m_arrTouchedTransformers.clear();
     m_history.Clear(m_bModified == 0);
     FillLoadGrid();
     FillTransformerGrid();
+    FillBoardGrid();
     RefreshWarnings(nullptr);
 }
 
@@ -200,7 +258,7 @@ void CLoadCalDiaog::FillLoadGrid()
             m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
             m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
         }
-        const SummaryTotals totals = OwnerIndex().Totals();
+        const SummaryTotals totals = UpdateGroups().Totals();
         for (int c = 1; c <= kLoadColumnCount; ++c) {
             const TotalCell cell = kLoadGridColumns[static_cast<size_t>(c - 1)].total;
             const std::wstring text = cell == TotalCell::Label
@@ -231,6 +289,7 @@ void CLoadCalDiaog::CreateGrids()
 {
     CreateGrid(m_gridLoad, kLoadGridColumns);
     CreateGrid(m_gridTransformer, kTransformerColumns);
+    CreateGrid(m_gridBoard, kBoardColumns);
     SetUpNumberChecks();
 }
 
@@ -241,7 +300,7 @@ void CLoadCalDiaog::RecalculateRow(int i)
     if (i < 0 || i >= m_arrLoad.GetSize()) {
         return;
     }
-    Loads().Modify(i, [](CLoadCalData& c) { RecalculateCircuit(c); });
+    Loads().Modify(i, [this](CLoadCalData& c) { RecalculateCircuit(c, m_document.rules); });
     const CLoadCalData& circuit = m_arrLoad[i];
     const int row = i + 1;
     for (int c = 1; c <= kLoadColumnCount; ++c) {
@@ -259,7 +318,7 @@ void CLoadCalDiaog::RecalculateRow(int i)
 
 void CLoadCalDiaog::RefreshTotalCell(int column)
 {
-    ShowTotalCell(OwnerIndex().Totals(), column);
+    ShowTotalCell(UpdateGroups().Totals(), column);
     m_bModified = 1;
 }
 
@@ -278,8 +337,9 @@ void CLoadCalDiaog::ShowTotalCell(const SummaryTotals& totals, int column)
 void CLoadCalDiaog::RefreshTotals()
 {
     // Each cell shows the totals of the circuits as they stand; they are
-    // computed once for all six cells.
-    const SummaryTotals totals = OwnerIndex().Totals();
+    // computed once for all six cells, after the boards and transformers
+    // the changed circuits feed.
+    const SummaryTotals totals = UpdateGroups().Totals();
     for (int column = 1; column <= kLoadColumnCount; ++column) {
         ShowTotalCell(totals, column);
     }
@@ -301,63 +361,53 @@ void CLoadCalDiaog::ShowTransformerResults(int index)
     }
 }
 
-void CLoadCalDiaog::RecalculateTransformer(const std::wstring& name)
-{
-    const int i = FindTransformer(m_arrTransformer, name);
-    if (i < 0) {
-        return;
-    }
-    Transformers().Modify(i, [&](CTransformerCalData&) {
-        loadcal::RecalculateTransformer(OwnerIndex(), m_arrTransformer, name);
-    });
-    ShowTransformerResults(i);
-}
-
 void CLoadCalDiaog::RecalculateAllTransformers()
 {
     if (m_bDeferRecalculation) {
         m_bRecalculationPending = true;
         return;
     }
-    // Each transformer is recalculated by its own name, so of two names
-    // equal but for case only the first is ever recalculated and shown.
-    // The transformers are few: the step keeps those whose texts changed.
-    const CTransformerArray before = m_arrTransformer;
-    loadcal::RecalculateAllTransformers(OwnerIndex(), m_arrTransformer);
-    CRecordedArray<CTransformerCalData> recorded = Transformers();
-    for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
-        recorded.Note(i, before[i]);
-    }
-    for (int i = 0; i < m_arrTransformer.GetSize(); ++i) {
-        ShowTransformerResults(FindTransformer(m_arrTransformer, m_arrTransformer[i].m_strName));
-    }
+    // Of two transformer names equal but for case only the first is ever
+    // recalculated and shown.
+    UpdateGroups();
 }
 
-void CLoadCalDiaog::ReplaceTransformerInCircuits(const std::wstring& oldName,
-                                                 const std::wstring& newName)
+void CLoadCalDiaog::ReplaceOwnerName(const std::wstring& oldName, const std::wstring& newName)
 {
     if (oldName.empty()) {
         return;
     }
-    CRecordedArray<CLoadCalData> loads = Loads();
-    for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
-        CStringArray pieces = OwnerPieces(m_arrLoad[i].m_strTransformer);
+    const auto replaced = [&](const std::wstring& owners) {
         std::vector<std::wstring> kept;
-        for (const std::wstring& piece : pieces) {
+        for (const std::wstring& piece : OwnerPieces(owners)) {
             const std::wstring& now = EqualsNoCase(piece, oldName) ? newName : piece;
             if (!now.empty()) {
                 kept.push_back(now);
             }
         }
-        std::wstring joined = Join(kept);
+        return Join(kept);
+    };
+    CRecordedArray<CLoadCalData> loads = Loads();
+    const int ownerColumn = LoadColumn(CLoadCalData::kTransformer);
+    for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+        std::wstring joined = replaced(m_arrLoad[i].m_strTransformer);
         if (joined != m_arrLoad[i].m_strTransformer) {
             loads.Modify(i, [&joined](CLoadCalData& c) { c.m_strTransformer = std::move(joined); });
         }
         // The owner cell shows the list as it now stands.
-        const int ownerColumn = LoadColumn(CLoadCalData::kTransformer);
         if (m_gridLoad.GetItemText(i + 1, ownerColumn) != m_arrLoad[i].m_strTransformer) {
             m_gridLoad.SetItemText(i + 1, ownerColumn, m_arrLoad[i].m_strTransformer);
             m_gridLoad.RedrawCell(i + 1, ownerColumn);
+        }
+    }
+    CRecordedArray<CBoardCalData> boards = Boards();
+    const int boardOwnerColumn = GridColumnOfField(GridId::Board, CBoardCalData::kOwner);
+    for (int i = 0; i < m_arrBoard.GetSize(); ++i) {
+        std::wstring joined = replaced(m_arrBoard[i].m_strOwner);
+        if (joined != m_arrBoard[i].m_strOwner) {
+            boards.Modify(i, [&joined](CBoardCalData& b) { b.m_strOwner = std::move(joined); });
+            m_gridBoard.SetItemText(i + 1, boardOwnerColumn, m_arrBoard[i].m_strOwner);
+            m_gridBoard.RedrawCell(i + 1, boardOwnerColumn);
         }
     }
 }
@@ -557,28 +607,15 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
 
     if (c == GridColumnOfField(GridId::Transformer, CTransformerCalData::kName)) {
         const std::wstring previous = existing ? m_arrTransformer[r - 1].m_strName : std::wstring();
-        // A "," would split the name in the owner lists, and blanks are no
-        // name: refused as a repeated name is (clearing the cell still
-        // deletes the transformer).
-        const std::wstring typed = m_gridTransformer.GetItemText(r, c);
-        const bool comma = text.find(L',') != std::wstring::npos;
-        if (comma || (text.empty() && !typed.empty())) {
-            MessageBox(comma ? texts::kCommaInTransformerName : texts::kBlankTransformerName,
-                       texts::kNoticeCaption, MB_ICONINFORMATION);
+        // A name taken (by a transformer or a board), a "," that would split
+        // it in the owner lists and blanks that are no name are refused
+        // (clearing the cell still deletes the transformer).
+        if (const auto refused =
+                RefusedName(GridId::Transformer, r - 1, m_gridTransformer.GetItemText(r, c))) {
+            MessageBox(*refused, texts::kNoticeCaption, MB_ICONINFORMATION);
             m_gridTransformer.SetItemText(r, c, previous);
             m_gridTransformer.RedrawCell(r, c);
             return;
-        }
-        if (!text.empty()) {
-            for (int i = 0; i < m; ++i) {
-                if (i != r - 1 && EqualsNoCase(text, m_arrTransformer[i].m_strName)) {
-                    MessageBox(texts::kDuplicateTransformer, texts::kNoticeCaption,
-                               MB_ICONINFORMATION);
-                    m_gridTransformer.SetItemText(r, c, previous);
-                    m_gridTransformer.RedrawCell(r, c);
-                    return;
-                }
-            }
         }
     }
 
@@ -593,7 +630,7 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
 
     if (c == GridColumnOfField(GridId::Transformer, CTransformerCalData::kName) && existing &&
         !m_arrTransformer[r - 1].m_strName.empty()) {
-        ReplaceTransformerInCircuits(m_arrTransformer[r - 1].m_strName, text);
+        ReplaceOwnerName(m_arrTransformer[r - 1].m_strName, text);
     }
 
     if (text.empty()) {
@@ -604,14 +641,15 @@ void CLoadCalDiaog::OnEndEditTransformer(int r, int c)
                 m_gridTransformer.DeleteRow(r);
                 m_gridTransformer.Invalidate();
             }
-        } else if (r - 1 < m_arrTransformer.GetSize()) {
-            RecalculateTransformer(m_arrTransformer[r - 1].m_strName);
         }
     } else {
         SetTransformerField(r - 1, c - 1, text);
-        if (r - 1 < m_arrTransformer.GetSize()) {
-            RecalculateTransformer(m_arrTransformer[r - 1].m_strName);
-        }
+    }
+    // A rename or a delete rewrites owner lists, which the totals group by.
+    if (m_bDeferRecalculation) {
+        m_bRecalculationPending = true;
+    } else {
+        RefreshTotals();
     }
     m_bModified = 1;
 }
@@ -625,46 +663,65 @@ void CLoadCalDiaog::OnGridClick(GridId grid, int row, int col)
         return;
     }
     g.SetFocusCell(row, col);
-    if (grid != GridId::Load) {
+    if (grid == GridId::Transformer) {
         return;
     }
-    const int rows = m_gridLoad.GetRowCount();
-    if (row > 0 && row < rows - 2 && col == LoadColumn(CLoadCalData::kPhase)) {
-        ShowPhaseCombo(row, col);
+    // Records: rows 1 .. count; the entry row follows them.
+    const int records = grid == GridId::Load ? m_arrLoad.GetSize() : m_arrBoard.GetSize();
+    const TableColumn* column = ColumnAt(grid, col);
+    if (!column) {
+        return;
     }
-    if (row > 0 && row < rows - 3 && col == LoadColumn(CLoadCalData::kTransformer)) {
-        ShowChoiceList(row, col);
+    if (row > 0 && row <= records + 1 && column->kind == ColumnKind::Phase) {
+        ShowPhaseCombo(grid, row, col);
+    }
+    if (row > 0 && row <= records && column->kind == ColumnKind::Owner) {
+        ShowChoiceList(grid, row, col);
     }
 }
 
-void CLoadCalDiaog::ShowPhaseCombo(int row, int col)
+void CLoadCalDiaog::ShowPhaseCombo(GridId grid, int row, int col)
 {
     std::vector<std::wstring> options(m_arrPhase.begin(), m_arrPhase.end());
     // The cell shows what the record holds, also a text that is not one of
     // the choices (it is marked); the list offers only the four.
     // Drop-down style, so that the grid keeps any text the record holds;
     // the window's editor offers the list only.
-    m_gridLoad.SetCellCombo(row, col, std::move(options), CBS_DROPDOWN, &m_btnDataBase);
-    m_gridLoad.SetItemFormat(row, col, kDataFormat);
+    CGridCtrl& g = GetGrid(grid);
+    g.SetCellCombo(row, col, std::move(options), CBS_DROPDOWN, &m_btnDataBase);
+    g.SetItemFormat(row, col, kDataFormat);
 }
 
-void CLoadCalDiaog::ShowChoiceList(int row, int col)
+void CLoadCalDiaog::ShowChoiceList(GridId grid, int row, int col)
 {
+    // Boards first, then transformers, each name once (without regard to
+    // case); a board is not offered as its own owner.
     std::vector<std::wstring> names;
-    for (const CTransformerCalData& t : m_arrTransformer) {
-        if (t.m_strName.empty()) {
-            continue;
+    const auto offer = [&names](const std::wstring& name) {
+        if (name.empty()) {
+            return;
         }
         bool seen = false;
         for (const std::wstring& n : names) {
-            seen = seen || EqualsNoCase(n, t.m_strName);
+            seen = seen || EqualsNoCase(n, name);
         }
         if (!seen) {
-            names.push_back(t.m_strName);
+            names.push_back(name);
+        }
+    };
+    for (int b = 0; b < m_arrBoard.GetSize(); ++b) {
+        if (grid != GridId::Board || b != row - 1) {
+            offer(m_arrBoard[b].m_strName);
         }
     }
-    // The circuit's own list, which its cell shows.
-    const CStringArray pieces = OwnerPieces(m_arrLoad[row - 1].m_strTransformer);
+    const size_t boardCount = names.size();
+    for (const CTransformerCalData& t : m_arrTransformer) {
+        offer(t.m_strName);
+    }
+    // The record's own list, which its cell shows.
+    const CStringArray pieces =
+        OwnerPieces(grid == GridId::Board ? m_arrBoard[row - 1].m_strOwner
+                                          : m_arrLoad[row - 1].m_strTransformer);
     std::vector<bool> marks(names.size(), false);
     for (size_t j = 0; j < names.size(); ++j) {
         for (const std::wstring& piece : pieces) {
@@ -677,8 +734,9 @@ void CLoadCalDiaog::ShowChoiceList(int row, int col)
         m_pChoiceWindow->Create(L"");
     }
     m_pChoiceWindow->SetItems(names, marks);
-    m_pChoiceWindow->Place(row, col, m_gridLoad.GetCellRect(row, col));
-    if (auto picked = Ui().ShowChoiceList(names, marks, row, col)) {
+    m_pChoiceWindow->Place(row, col, GetGrid(grid).GetCellRect(row, col));
+    m_choiceGrid = grid;
+    if (auto picked = Ui().ShowChoiceList(names, marks, row, col, grid, boardCount)) {
         OnChoiceReport(*picked);
     }
 }
@@ -687,9 +745,24 @@ int CLoadCalDiaog::OnChoiceReport(const std::vector<std::wstring>& names)
 {
     CCommandScope command(*this);
     const std::wstring text = Join(names);
-    const CCellID cell = m_gridLoad.GetFocusCell();
-    m_gridLoad.SetItemText(cell.row, cell.col, text);
-    m_gridLoad.RedrawCell(cell.row, cell.col);
+    CGridCtrl& g = GetGrid(m_choiceGrid);
+    const CCellID cell = g.GetFocusCell();
+    if (m_choiceGrid == GridId::Board) {
+        // The focus row must be a board row; anything else is an invalid index.
+        CBoardCalData proposed = m_arrBoard[cell.row - 1];
+        proposed.m_strOwner = text;
+        if (RefuseBoardCycle(cell.row - 1, proposed)) {
+            return 1;
+        }
+        g.SetItemText(cell.row, cell.col, text);
+        g.RedrawCell(cell.row, cell.col);
+        Boards().Modify(cell.row - 1, [&text](CBoardCalData& b) { b.m_strOwner = text; });
+        RecalculateAllTransformers();
+        m_bModified = 1;
+        return 1;
+    }
+    g.SetItemText(cell.row, cell.col, text);
+    g.RedrawCell(cell.row, cell.col);
     // The focus row must be a circuit row; anything else is an invalid index.
     Loads().Modify(cell.row - 1, [&text](CLoadCalData& c) { c.m_strTransformer = text; });
     // The totals group the circuits by their owner text.
@@ -707,6 +780,11 @@ void CLoadCalDiaog::OnGridRightClick(GridId grid, int row, int col)
         if (row >= 1 && row <= m_arrLoad.GetSize() + 1 &&
             ColumnHas(GridId::Load, col, column::kRowMenu)) {
             TrackContextMenu(res::IDR_MENU_LOAD);
+        }
+    } else if (grid == GridId::Board) {
+        if (row >= 1 && row <= m_arrBoard.GetSize() + 1 &&
+            ColumnHas(GridId::Board, col, column::kRowMenu)) {
+            TrackContextMenu(res::IDR_MENU_BOARD);
         }
     } else if (row >= 1 && row <= m_arrTransformer.GetSize() + 1 &&
                ColumnHas(GridId::Transformer, col, column::kRowMenu)) {

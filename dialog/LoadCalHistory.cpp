@@ -1,6 +1,7 @@
 // The command path every change of the document takes, undo and redo, the
 // keys on selected rows, the spreadsheet clipboard and the number checks.
 #include <algorithm>
+#include <utility>
 
 #include "dialog/LoadCalDiaog.h"
 #include "dialog/LoadCalTexts.h"
@@ -43,6 +44,50 @@ void ApplyChanges(CArray<Record>& records, const std::vector<CRecordChange<Recor
     } else {
         std::for_each(changes.begin(), changes.end(), apply);
     }
+}
+
+bool HasRowChange(const std::vector<int>& touched)
+{
+    return std::ranges::find(touched, -1) != touched.end();
+}
+
+std::vector<int> Distinct(std::vector<int> indices)
+{
+    std::ranges::sort(indices);
+    indices.erase(std::unique(indices.begin(), indices.end()), indices.end());
+    return indices;
+}
+
+/// Adds what one update rewrote; false for an update the index could not
+/// follow.
+bool Merge(SupplyChange& into, const std::optional<SupplyChange>& change)
+{
+    if (!change) {
+        return false;
+    }
+    into.boards.insert(into.boards.end(), change->boards.begin(), change->boards.end());
+    into.transformers.insert(into.transformers.end(), change->transformers.begin(),
+                             change->transformers.end());
+    return true;
+}
+
+/// The boards of start and every board above them in the graph, each once.
+std::vector<int> BoardsAbove(const CBoardGraph& graph, std::vector<int> start)
+{
+    std::vector<char> seen(static_cast<size_t>(graph.BoardCount()), 0);
+    std::vector<int> boards;
+    while (!start.empty()) {
+        const int b = start.back();
+        start.pop_back();
+        if (b < 0 || b >= graph.BoardCount() || seen[static_cast<size_t>(b)] != 0) {
+            continue;
+        }
+        seen[static_cast<size_t>(b)] = 1;
+        boards.push_back(b);
+        const std::vector<int>& owners = graph.OwnersOf(b);
+        start.insert(start.end(), owners.begin(), owners.end());
+    }
+    return boards;
 }
 
 template <class Record>
@@ -91,25 +136,138 @@ CRecordedArray<CLoadCalData> CLoadCalDiaog::Loads()
     return {m_arrLoad, m_nCommandDepth > 0 ? &m_step.loads : nullptr, &m_arrTouchedLoads};
 }
 
-const COwnerIndex& CLoadCalDiaog::OwnerIndex()
-{
-    // Rows that came or went (-1) shift the indices: the index is built again.
-    bool rebuild =
-        !m_pOwnerIndex || std::ranges::find(m_arrTouchedLoads, -1) != m_arrTouchedLoads.end();
-    for (size_t k = 0; k < m_arrTouchedLoads.size() && !rebuild; ++k) {
-        const int i = m_arrTouchedLoads[k];
-        rebuild = !m_pOwnerIndex->Update(i, m_arrLoad[i]);
-    }
-    m_arrTouchedLoads.clear();
-    if (rebuild) {
-        m_pOwnerIndex = std::make_unique<COwnerIndex>(m_arrLoad);
-    }
-    return *m_pOwnerIndex;
-}
-
 CRecordedArray<CTransformerCalData> CLoadCalDiaog::Transformers()
 {
-    return {m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr};
+    return {m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr,
+            &m_arrTouchedTransformers};
+}
+
+CRecordedArray<CBoardCalData> CLoadCalDiaog::Boards()
+{
+    return {m_arrBoard, m_nCommandDepth > 0 ? &m_step.boards : nullptr, &m_arrTouchedBoards};
+}
+
+const CSupplyIndex& CLoadCalDiaog::UpdateGroups()
+{
+    const bool rows = HasRowChange(m_arrTouchedLoads) || HasRowChange(m_arrTouchedBoards) ||
+                      HasRowChange(m_arrTouchedTransformers);
+    const bool touched = !m_arrTouchedLoads.empty() || !m_arrTouchedBoards.empty() ||
+                         !m_arrTouchedTransformers.empty();
+    if (!touched) {
+        if (!m_pSupplyIndex) {
+            // Built from the records as they stand; it computes nothing.
+            m_pSupplyIndex = std::make_unique<CSupplyIndex>(m_document);
+        }
+        return *m_pSupplyIndex;
+    }
+    const std::vector<int> loadsTouched = std::exchange(m_arrTouchedLoads, {});
+    const std::vector<int> loads = Distinct(loadsTouched);
+    const std::vector<int> boards = Distinct(std::exchange(m_arrTouchedBoards, {}));
+    const std::vector<int> transformers = Distinct(std::exchange(m_arrTouchedTransformers, {}));
+
+    // What the recalculation rewrites is recorded as it was: the
+    // transformers (few) whole, the boards those edits feed.
+    const CTransformerArray transformersBefore = m_arrTransformer;
+    std::vector<std::pair<int, CBoardCalData>> boardsBefore;
+    SupplyChange change;
+    // An index built after the change would not know what the changed
+    // records fed before it: every group is recalculated then.
+    bool rebuild = rows || !m_pSupplyIndex;
+    if (!rebuild) {
+        const CBoardGraph& graph = m_pSupplyIndex->Boards();
+        std::vector<int> start = boards;
+        for (int i : loads) {
+            for (const std::wstring& piece : OwnerPieces(m_arrLoad[i].m_strTransformer)) {
+                const std::vector<int>& named = graph.BoardsNamed(piece);
+                start.insert(start.end(), named.begin(), named.end());
+            }
+        }
+        for (int b : BoardsAbove(graph, std::move(start))) {
+            boardsBefore.emplace_back(b, m_arrBoard[b]);
+        }
+        for (int i : loads) {
+            rebuild = rebuild || !Merge(change, m_pSupplyIndex->UpdateCircuit(m_document, i));
+        }
+        for (int b : boards) {
+            rebuild = rebuild || !Merge(change, m_pSupplyIndex->UpdateBoard(m_document, b));
+        }
+        for (int t : transformers) {
+            rebuild = rebuild || !Merge(change, m_pSupplyIndex->UpdateTransformer(m_document, t));
+        }
+        if (!rebuild && m_arrBoard.IsEmpty() && !loads.empty()) {
+            // Without boards a circuit's change recalculates every
+            // transformer, as it always has.
+            Merge(change, m_pSupplyIndex->RecalculateGroups(m_document));
+        }
+    }
+    if (rebuild) {
+        // Every board is recalculated; those an update above rewrote
+        // already are recorded as they were before it.
+        std::vector<std::pair<int, CBoardCalData>> all;
+        all.reserve(static_cast<size_t>(m_arrBoard.GetSize()));
+        for (int b = 0; b < m_arrBoard.GetSize(); ++b) {
+            all.emplace_back(b, m_arrBoard[b]);
+        }
+        for (auto& [b, before] : boardsBefore) {
+            all[static_cast<size_t>(b)].second = std::move(before);
+        }
+        boardsBefore = std::move(all);
+        // The circuits' figures as the old index read them, where rows
+        // stayed; the changed circuits' read afresh.
+        std::vector<MemberFigures> figures;
+        if (m_pSupplyIndex && !HasRowChange(loadsTouched) &&
+            m_pSupplyIndex->Circuits().Size() == m_arrLoad.GetSize()) {
+            figures.reserve(static_cast<size_t>(m_arrLoad.GetSize()));
+            for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
+                figures.push_back(m_pSupplyIndex->Circuits().FiguresAt(i));
+            }
+            for (int i : loads) {
+                figures[static_cast<size_t>(i)] = COwnerIndex::FiguresOf(m_arrLoad[i]);
+            }
+        }
+        m_pSupplyIndex =
+            std::make_unique<CSupplyIndex>(m_document, CircuitFilter(), std::move(figures));
+        change = m_pSupplyIndex->RecalculateGroups(m_document);
+    }
+
+    CRecordedArray<CBoardCalData> boardLog(m_arrBoard,
+                                           m_nCommandDepth > 0 ? &m_step.boards : nullptr);
+    for (const auto& [b, before] : boardsBefore) {
+        boardLog.Note(b, before);
+    }
+    CRecordedArray<CTransformerCalData> transformerLog(
+        m_arrTransformer, m_nCommandDepth > 0 ? &m_step.transformers : nullptr);
+    for (int t = 0; t < m_arrTransformer.GetSize(); ++t) {
+        transformerLog.Note(t, transformersBefore[t]);
+    }
+    for (int b : Distinct(change.boards)) {
+        ShowBoardResults(b);
+    }
+    for (int t : change.transformers) {
+        ShowTransformerResults(t);
+    }
+    return *m_pSupplyIndex;
+}
+
+void CLoadCalDiaog::TakeChanges()
+{
+    bool kept = m_pSupplyIndex && !HasRowChange(m_arrTouchedLoads) &&
+                !HasRowChange(m_arrTouchedBoards) && !HasRowChange(m_arrTouchedTransformers);
+    for (size_t k = 0; kept && k < m_arrTouchedLoads.size(); ++k) {
+        kept = m_pSupplyIndex->TakeCircuit(m_document, m_arrTouchedLoads[k]);
+    }
+    for (size_t k = 0; kept && k < m_arrTouchedBoards.size(); ++k) {
+        kept = m_pSupplyIndex->TakeBoard(m_document, m_arrTouchedBoards[k]);
+    }
+    for (size_t k = 0; kept && k < m_arrTouchedTransformers.size(); ++k) {
+        kept = m_pSupplyIndex->TakeTransformer(m_document, m_arrTouchedTransformers[k]);
+    }
+    if (!kept) {
+        m_pSupplyIndex.reset();
+    }
+    m_arrTouchedLoads.clear();
+    m_arrTouchedBoards.clear();
+    m_arrTouchedTransformers.clear();
 }
 
 void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring& text)
@@ -119,10 +277,13 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
         return;
     }
     CCommandScope command(*this);
+    m_strCellBefore = g.GetItemText(row, col);
     // An input method's full-width figures are stored as plain ones.
     g.SetItemText(row, col, IsNumberColumn(grid, col) ? NormaliseNumberText(text) : text);
     if (grid == GridId::Load) {
         OnEndEditLoad(row, col);
+    } else if (grid == GridId::Board) {
+        OnEndEditBoard(row, col);
     } else {
         OnEndEditTransformer(row, col);
     }
@@ -130,7 +291,7 @@ void CLoadCalDiaog::OnEndEdit(GridId grid, int row, int col, const std::wstring&
 
 void CLoadCalDiaog::SetUpNumberChecks()
 {
-    for (GridId grid : {GridId::Load, GridId::Transformer}) {
+    for (GridId grid : {GridId::Load, GridId::Transformer, GridId::Board}) {
         for (int col = 1; col < GetGrid(grid).GetColumnCount(); ++col) {
             if (IsNumberColumn(grid, col)) {
                 GetGrid(grid).SetColumnCheck(col, NumberCellTip, kNotANumberColour);
@@ -157,19 +318,28 @@ void CLoadCalDiaog::OnEditRedo()
 
 void CLoadCalDiaog::EndPendingCut(GridId grid)
 {
-    const bool load = grid == GridId::Load;
-    int& cut = load ? m_bLoadCut : m_bTransformerCut;
-    if (cut == 0) {
+    if (!IsCut(grid)) {
         return;
     }
-    cut = 0;
-    MarkCutRows(grid);
-    if (load) {
-        m_arrClipLoad.RemoveAll();
-        m_arrCutLoadRows.RemoveAll();
-    } else {
-        m_arrClipTransformer.RemoveAll();
-        m_arrCutTransformerRows.RemoveAll();
+    switch (grid) {
+        case GridId::Load:
+            m_bLoadCut = 0;
+            MarkCutRows(grid);
+            m_arrClipLoad.RemoveAll();
+            m_arrCutLoadRows.RemoveAll();
+            break;
+        case GridId::Board:
+            m_bBoardCut = 0;
+            MarkCutRows(grid);
+            m_arrClipBoard.RemoveAll();
+            m_arrCutBoardRows.RemoveAll();
+            break;
+        case GridId::Transformer:
+            m_bTransformerCut = 0;
+            MarkCutRows(grid);
+            m_arrClipTransformer.RemoveAll();
+            m_arrCutTransformerRows.RemoveAll();
+            break;
     }
 }
 
@@ -177,9 +347,12 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
 {
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
+    EndPendingCut(GridId::Board);
     ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
-    std::vector<int> transformersTouched;
-    ApplyChanges(m_arrTransformer, step.transformers, backwards, transformersTouched);
+    ApplyChanges(m_arrTransformer, step.transformers, backwards, m_arrTouchedTransformers);
+    ApplyChanges(m_arrBoard, step.boards, backwards, m_arrTouchedBoards);
+    // The step holds every figure it changed: nothing is recalculated.
+    TakeChanges();
 
     // Rows that came or went: the grid is laid out again from the records
     // (a row paste may have shown records elsewhere than their index).
@@ -191,8 +364,8 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
         for (int i : ChangedIndices(step.loads)) {
             FillLoadRow(i + 1, m_arrLoad[i]);
         }
-        const SummaryTotals totals = OwnerIndex().Totals();
-        for (int column = 1; column <= 13; ++column) {
+        const SummaryTotals totals = UpdateGroups().Totals();
+        for (int column = 1; column <= static_cast<int>(kLoadColumns.size()); ++column) {
             ShowTotalCell(totals, column);
         }
     }
@@ -204,6 +377,15 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
             FillTransformerRow(i + 1, m_arrTransformer[i]);
         }
     }
+    if (ChangesRows(step.boards)) {
+        FillBoardGrid();
+    } else {
+        CGridCtrl::Batch batch(m_gridBoard);
+        for (int i : ChangedIndices(step.boards)) {
+            FillBoardRow(i + 1, m_arrBoard[i]);
+        }
+    }
+    UpdateGroups();
     RefreshWarnings(&step);
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }
@@ -226,8 +408,10 @@ std::wstring CLoadCalDiaog::RowsAsText(GridId grid, const std::vector<int>& rows
 void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
 {
     const CGridCtrl& g = GetGrid(grid);
-    const int entryRow =
-        grid == GridId::Load ? m_arrLoad.GetSize() + 1 : m_arrTransformer.GetSize() + 1;
+    const int entryRow = (grid == GridId::Load    ? m_arrLoad.GetSize()
+                          : grid == GridId::Board ? m_arrBoard.GetSize()
+                                                  : m_arrTransformer.GetSize()) +
+                         1;
     const bool ownRows = clipboardText == GetClipboardText(grid);
     const int row = g.GetFocusCell().row;
     if (row >= 1 && row <= entryRow && !ownRows && !clipboardText.empty()) {
@@ -237,33 +421,23 @@ void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
     }
 }
 
-void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
+void CLoadCalDiaog::PasteNamedLines(GridId grid, const CTabRows& lines, int col)
 {
-    bool toldTaken = false;
-    bool toldComma = false;
-    const int nameColumn = GridColumnOfField(GridId::Transformer, CTransformerCalData::kName);
+    const bool board = grid == GridId::Board;
+    CGridCtrl& g = GetGrid(grid);
+    std::vector<std::wstring_view> told;
+    const int nameColumn = board ? GridColumnOfField(grid, CBoardCalData::kName)
+                                 : GridColumnOfField(grid, CTransformerCalData::kName);
     for (const std::vector<std::wstring>& line : lines) {
-        const int row = m_arrTransformer.GetSize() + 1;
-        // A name already taken or holding ",": the line is left out, and the
-        // message is shown once for the whole paste.
-        if (col == nameColumn && !line.empty()) {
-            const std::wstring name = Trim(line[0]);
-            const bool taken = std::ranges::any_of(m_arrTransformer, [&name](const auto& t) {
-                return EqualsNoCase(name, t.m_strName);
-            });
-            if (!name.empty() && taken) {
-                if (!toldTaken) {
-                    MessageBox(texts::kDuplicateTransformer, texts::kNoticeCaption,
-                               MB_ICONINFORMATION);
-                    toldTaken = true;
-                }
-                continue;
-            }
-            if (name.find(L',') != std::wstring::npos) {
-                if (!toldComma) {
-                    MessageBox(texts::kCommaInTransformerName, texts::kNoticeCaption,
-                               MB_ICONINFORMATION);
-                    toldComma = true;
+        const int records = board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize();
+        const int row = records + 1;
+        // A name refused (taken, holding "," or only blanks): the line is
+        // left out, and each message is shown once for the whole paste.
+        if (col == nameColumn && !line.empty() && !Trim(line[0]).empty()) {
+            if (const auto refused = RefusedName(grid, records, Trim(line[0]))) {
+                if (std::ranges::find(told, *refused) == told.end()) {
+                    MessageBox(*refused, texts::kNoticeCaption, MB_ICONINFORMATION);
+                    told.push_back(*refused);
                 }
                 continue;
             }
@@ -271,11 +445,10 @@ void CLoadCalDiaog::PasteTransformerLines(const CTabRows& lines, int col)
         for (size_t j = 0; j < line.size(); ++j) {
             const int c = col + static_cast<int>(j);
             const std::wstring cell = Trim(line[j]);
-            if (c >= m_gridTransformer.GetColumnCount() || cell.empty() ||
-                !m_gridTransformer.IsCellEditable(row, c)) {
+            if (c >= g.GetColumnCount() || cell.empty() || !g.IsCellEditable(row, c)) {
                 continue;
             }
-            OnEndEdit(GridId::Transformer, row, c, cell);
+            OnEndEdit(grid, row, c, cell);
         }
     }
 }

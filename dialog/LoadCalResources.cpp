@@ -89,6 +89,8 @@ std::optional<CMenuModel> LoadMenu(int resourceId)
         case IDR_MENU_TRANSFORMER:
             return ContextMenu(ID_TRANSFORMER_CUT, ID_TRANSFORMER_COPY, ID_TRANSFORMER_PASTE,
                                ID_TRANSFORMER_DELETE);
+        case IDR_MENU_BOARD:
+            return ContextMenu(ID_BOARD_CUT, ID_BOARD_COPY, ID_BOARD_PASTE, ID_BOARD_DELETE);
         default:
             return std::nullopt;
     }

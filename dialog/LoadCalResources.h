@@ -24,6 +24,7 @@ inline constexpr int IDD_ABOUT = 207;              ///< about box template
 inline constexpr int IDR_MENU_LOAD = 210;          ///< load grid context menu
 inline constexpr int IDR_MENU_TRANSFORMER = 211;   ///< transformer grid context menu
 inline constexpr int IDI_ABOUT = 212;              ///< about box icon
+inline constexpr int IDR_MENU_BOARD = 213;         ///< board grid context menu
 inline constexpr int IDC_GRID_LOAD = 101;
 inline constexpr int IDC_GRID_TRANSFORMER = 102;
 inline constexpr int AFX_IDW_TOOLBAR = 0xE800;
@@ -52,6 +53,10 @@ inline constexpr unsigned ID_TRANSFORMER_CUT = 32782;
 inline constexpr unsigned ID_TRANSFORMER_COPY = 32778;
 inline constexpr unsigned ID_TRANSFORMER_PASTE = 32779;
 inline constexpr unsigned ID_TRANSFORMER_DELETE = 32780;
+inline constexpr unsigned ID_BOARD_CUT = 32799;
+inline constexpr unsigned ID_BOARD_COPY = 32800;
+inline constexpr unsigned ID_BOARD_PASTE = 32801;
+inline constexpr unsigned ID_BOARD_DELETE = 32802;
 
 /// Dialog template 200 and its two frames, in dialog units.
 inline constexpr CRect kDialogTemplate{0, 0, 500, 320};
@@ -71,7 +76,7 @@ inline constexpr std::array<unsigned, 11> kToolbarButtons = {
 /// The string table: the text of a command id (the tool tips), or nothing.
 std::optional<std::wstring> LoadString(unsigned id);
 
-/// A menu resource (201, 210, 211) as a menu model; nothing for another id.
+/// A menu resource (201, 210, 211, 213) as a menu model; nothing for another id.
 std::optional<CMenuModel> LoadMenu(int resourceId);
 
 /// The texts of the about box (template 207, icon 212).

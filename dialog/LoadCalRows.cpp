@@ -1,8 +1,11 @@
 // Cut, copy, paste and delete of whole rows, with the two row clipboards and
 // the deferred removal of cut rows.
 #include <algorithm>
+#include <functional>
 
 #include "dialog/LoadCalDiaog.h"
+#include "dialog/LoadCalTexts.h"
+#include "model/BoardGraph.h"
 
 namespace loadcal {
 namespace {
@@ -134,6 +137,7 @@ std::optional<std::vector<int>> CLoadCalDiaog::SelectedRows(GridId grid) const
     const int rows = g.GetRowCount();
     // Load grid: circuit rows, columns 1 to 13. Transformer grid: transformer
     // rows, columns 1 to 12 only (a selection in 13 to 16 selects no row).
+    // Board grid: board rows, every column.
     const bool load = grid == GridId::Load;
     const int minRows = load ? 5 : 3;
     const int lastRow = load ? rows - 4 : rows - 2;
@@ -154,20 +158,38 @@ std::optional<std::vector<int>> CLoadCalDiaog::SelectedRows(GridId grid) const
 
 bool CLoadCalDiaog::IsCut(GridId grid) const
 {
-    return (grid == GridId::Load ? m_bLoadCut : m_bTransformerCut) != 0;
+    switch (grid) {
+        case GridId::Load:
+            return m_bLoadCut != 0;
+        case GridId::Board:
+            return m_bBoardCut != 0;
+        case GridId::Transformer:
+            break;
+    }
+    return m_bTransformerCut != 0;
 }
 
 const CArray<int>& CLoadCalDiaog::GetCutRows(GridId grid) const
 {
-    return grid == GridId::Load ? m_arrCutLoadRows : m_arrCutTransformerRows;
+    switch (grid) {
+        case GridId::Load:
+            return m_arrCutLoadRows;
+        case GridId::Board:
+            return m_arrCutBoardRows;
+        case GridId::Transformer:
+            break;
+    }
+    return m_arrCutTransformerRows;
 }
 
 void CLoadCalDiaog::MarkCutRows(GridId grid)
 {
-    const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
-    const int clipSize = load ? m_arrClipLoad.GetSize() : m_arrClipTransformer.GetSize();
-    const bool cut = (load ? m_bLoadCut : m_bTransformerCut) != 0;
+    const int clipSize =
+        grid == GridId::Load
+            ? m_arrClipLoad.GetSize()
+            : (grid == GridId::Board ? m_arrClipBoard.GetSize() : m_arrClipTransformer.GetSize());
+    const bool cut = IsCut(grid);
     const COLORREF colour = clipSize > 0 && cut ? kCutTextColour : CLR_DEFAULT;
     // The heading and the columns the table marks.
     for (int row : GetCutRows(grid)) {
@@ -199,6 +221,10 @@ void CLoadCalDiaog::FillClipboard(GridId grid, bool cut)
         const RowSide<CLoadCalData> side{m_gridLoad, Loads(), m_arrClipLoad, m_bLoadCut,
                                          m_arrCutLoadRows};
         cut ? Cut(side, *rows) : Copy(side, *rows);
+    } else if (grid == GridId::Board) {
+        const RowSide<CBoardCalData> side{m_gridBoard, Boards(), m_arrClipBoard, m_bBoardCut,
+                                          m_arrCutBoardRows};
+        cut ? Cut(side, *rows) : Copy(side, *rows);
     } else {
         const RowSide<CTransformerCalData> side{m_gridTransformer, Transformers(),
                                                 m_arrClipTransformer, m_bTransformerCut,
@@ -209,10 +235,36 @@ void CLoadCalDiaog::FillClipboard(GridId grid, bool cut)
     // The rows also go out as a spreadsheet's text; with no row selected the
     // system clipboard keeps what another program put there.
     if (!rows->empty()) {
-        std::wstring& text = m_strClipText[grid == GridId::Load ? 0 : 1];
+        std::wstring& text = m_strClipText[ClipIndex(grid)];
         text = RowsAsText(grid, *rows);
         Ui().SetClipboardText(text);
     }
+}
+
+bool CLoadCalDiaog::PasteKeepsBoardsAcyclic()
+{
+    // Whether boards feed each other in a ring does not depend on their
+    // order: the boards as they stand, less those cut, with the clipboard's.
+    CBoardArray after = m_arrBoard;
+    if (m_bBoardCut != 0) {
+        std::vector<int> cut(m_arrCutBoardRows.begin(), m_arrCutBoardRows.end());
+        std::ranges::sort(cut, std::greater<>());
+        for (int row : cut) {
+            if (row >= 1 && row <= after.GetSize()) {
+                after.RemoveAt(row - 1);
+            }
+        }
+    }
+    for (const CBoardCalData& b : m_arrClipBoard) {
+        after.Add(b);
+    }
+    const std::vector<int> cycle = FindBoardCycle(after);
+    if (cycle.empty() || !FindBoardCycle(m_arrBoard).empty()) {
+        return true;
+    }
+    MessageBox(texts::FormatText(texts::kBoardCycleFormat, CycleText(BoardNames(after, cycle))),
+               texts::kNoticeCaption, MB_ICONINFORMATION);
+    return false;
 }
 
 void CLoadCalDiaog::OnPasteRows(GridId grid)
@@ -226,7 +278,9 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
     };
     int r = g.GetFocusCell().row;
     CCommandScope command(*this);
-    const int clipSize = load ? m_arrClipLoad.GetSize() : m_arrClipTransformer.GetSize();
+    const int clipSize =
+        load ? m_arrClipLoad.GetSize()
+             : (grid == GridId::Board ? m_arrClipBoard.GetSize() : m_arrClipTransformer.GetSize());
     if (!inBounds(r) || clipSize < 1) {
         return;
     }
@@ -241,6 +295,18 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
             return;
         }
         RefreshTotals();
+        RecalculateAllTransformers();
+    } else if (grid == GridId::Board) {
+        // Pasted boards must not make boards feed each other in a ring.
+        if (!PasteKeepsBoardsAcyclic()) {
+            return;
+        }
+        const RowSide<CBoardCalData> side{m_gridBoard, Boards(), m_arrClipBoard, m_bBoardCut,
+                                          m_arrCutBoardRows};
+        if (!PasteRecords(side, r, inBounds, mark,
+                          [this](int row, const CBoardCalData& rec) { FillBoardRow(row, rec); })) {
+            return;
+        }
         RecalculateAllTransformers();
     } else {
         const RowSide<CTransformerCalData> side{m_gridTransformer, Transformers(),
@@ -269,13 +335,17 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         return;
     }
     CCommandScope command(*this);
-    CArray<int>& cutRows = load ? m_arrCutLoadRows : m_arrCutTransformerRows;
+    CArray<int>& cutRows =
+        load ? m_arrCutLoadRows
+             : (grid == GridId::Board ? m_arrCutBoardRows : m_arrCutTransformerRows);
     for (int row : rows) {
         const int j = IndexOf(cutRows, row);
         if (j >= 0) {
             cutRows.RemoveAt(j);
             if (load) {
                 m_arrClipLoad.RemoveAt(j);
+            } else if (grid == GridId::Board) {
+                m_arrClipBoard.RemoveAt(j);
             } else {
                 m_arrClipTransformer.RemoveAt(j);
             }
@@ -287,12 +357,16 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
     // The cut-row numbers that remain are not shifted.
     for (size_t i = 0; i < rows.size(); ++i) {
         const int row = rows[i];
-        if (!load) {
-            ReplaceTransformerInCircuits(m_arrTransformer[row - 1].m_strName, L"");
+        if (grid == GridId::Transformer) {
+            ReplaceOwnerName(m_arrTransformer[row - 1].m_strName, L"");
+        } else if (grid == GridId::Board) {
+            ReplaceOwnerName(m_arrBoard[row - 1].m_strName, L"");
         }
         g.DeleteRow(row);
         if (load) {
             Loads().RemoveAt(row - 1);
+        } else if (grid == GridId::Board) {
+            Boards().RemoveAt(row - 1);
         } else {
             Transformers().RemoveAt(row - 1);
         }
@@ -300,10 +374,9 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
             --rows[k];
         }
     }
-    if (load) {
-        RefreshTotals();
-        RecalculateAllTransformers();
-    }
+    // A transformer that goes leaves the owner lists, which the totals group by.
+    RefreshTotals();
+    RecalculateAllTransformers();
     g.Refresh();
     m_bModified = 1;
 }

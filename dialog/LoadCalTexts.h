@@ -51,6 +51,7 @@ inline constexpr std::wstring_view kMenuLoadTypeLibrary = L"负荷类型库(&L).
 /// Asked before one action removes more than one record (%s: how many).
 inline constexpr std::wstring_view kRemoveCircuitsFormat = L"删除 %s 个回路？";
 inline constexpr std::wstring_view kRemoveTransformersFormat = L"删除 %s 个变压器？";
+inline constexpr std::wstring_view kRemoveBoardsFormat = L"删除 %s 个配电箱？";
 /// A paste that would make more circuits than an archive holds.
 inline constexpr std::wstring_view kPasteTooLargeFormat =
     L"粘贴后将有 %s 个回路，超过存档最多能保存的 32767 个回路，粘贴已取消。";
@@ -101,6 +102,7 @@ inline constexpr std::wstring_view kTooManyRecordsFormat =
     L"文档有 %s 个%s，超过存档最多能保存的 32767 个，文件没有写入";
 inline constexpr std::wstring_view kCircuits = L"回路";
 inline constexpr std::wstring_view kTransformers = L"变压器";
+inline constexpr std::wstring_view kBoards = L"配电箱";
 /// An archive refused on opening (damaged, truncated, not an archive,
 /// unreadable): the path, what is wrong with it, and in brackets the
 /// reader's own text (FormatText with three arguments).
@@ -142,6 +144,19 @@ inline constexpr std::wstring_view kNoticeCaption = L"提示";
 inline constexpr std::wstring_view kCommaInTransformerName =
     L"变压器名称不能含有逗号\",\",请重新输入!";
 inline constexpr std::wstring_view kBlankTransformerName = L"变压器名称不能只有空格,请重新输入!";
+/// Board names: repeated, taken by a transformer (and a transformer's name
+/// taken by a board), with "," or only blanks.
+inline constexpr std::wstring_view kDuplicateBoard = L"配电箱名称重复,请重新输入!";
+inline constexpr std::wstring_view kNameOfTransformer = L"该名称已是变压器的名称,请重新输入!";
+inline constexpr std::wstring_view kNameOfBoard = L"该名称已是配电箱的名称,请重新输入!";
+inline constexpr std::wstring_view kCommaInBoardName = L"配电箱名称不能含有逗号\",\",请重新输入!";
+inline constexpr std::wstring_view kBlankBoardName = L"配电箱名称不能只有空格,请重新输入!";
+/// An edit of a board's owners or name that would make boards feed each
+/// other in a ring (%s: the ring, "AP1 → AP2 → AP1").
+inline constexpr std::wstring_view kBoardCycleFormat = L"配电箱的归属将形成循环：%s\n修改已取消。";
+/// The two groups of the owner choice list.
+inline constexpr std::wstring_view kChoiceBoards = L"配电箱";
+inline constexpr std::wstring_view kChoiceTransformers = L"变压器";
 inline constexpr std::wstring_view kLoadMenuFailed = L"LoadMenu false";
 inline constexpr std::wstring_view kNoPopupMenu = L"pMenuTemp == NULL";
 inline constexpr std::wstring_view kTrackPopupFailed = L"TrackPopupMenu false";

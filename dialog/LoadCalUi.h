@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "dialog/GridColumns.h"
+
 namespace loadcal {
 
 class CMenuModel;
@@ -65,13 +67,15 @@ public:
 
     virtual void SetWindowText(const std::wstring& title) = 0;
 
-    /// The transformer choice list over load-grid cell (row, col): names with
-    /// their marks in; the names marked when the user confirmed, in list
-    /// order, or nothing when the list was dismissed. A window that reports
-    /// later returns nothing here and calls CLoadCalDiaog::OnChoiceReport.
+    /// The owner choice list over cell (row, col) of a grid: names with their
+    /// marks in, the first boardCount of them distribution boards and the
+    /// rest transformers, shown as two groups; the names marked when the
+    /// user confirmed, in list order, or nothing when the list was
+    /// dismissed. A window that reports later returns nothing here and calls
+    /// CLoadCalDiaog::OnChoiceReport.
     virtual std::optional<std::vector<std::wstring>> ShowChoiceList(
-        const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row,
-        int col) = 0;
+        const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col,
+        GridId grid, size_t boardCount) = 0;
 
     /// A context menu at the cursor; the chosen command is returned, not sent.
     virtual CPopupResult TrackPopupMenu(const CMenuModel& popup) = 0;

@@ -14,6 +14,8 @@ constexpr std::wstring_view kHeight = L"高";
 constexpr std::wstring_view kTransformerHeight = L"变压器表高";
 constexpr std::wstring_view kLoadColumns = L"负荷表列宽";
 constexpr std::wstring_view kTransformerColumns = L"变压器表列宽";
+constexpr std::wstring_view kBoardHeight = L"配电箱表高";
+constexpr std::wstring_view kBoardColumns = L"配电箱表列宽";
 
 std::wstring KeyOf(std::wstring_view name)
 {
@@ -97,7 +99,7 @@ void WriteWidths(CLoadCalRecentFiles& settings, std::wstring_view name,
 }  // namespace
 
 CWindowLayout CWindowLayout::Read(const CLoadCalRecentFiles& settings, int loadCount,
-                                  int transformerCount)
+                                  int transformerCount, int boardCount)
 {
     CWindowLayout layout;
     layout.left = ReadInt(settings, kLeft, -kMaxPixels);
@@ -107,6 +109,8 @@ CWindowLayout CWindowLayout::Read(const CLoadCalRecentFiles& settings, int loadC
     layout.transformerHeight = ReadInt(settings, kTransformerHeight, 1);
     layout.loadColumns = ReadWidths(settings, kLoadColumns, loadCount);
     layout.transformerColumns = ReadWidths(settings, kTransformerColumns, transformerCount);
+    layout.boardHeight = ReadInt(settings, kBoardHeight, 1);
+    layout.boardColumns = ReadWidths(settings, kBoardColumns, boardCount);
     return layout;
 }
 
@@ -119,6 +123,8 @@ void CWindowLayout::Store(CLoadCalRecentFiles& settings) const
     WriteInt(settings, kTransformerHeight, transformerHeight);
     WriteWidths(settings, kLoadColumns, loadColumns);
     WriteWidths(settings, kTransformerColumns, transformerColumns);
+    WriteInt(settings, kBoardHeight, boardHeight);
+    WriteWidths(settings, kBoardColumns, boardColumns);
 }
 
 }  // namespace loadcal

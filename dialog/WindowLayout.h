@@ -12,12 +12,12 @@ class CLoadCalRecentFiles;
 /// The calculation window's remembered layout, kept in the settings file
 /// beside the recent-files list under a group of its own ("负荷计算\窗口"):
 /// the window's position (top-left of its frame, screen pixels) and size
-/// (pixels), the split between the grids (the transformer grid's height,
-/// pixels) and the widths of the data columns of both grids (pixels, grid
-/// column 1 onwards). The window reads it once when it opens and writes it
-/// when it closes. A value that is missing or damaged (not a whole number,
-/// outside its range, a width list of the wrong length) reads as nothing,
-/// and the window uses its default for that value alone.
+/// (pixels), the splits between the grids (the heights of the transformer
+/// grid and of the board grid, pixels) and the widths of the data columns of
+/// the three grids (pixels, grid column 1 onwards). The window reads it once when it opens and
+/// writes it when it closes. A value that is missing or damaged (not a whole number, outside its
+/// range, a width list of the wrong length) reads as nothing, and the window uses its default for
+/// that value alone.
 struct CWindowLayout {
     static constexpr std::wstring_view kGroup = L"负荷计算\\窗口";
     static constexpr int kMaxPixels = 100000;  ///< larger values are damage
@@ -27,13 +27,15 @@ struct CWindowLayout {
     std::optional<int> width;
     std::optional<int> height;
     std::optional<int> transformerHeight;
+    std::optional<int> boardHeight;
     std::vector<int> loadColumns;         ///< empty: the default widths
     std::vector<int> transformerColumns;  ///< empty: the default widths
+    std::vector<int> boardColumns;        ///< empty: the default widths
 
-    /// Reads the layout; loadCount and transformerCount are the numbers of
-    /// data columns a width list must have.
+    /// Reads the layout; loadCount, transformerCount and boardCount are the
+    /// numbers of data columns a width list must have.
     static CWindowLayout Read(const CLoadCalRecentFiles& settings, int loadCount,
-                              int transformerCount);
+                              int transformerCount, int boardCount);
     /// Sets every present value in the settings tree (the caller writes the
     /// file).
     void Store(CLoadCalRecentFiles& settings) const;

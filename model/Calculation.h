@@ -179,6 +179,8 @@ public:
 
     /// The figures of circuit idx as the index read them.
     const MemberFigures& FiguresAt(int idx) const { return m_figures.at(static_cast<size_t>(idx)); }
+    /// How many circuits the index holds.
+    int Size() const { return static_cast<int>(m_figures.size()); }
     /// The circuits, in list order, one of whose owner pieces equals name
     /// without regard to case (each once).
     const std::vector<int>& MembersNamed(const std::wstring& name) const;

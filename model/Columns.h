@@ -9,9 +9,10 @@ namespace loadcal {
 
 /// What a column's cells are: typed text, the phase (one of the four phase
 /// texts, chosen from a list), a typed figure, a computed figure, the owner
-/// list (chosen from the transformers), one of a fixed list of texts or
-/// empty (chosen from the list), or a load type (chosen from the load-type
-/// library's names or typed: a name the library lacks is kept and marked).
+/// list (chosen from the boards and transformers), one of a fixed list of
+/// texts or empty (chosen from the list), or a load type (chosen from the
+/// load-type library's names or typed: a name the library lacks is kept and
+/// marked).
 enum class ColumnKind { Text, Phase, Number, Computed, Owner, Choice, LoadType };
 
 /// Which grand total a column's cell of the load table's total row shows.
@@ -141,16 +142,16 @@ inline constexpr auto kTransformerColumns = std::to_array<TableColumn>({
 /// last, as in the load table.
 inline constexpr std::array<TableColumn, 11> kBoardColumns = {{
     {L"配电箱名称", CBoardCalData::kName},
-    {L"相位", CBoardCalData::kPhase},
-    {L"额定容量(kW)", CBoardCalData::kRatedPower},
-    {L"同时系数(K∑p)", CBoardCalData::kKp},
-    {L"同时系数(K∑q)", CBoardCalData::kKq},
-    {L"计算有功(kW)", CBoardCalData::kCalcP},
-    {L"计算无功(kVar)", CBoardCalData::kCalcQ},
-    {L"视在功率(kVA)", CBoardCalData::kCalcS},
-    {L"功率因数(cos(φ))", CBoardCalData::kPowerFactor},
-    {L"计算电流(A)", CBoardCalData::kCalcI},
-    {L"归属", CBoardCalData::kOwner},
+    {L"相位", CBoardCalData::kPhase, ColumnKind::Phase},
+    {L"额定容量(kW)", CBoardCalData::kRatedPower, ColumnKind::Computed},
+    {L"同时系数(K∑p)", CBoardCalData::kKp, ColumnKind::Number},
+    {L"同时系数(K∑q)", CBoardCalData::kKq, ColumnKind::Number},
+    {L"计算有功(kW)", CBoardCalData::kCalcP, ColumnKind::Computed},
+    {L"计算无功(kVar)", CBoardCalData::kCalcQ, ColumnKind::Computed},
+    {L"视在功率(kVA)", CBoardCalData::kCalcS, ColumnKind::Computed},
+    {L"功率因数(cos(φ))", CBoardCalData::kPowerFactor, ColumnKind::Computed},
+    {L"计算电流(A)", CBoardCalData::kCalcI, ColumnKind::Computed},
+    {L"归属", CBoardCalData::kOwner, ColumnKind::Owner},
 }};
 
 /// The fire case of the transformers, as the terminal shows it for a

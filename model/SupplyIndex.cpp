@@ -380,6 +380,55 @@ std::optional<SupplyChange> CSupplyIndex::UpdateTransformer(CLoadCalDocument& do
     return change;
 }
 
+bool CSupplyIndex::TakeCircuit(const CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || idx >= doc.loads.GetSize() || static_cast<size_t>(idx) >= m_fireRole.size()) {
+        return false;
+    }
+    const CLoadCalData& circuit = doc.loads[idx];
+    // As UpdateCircuit keeps the fire roles, without recalculating anything.
+    const auto i = static_cast<size_t>(idx);
+    const char role = RoleOf(circuit);
+    const size_t roles =
+        m_fireRoleCount - (m_fireRole[i] != kNoRole ? 1 : 0) + (role != kNoRole ? 1 : 0);
+    if ((roles > 0) != m_bFire || !m_circuits.Update(idx, circuit)) {
+        return false;
+    }
+    m_fireRole[i] = role;
+    m_fireRoleCount = roles;
+    for (Pass* pass : {&m_normal, &m_fire}) {
+        if (!pass->counted.empty()) {
+            pass->counted[i] = Counts(*pass, circuit, idx) ? 1 : 0;
+        }
+    }
+    return true;
+}
+
+bool CSupplyIndex::TakeBoard(const CLoadCalDocument& doc, int idx)
+{
+    if (idx < 0 || static_cast<size_t>(idx) >= m_boardNames.size() || idx >= doc.boards.GetSize() ||
+        doc.boards[idx].m_strName != m_boardNames[static_cast<size_t>(idx)] ||
+        doc.boards[idx].m_strOwner != m_boardOwners[static_cast<size_t>(idx)]) {
+        return false;
+    }
+    if (!m_graph.OnCycle(idx)) {
+        for (Pass* pass : {&m_normal, &m_fire}) {
+            if (pass == &m_fire && !m_bFire) {
+                continue;
+            }
+            pass->boards[static_cast<size_t>(idx)] = BoardAsMember(doc.boards[idx], pass->fields);
+        }
+    }
+    return true;
+}
+
+bool CSupplyIndex::TakeTransformer(const CLoadCalDocument& doc, int idx) const
+{
+    return idx >= 0 && static_cast<size_t>(idx) < m_transformerNames.size() &&
+           idx < doc.transformers.GetSize() &&
+           doc.transformers[idx].m_strName == m_transformerNames[static_cast<size_t>(idx)];
+}
+
 std::wstring CSupplyIndex::GroupSumOf(const Pass& pass, int transformer, SumField field) const
 {
     if (transformer < 0 || static_cast<size_t>(transformer) >= m_groupOfTransformer.size()) {

@@ -98,6 +98,22 @@ public:
     /// changed or idx is outside the list: build the index again.
     std::optional<SupplyChange> UpdateTransformer(CLoadCalDocument& doc, int idx);
 
+    /// Circuit idx's texts were put back as a recalculation had left them
+    /// (an undo or redo that restores the figures of its boards and
+    /// transformers too): the index takes its figures and phase as they now
+    /// read, computing and writing nothing. False when its owner text
+    /// differs from the index's or idx is outside the list: build the index
+    /// again.
+    bool TakeCircuit(const CLoadCalDocument& doc, int idx);
+    /// The same for board idx: its figures as its texts now read (for the
+    /// boards above it). False when its name or owner text changed or idx is
+    /// outside the list.
+    bool TakeBoard(const CLoadCalDocument& doc, int idx);
+
+    /// True when transformer idx still has the name the index was built
+    /// with (its own factors play no part in the groups).
+    bool TakeTransformer(const CLoadCalDocument& doc, int idx) const;
+
     /// The six grand totals under the document's rule set (the boards play
     /// no part in them).
     SummaryTotals Totals() const { return m_circuits.Totals(m_rules); }

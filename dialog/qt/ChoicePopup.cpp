@@ -7,12 +7,13 @@
 #include <QVBoxLayout>
 #include <algorithm>
 
+#include "dialog/LoadCalTexts.h"
 #include "dialog/qt/QtText.h"
 
 namespace loadcal {
 
 CChoicePopup::CChoicePopup(const std::vector<std::wstring>& names, const std::vector<bool>& marks,
-                           QWidget* parent)
+                           size_t boardCount, QWidget* parent)
     : QDialog(parent, Qt::Popup)
 {
     auto* layout = new QVBoxLayout(this);
@@ -21,12 +22,26 @@ CChoicePopup::CChoicePopup(const std::vector<std::wstring>& names, const std::ve
 
     m_pList = new QListWidget(this);
     m_pList->setSelectionMode(QAbstractItemView::SingleSelection);
+    const auto heading = [this](std::wstring_view text) {
+        auto* item = new QListWidgetItem(ToQString(text), m_pList);
+        item->setFlags(Qt::ItemIsEnabled);
+        QFont bold = item->font();
+        bold.setBold(true);
+        item->setFont(bold);
+        item->setData(Qt::UserRole, true);
+    };
     for (size_t i = 0; i < names.size(); ++i) {
+        if (boardCount > 0 && i == 0) {
+            heading(texts::kChoiceBoards);
+        }
+        if (boardCount > 0 && i == boardCount) {
+            heading(texts::kChoiceTransformers);
+        }
         auto* item = new QListWidgetItem(ToQString(names[i]), m_pList);
         item->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemIsUserCheckable);
         item->setCheckState(i < marks.size() && marks[i] ? Qt::Checked : Qt::Unchecked);
     }
-    const int rows = std::clamp(static_cast<int>(names.size()), 1, 8);
+    const int rows = std::clamp(m_pList->count(), 1, 12);
     m_pList->setFixedHeight(rows * m_pList->fontMetrics().height() * 3 / 2 +
                             2 * m_pList->frameWidth());
     layout->addWidget(m_pList);
@@ -35,8 +50,11 @@ CChoicePopup::CChoicePopup(const std::vector<std::wstring>& names, const std::ve
     connect(m_pButtons, &QDialogButtonBox::accepted, this, &QDialog::accept);
     connect(m_pButtons, &QDialogButtonBox::rejected, this, &QDialog::reject);
     layout->addWidget(m_pButtons);
-    if (m_pList->count() > 0) {
-        m_pList->setCurrentRow(0);
+    for (int i = 0; i < m_pList->count(); ++i) {
+        if (!m_pList->item(i)->data(Qt::UserRole).toBool()) {
+            m_pList->setCurrentRow(i);
+            break;
+        }
     }
     m_pList->setFocus();
 }
@@ -61,7 +79,7 @@ std::vector<std::wstring> CChoicePopup::MarkedNames() const
     std::vector<std::wstring> names;
     for (int i = 0; i < m_pList->count(); ++i) {
         const QListWidgetItem* item = m_pList->item(i);
-        if (item->checkState() == Qt::Checked) {
+        if ((item->flags() & Qt::ItemIsUserCheckable) && item->checkState() == Qt::Checked) {
             names.push_back(ToWString(item->text()));
         }
     }

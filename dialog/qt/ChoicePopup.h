@@ -9,17 +9,18 @@ class QListWidget;
 
 namespace loadcal {
 
-/// The transformer choice list: a small popup window over a load-grid cell
-/// with one checkable line per transformer name. The user marks any number
-/// of names (a click on the box, or Space) and confirms with OK or Enter
-/// (accepted) or dismisses the list (Cancel, Escape or a click outside:
-/// rejected). Owns its widgets; the names are
-/// copied in.
+/// The owner choice list: a small popup window over an owner cell with one
+/// checkable line per name. When boards are offered, the first boardCount
+/// names are boards', under the heading "配电箱", and the rest transformers',
+/// under "变压器" (headings are not names and cannot be marked). The user
+/// marks any number of names (a click on the box, or Space) and confirms
+/// with OK or Enter (accepted) or dismisses the list (Cancel, Escape or a
+/// click outside: rejected). Owns its widgets; the names are copied in.
 class CChoicePopup final : public QDialog {
     Q_OBJECT
 public:
     CChoicePopup(const std::vector<std::wstring>& names, const std::vector<bool>& marks,
-                 QWidget* parent = nullptr);
+                 size_t boardCount = 0, QWidget* parent = nullptr);
 
     /// Shows the list with its top-left corner at a global position, at
     /// least `width` pixels wide, kept on the screen.

@@ -124,18 +124,26 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
 
     m_pLoadModel = new CGridModel(m_dialog, GridId::Load, this);
     m_pTransformerModel = new CGridModel(m_dialog, GridId::Transformer, this);
-    for (CGridModel* model : {m_pLoadModel, m_pTransformerModel}) {
+    m_pBoardModel = new CGridModel(m_dialog, GridId::Board, this);
+    for (CGridModel* model : {m_pLoadModel, m_pBoardModel, m_pTransformerModel}) {
         model->SetErrorHandler(
             [this](const std::exception& e) { ReportInternalError(QString::fromUtf8(e.what())); });
     }
     m_pLoadView = new CGridView(*m_pLoadModel, m_pClient);
+    m_pBoardView = new CGridView(*m_pBoardModel, m_pClient);
     m_pTransformerView = new CGridView(*m_pTransformerModel, m_pClient);
     m_pTotalRow = new CTotalRowView(*m_pLoadView, m_pClient);
     m_pSplitHandle = new CSplitHandle(m_pClient, [this](int y) {
         // y is where the pointer is; the transformer grid begins below it.
         SetTransformerHeight(height() - MenuHeight() - StatusHeight() - 5 - y);
     });
-    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+    m_pBoardSplitHandle = new CSplitHandle(m_pClient, [this](int y) {
+        // The board grid begins below the pointer.
+        SetBoardHeight(UpperPaneBottom() - y - 2);
+    });
+    // The board grid starts at two thirds of the transformer grid's height.
+    m_nBoardHeight = std::max(kMinGridHeight, m_transformerFrame.Height() * 2 / 3);
+    for (CGridView* view : Views()) {
         const GridId grid = view->GridModel().Id();
         connect(view, &CGridView::cellClicked, this,
                 [this, grid](int row, int col) { OnCellClicked(grid, row, col); });
@@ -187,7 +195,15 @@ CLoadCalWindow::~CLoadCalWindow()
 
 CGridView& CLoadCalWindow::View(GridId grid) const
 {
-    return grid == GridId::Load ? *m_pLoadView : *m_pTransformerView;
+    switch (grid) {
+        case GridId::Load:
+            return *m_pLoadView;
+        case GridId::Board:
+            return *m_pBoardView;
+        case GridId::Transformer:
+            break;
+    }
+    return *m_pTransformerView;
 }
 
 // ---- Event boundary ----
@@ -304,7 +320,7 @@ bool CLoadCalWindow::eventFilter(QObject* watched, QEvent* event)
 
 CGridView* CLoadCalWindow::EditingView() const
 {
-    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+    for (CGridView* view : Views()) {
         if (view->IsEditing()) {
             return view;
         }
@@ -314,7 +330,7 @@ CGridView* CLoadCalWindow::EditingView() const
 
 void CLoadCalWindow::CommitOpenEdits()
 {
-    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+    for (CGridView* view : Views()) {
         view->CommitEdit();
     }
 }
@@ -430,7 +446,7 @@ void CLoadCalWindow::BindRowKeys()
     // The keys of the row commands belong to a grid while no cell editor is
     // open; an open line editor takes them itself (ShortcutOverride), so
     // they cut, copy and paste its text instead.
-    for (CGridView* view : {m_pLoadView, m_pTransformerView}) {
+    for (CGridView* view : Views()) {
         const GridId grid = view->GridModel().Id();
         const std::pair<QKeySequence, void (CLoadCalWindow::*)(GridId)> keys[] = {
             {QKeySequence(Qt::Key_Delete), &CLoadCalWindow::OnDeleteKey},
@@ -515,20 +531,36 @@ void CLoadCalWindow::resizeEvent(QResizeEvent* event)
 
 void CLoadCalWindow::SetTransformerHeight(int pixels)
 {
-    // The load grid ends 8 pixels above the transformer grid's top, which
-    // lies 5 pixels plus its height above the client area's bottom.
-    const int room = height() - MenuHeight() - 13 - m_loadFrame.top - kMinGridHeight;
+    // The board grid ends 8 pixels above the transformer grid's top, which
+    // lies 5 pixels plus its height above the client area's bottom; the
+    // load grid ends 3 pixels above the board grid.
+    const int room = height() - MenuHeight() - StatusHeight() - 13 - m_loadFrame.top -
+                     kMinGridHeight - m_nBoardHeight - 3;
     pixels = std::clamp(pixels, kMinGridHeight, std::max(kMinGridHeight, room));
     m_transformerFrame.top = m_transformerFrame.bottom - pixels;
     LayOut();
 }
 
+int CLoadCalWindow::UpperPaneBottom() const
+{
+    return height() - MenuHeight() - StatusHeight() - m_transformerFrame.Height() - 8;
+}
+
+void CLoadCalWindow::SetBoardHeight(int pixels)
+{
+    const int room = UpperPaneBottom() - m_loadFrame.top - kMinGridHeight - 3;
+    m_nBoardHeight = std::clamp(pixels, kMinGridHeight, std::max(kMinGridHeight, room));
+    LayOut();
+}
+
 void CLoadCalWindow::RestoreLayout()
 {
-    const CWindowLayout saved = CWindowLayout::Read(
-        m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(), m_pTransformerModel->columnCount());
+    const CWindowLayout saved =
+        CWindowLayout::Read(m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(),
+                            m_pTransformerModel->columnCount(), m_pBoardModel->columnCount());
     for (auto [view, widths] : {std::pair{m_pLoadView, &saved.loadColumns},
-                                std::pair{m_pTransformerView, &saved.transformerColumns}}) {
+                                std::pair{m_pTransformerView, &saved.transformerColumns},
+                                std::pair{m_pBoardView, &saved.boardColumns}}) {
         view->FitColumnWidths();
         CGridCtrl& grid = view->GridModel().Grid();
         for (size_t i = 0; i < widths->size(); ++i) {
@@ -551,6 +583,7 @@ void CLoadCalWindow::RestoreLayout()
     if (saved.transformerHeight) {
         SetTransformerHeight(*saved.transformerHeight);
     }
+    SetBoardHeight(saved.boardHeight.value_or(m_nBoardHeight));
 
     const QRect area = display ? display->availableGeometry() : QRect();
     if (saved.left && saved.top && area.contains(QPoint(*saved.left, *saved.top))) {
@@ -569,8 +602,10 @@ void CLoadCalWindow::SaveLayout()
     layout.width = width();
     layout.height = height();
     layout.transformerHeight = TransformerHeight();
+    layout.boardHeight = BoardHeight();
     for (auto [view, widths] : {std::pair{m_pLoadView, &layout.loadColumns},
-                                std::pair{m_pTransformerView, &layout.transformerColumns}}) {
+                                std::pair{m_pTransformerView, &layout.transformerColumns},
+                                std::pair{m_pBoardView, &layout.boardColumns}}) {
         for (int c = 0; c < view->model()->columnCount(); ++c) {
             widths->push_back(view->horizontalHeader()->sectionSize(c));
         }
@@ -601,15 +636,27 @@ void CLoadCalWindow::LayOut()
     const CRect windowInClient{0, -menuHeight, width(), height() - menuHeight - statusHeight};
     const CGridLayout layout =
         CLoadCalDiaog::OnSize(windowInClient, m_loadFrame, m_transformerFrame);
+    // The board grid takes the bottom of the load grid's place, 3 pixels
+    // below it, leaving the load grid its smallest useful height.
+    const int boardHeight =
+        std::clamp(m_nBoardHeight, 0, std::max(0, layout.load.Height() - kMinGridHeight - 3));
+    CRect board = layout.load;
+    board.top = board.bottom - boardHeight;
+    CRect upper = layout.load;
+    upper.bottom = board.top - 3;
     // The total row stands frozen under the load grid's rows.
-    QRect load = ToQRect(layout.load);
+    QRect load = ToQRect(upper);
     load.setHeight(std::max(0, load.height() - m_pTotalRow->RowHeight()));
     m_pLoadView->setGeometry(load);
     m_pTotalRow->Follow();
+    m_pBoardView->setGeometry(ToQRect(board));
     m_pTransformerView->setGeometry(ToQRect(layout.transformer));
     const int gapTop = layout.load.bottom - 1;
     m_pSplitHandle->setGeometry(0, gapTop, width(), layout.transformer.top + 1 - gapTop);
     m_pSplitHandle->raise();
+    m_pBoardSplitHandle->setGeometry(0, upper.bottom - 1, width(),
+                                     board.top + 1 - upper.bottom + 1);
+    m_pBoardSplitHandle->raise();
 }
 
 // ---- ILoadCalUi ----
@@ -685,11 +732,12 @@ void CLoadCalWindow::SetWindowText(const std::wstring& title)
 }
 
 std::optional<std::vector<std::wstring>> CLoadCalWindow::ShowChoiceList(
-    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col)
+    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col,
+    GridId grid, size_t boardCount)
 {
-    CChoicePopup popup(names, marks, this);
+    CChoicePopup popup(names, marks, boardCount, this);
     popup.setFont(DialogFont());
-    CGridView& view = *m_pLoadView;
+    CGridView& view = View(grid);
     view.scrollTo(view.GridModel().IndexOfCell(row, col));
     const QRect cell = view.CellRect(row, col);
     popup.PlaceAt(view.viewport()->mapToGlobal(cell.topLeft()), cell.width());

@@ -2,6 +2,7 @@
 
 #include <QDialog>
 #include <QSize>
+#include <array>
 #include <functional>
 #include <optional>
 #include <string>
@@ -22,8 +23,11 @@ class CGridView;
 class CTotalRowView;
 
 /// The window of the demand-factor calculation dialog: a modal QDialog with
-/// the controller's menu bar, its toolbar and its two grids (load grid above,
-/// transformer grid below, laid out by CLoadCalDiaog::OnSize). It implements
+/// the controller's menu bar, its toolbar and its three grids, top to bottom
+/// as the supply runs up: the load grid, the distribution boards' grid and
+/// the transformer grid (the load and transformer grids laid out by
+/// CLoadCalDiaog::OnSize, the board grid taking its height from the bottom
+/// of the load grid's place). Split bars between them move the splits. It implements
 /// ILoadCalUi for the controller and forwards every user action to it:
 /// commands, grid clicks and right-clicks, in-place edits (through the grid
 /// models), Enter and Escape (PreTranslateKeyDown), the close box (OnCancel),
@@ -62,7 +66,8 @@ public:
     void SetWindowText(const std::wstring& title) override;
     std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
                                                             const std::vector<bool>& marks, int row,
-                                                            int col) override;
+                                                            int col, GridId grid,
+                                                            size_t boardCount) override;
     CPopupResult TrackPopupMenu(const CMenuModel& popup) override;
     void ResizeWindow(int width, int height) override;
     void CenterWindow() override;
@@ -87,8 +92,14 @@ public:
     /// The height of the transformer grid (the split between the grids).
     int TransformerHeight() const { return m_transformerFrame.Height(); }
     /// Moves the split: the transformer grid gets this height (pixels), kept
-    /// between the smallest useful heights of both grids.
+    /// between the smallest useful heights of the grids.
     void SetTransformerHeight(int pixels);
+    /// The height of the board grid (the split above it).
+    int BoardHeight() const { return m_nBoardHeight; }
+    /// Moves the split between the load grid and the board grid: the board
+    /// grid gets this height (pixels), the load grid keeps its smallest
+    /// useful height.
+    void SetBoardHeight(int pixels);
 
     /// Runs a controller operation at the event boundary: an exception it
     /// lets out is reported in a box instead of crossing the event loop.
@@ -141,6 +152,13 @@ private:
     void ApplyTrackingLimits();
     int MenuHeight() const;
     int StatusHeight() const;
+    /// The client-area bottom of the place the load and board grids share.
+    int UpperPaneBottom() const;
+    /// The three grid views, top to bottom.
+    std::array<CGridView*, 3> Views() const
+    {
+        return {m_pLoadView, m_pBoardView, m_pTransformerView};
+    }
     void LayOut();
     /// Column widths, size, position and split from the settings file, each
     /// value that is missing or damaged from its default.
@@ -158,10 +176,14 @@ private:
     QToolBar* m_pToolBar = nullptr;
     CGridModel* m_pLoadModel = nullptr;
     CGridModel* m_pTransformerModel = nullptr;
+    CGridModel* m_pBoardModel = nullptr;
     CGridView* m_pLoadView = nullptr;
     CGridView* m_pTransformerView = nullptr;
+    CGridView* m_pBoardView = nullptr;
     CTotalRowView* m_pTotalRow = nullptr;
-    QWidget* m_pSplitHandle = nullptr;
+    QWidget* m_pSplitHandle = nullptr;       ///< between the boards and the transformers
+    QWidget* m_pBoardSplitHandle = nullptr;  ///< between the circuits and the boards
+    int m_nBoardHeight = 0;                  ///< pixels
     CRect m_loadFrame;
     CRect m_transformerFrame;
     QSize m_openedSize;

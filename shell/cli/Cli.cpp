@@ -21,7 +21,6 @@
 #include "model/Calculation.h"
 #include "model/Checks.h"
 #include "model/LoadTypes.h"
-#include "model/SupplyIndex.h"
 #include "model/Text.h"
 #include "output/DrawingExport.h"
 #include "output/ExcelExport.h"
@@ -79,17 +78,17 @@ const CLI::Validator kPositiveScale(
 constexpr int kGenerations = 1000;
 
 /// Runs the phase-balancing command on a document as the dialog's toolbar
-/// button does, without a window; returns the report, one block per owner
+/// button does, without a window, and recalculates its boards and
+/// transformers under its rules; returns the report, one block per owner
 /// group with single-phase circuits ("" when there is none).
-std::wstring BalancePhases(CLoadArray& loads, CTransformerArray& transformers,
-                           std::optional<std::uint64_t> seed)
+std::wstring BalancePhases(CLoadCalDocument& doc, std::optional<std::uint64_t> seed)
 {
     const auto search = CreatePhaseSearch();
     if (seed) {
         search->SetSeed(*seed);
     }
-    CHeadlessPhaseBalanceHost host(loads, transformers);
-    RunPhaseBalancing(loads, StandardPhaseList(), *search, kGenerations, host);
+    CHeadlessPhaseBalanceHost host(doc);
+    RunPhaseBalancing(doc.loads, StandardPhaseList(), *search, kGenerations, host, doc.boards);
     return host.ReportShown() ? host.Report() : std::wstring();
 }
 
@@ -232,12 +231,7 @@ void AddBalance(CLI::App& app, CliRun& run)
         run.action = [&run] {
             CLoadCalDocument doc = ReadInput(run);
             RefuseBoardCycle(run, doc);
-            run.out << ToUtf8(BalancePhases(doc.loads, doc.transformers, run.seed));
-            if (!doc.IsOriginalOnly()) {
-                // The boards and the transformers over them, under the
-                // document's rules, in both cases of a document with fire roles.
-                CSupplyIndex(doc).RecalculateGroups(doc);
-            }
+            run.out << ToUtf8(BalancePhases(doc, run.seed));
             if (!run.output.empty()) {
                 WriteDocument(run.output, doc);
             }
@@ -329,7 +323,7 @@ void AddDemo(CLI::App& app, CliRun& run)
             DocumentFromJson(std::string_view(BundledExample(), BundledExampleSize()),
                              "bundled example", doc);
             RecalculateDocument(doc);
-            const std::wstring report = BalancePhases(doc.loads, doc.transformers, std::nullopt);
+            const std::wstring report = BalancePhases(doc, std::nullopt);
             const SummaryTotals totals = ComputeTotals(doc);
             PrintDocument(run, doc, totals);
             if (!run.json) {

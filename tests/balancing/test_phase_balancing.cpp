@@ -17,6 +17,7 @@
 #include "balancing/Random.h"
 #include "model/Calculation.h"
 #include "model/Errors.h"
+#include "model/Text.h"
 
 using namespace loadcal;
 
@@ -325,4 +326,89 @@ TEST(HeadlessPhaseBalanceHost, CapturesTheReportAndRecalculatesTheTransformers)
     RecalculateAllTransformers(loads, expected);
     EXPECT_EQ(transformers, expected);
     EXPECT_NE(transformers, unbalanced);
+}
+
+TEST(PhaseBalancing, ABoardsGroupIsReportedAsTheBoardAndTheDocumentHostRecalculatesItsTree)
+{
+    // Six lighting circuits on L1 under board AL1, which a riser under T1
+    // feeds; two more straight on T1. The board is named as a board in the
+    // report, T1 as a transformer, and the document's host recalculates the
+    // board, the riser and T1 under the GB 51348-2019 rules.
+    CLoadCalDocument doc;
+    doc.rules = CalcRules::GB51348_2019;
+    for (int i = 0; i < 8; ++i) {
+        CLoadCalData c = Circuit(i < 6 ? L"al1" : L"T1", L"L1,N", L"");
+        c.m_strRatedPower = std::to_wstring(2 + i);
+        c.m_strVoltage = L"0.22";
+        RecalculateCircuit(c, doc.rules);
+        doc.loads.Add(c);
+    }
+    CBoardCalData riser;
+    riser.m_strName = L"ALZ";
+    riser.m_strOwner = L"T1";
+    CBoardCalData board;
+    board.m_strName = L"AL1";
+    board.m_strOwner = L"ALZ";
+    doc.boards.Add(riser);
+    doc.boards.Add(board);
+    CTransformerCalData t;
+    t.m_strName = L"T1";
+    doc.transformers.Add(t);
+    RecalculateDocument(doc);
+    const CLoadCalDocument unbalanced = doc;
+
+    CHeadlessPhaseBalanceHost host(doc);
+    const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
+    const PhaseBalancingResult result = RunPhaseBalancing(
+        doc.loads, PhaseList(), *search, kPhaseSearchGenerations, host, doc.boards);
+
+    EXPECT_EQ(result.report.find(L"配电箱al1\n"), 0U) << ToUtf8(result.report);
+    EXPECT_NE(result.report.find(L"变压器T1\n"), std::wstring::npos);
+    EXPECT_EQ(result.report.find(L"变压器al1"), std::wstring::npos);
+    CLoadCalDocument whole = doc;
+    RecalculateDocument(whole);
+    EXPECT_EQ(doc, whole);
+    // Spread over three phases, the board's and the riser's figures moved.
+    EXPECT_NE(doc.boards[1].m_strCalcI, unbalanced.boards[1].m_strCalcI);
+    EXPECT_NE(doc.transformers[0].m_strCalcP, unbalanced.transformers[0].m_strCalcP);
+}
+
+TEST(PhaseBalancing, AGroupNamingABoardAndATransformerStaysATransformersGroup)
+{
+    CBoardArray boards;
+    CBoardCalData b;
+    b.m_strName = L"AP1";
+    boards.Add(b);
+    CLoadArray loads;
+    loads.Add(Circuit(L"AP1,T2", L"L2,N", L"3"));
+    loads.Add(Circuit(L"AP1", L"L2,N", L"3"));
+    CRecordingWindow window;
+    const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
+    const PhaseBalancingResult result =
+        RunPhaseBalancing(loads, PhaseList(), *search, kPhaseSearchGenerations, window, boards);
+    EXPECT_EQ(result.report.find(L"变压器AP1,T2\n"), 0U) << ToUtf8(result.report);
+    EXPECT_NE(result.report.find(L"配电箱AP1\n"), std::wstring::npos);
+}
+
+TEST(PhaseBalancing, ASinglePhaseBoardsCircuitsStayOnItsPhase)
+{
+    // A lighting board on L2 feeds L2 alone: its five circuits are not
+    // spread over three phases, and the report says why.
+    CBoardArray boards;
+    CBoardCalData board;
+    board.m_strName = L"2AL";
+    board.m_strPhase = L"L2,N";
+    boards.Add(board);
+    CLoadArray loads;
+    for (int i = 0; i < 5; ++i) {
+        loads.Add(Circuit(L"2al", L"L2,N", std::to_wstring(3 + i)));
+    }
+    const CLoadArray before = loads;
+    CRecordingWindow window;
+    const std::unique_ptr<CExtremum> search = CreatePhaseSearch();
+    const PhaseBalancingResult result =
+        RunPhaseBalancing(loads, PhaseList(), *search, kPhaseSearchGenerations, window, boards);
+    EXPECT_EQ(loads, before);
+    EXPECT_TRUE(window.cells.empty());
+    EXPECT_EQ(result.report, L"配电箱2al\n单相配电箱(L2,N),其回路不调整相位\n\n");
 }

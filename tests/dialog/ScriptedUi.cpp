@@ -38,9 +38,10 @@ std::optional<std::wstring> ScriptedUi::SaveFileDialog(const CFileDialogOptions&
 }
 
 std::optional<std::vector<std::wstring>> ScriptedUi::ShowChoiceList(
-    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col)
+    const std::vector<std::wstring>& names, const std::vector<bool>& marks, int row, int col,
+    GridId grid, size_t boardCount)
 {
-    choices.push_back({names, marks, row, col});
+    choices.push_back({names, marks, row, col, grid, boardCount});
     return Next(choiceAnswers);
 }
 
@@ -117,6 +118,17 @@ void DialogFixture::Own(int row, const std::vector<std::wstring>& owners)
 {
     ui.choiceAnswers.push_back(owners);
     dlg->OnGridClick(GridId::Load, row, 13);
+}
+
+void DialogFixture::OwnBoard(int row, const std::vector<std::wstring>& owners)
+{
+    ui.choiceAnswers.push_back(owners);
+    dlg->OnGridClick(GridId::Board, row, GridColumnOfField(GridId::Board, CBoardCalData::kOwner));
+}
+
+void DialogFixture::AddBoard(const std::wstring& name)
+{
+    Type(GridId::Board, dlg->GetBoards().GetSize() + 1, 1, name);
 }
 
 std::vector<std::wstring> DialogFixture::Texts(GridId grid, int row,

@@ -38,6 +38,8 @@ public:
         std::vector<bool> marks;
         int row = -1;
         int col = -1;
+        GridId grid = GridId::Load;
+        size_t boardCount = 0;  ///< the first names are boards'
     };
     std::vector<ChoiceShown> choices;
     std::vector<std::vector<unsigned>> menus;  ///< command ids of each menu shown
@@ -51,7 +53,8 @@ public:
     void SetWindowText(const std::wstring& title) override { titles.push_back(title); }
     std::optional<std::vector<std::wstring>> ShowChoiceList(const std::vector<std::wstring>& names,
                                                             const std::vector<bool>& marks, int row,
-                                                            int col) override;
+                                                            int col, GridId grid,
+                                                            size_t boardCount) override;
     CPopupResult TrackPopupMenu(const CMenuModel& popup) override;
     void ResizeWindow(int, int) override { ++resizes; }
     void CenterWindow() override { ++centres; }
@@ -102,6 +105,11 @@ struct DialogFixture {
     void PickFromMenu(GridId grid, int row, int col, unsigned command);
     /// Ticks the given transformers in the choice list of circuit row `row`.
     void Own(int row, const std::vector<std::wstring>& owners);
+    /// Ticks the given owners in the choice list of board row `row`.
+    void OwnBoard(int row, const std::vector<std::wstring>& owners);
+    /// Adds a board through the board grid's entry row.
+    void AddBoard(const std::wstring& name);
+    CGridCtrl& Boards() { return dlg->GetGrid(GridId::Board); }
     /// The texts of the given columns of one grid row.
     std::vector<std::wstring> Texts(GridId grid, int row, std::initializer_list<int> cols);
 };

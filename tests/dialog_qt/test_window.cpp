@@ -107,6 +107,8 @@ private slots:
     void theRecoveryTimerKeepsACopyOfUnsavedChanges();
     void theLaunchersExitStatusTellsWhetherAFileWasShown();
     void theBasePointIsTypedOverTheZeroOfEachField();
+    void theBoardGridStandsBetweenTheOthersAndKeepsItsHeight();
+    void aBoardsOwnersArePickedUnderTheTwoHeadings();
 
 private:
     /// Types text into a grid cell through the view and ends the edit with Enter.
@@ -1006,6 +1008,68 @@ void WindowTest::theBasePointIsTypedOverTheZeroOfEachField()
     // Cancelled: no point.
     m_runner->answers.push_back([](QDialog& dialog) { dialog.reject(); });
     QVERIFY(!AskBasePoint(m_window.get(), m_runner.get()));
+}
+
+void WindowTest::theBoardGridStandsBetweenTheOthersAndKeepsItsHeight()
+{
+    CGridView& boards = m_window->View(GridId::Board);
+    const auto top = [this](const QWidget& w) {
+        return w.mapTo(m_window.get(), QPoint(0, 0)).y();
+    };
+    // Circuits, boards, transformers, top to bottom, none overlapping.
+    QVERIFY(top(LoadView()) + LoadView().height() <= top(boards));
+    QVERIFY(top(boards) + boards.height() <= top(TransformerView()));
+    QCOMPARE(boards.height(), m_window->BoardHeight());
+    QCOMPARE(boards.model()->columnCount(), static_cast<int>(kBoardColumns.size()));
+    QCOMPARE(boards.model()->headerData(0, Qt::Horizontal).toString(),
+             QStringLiteral("配电箱名称"));
+
+    // A taller window: the board and transformer grids keep their heights.
+    const int loadHeight = LoadView().height();
+    m_window->resize(m_window->size() + QSize(0, 80));
+    QTRY_COMPARE(LoadView().height(), loadHeight + 80);
+    QCOMPARE(boards.height(), m_window->BoardHeight());
+
+    // The split is kept, and never squeezes the load grid away.
+    m_window->SetBoardHeight(150);
+    QCOMPARE(boards.height(), 150);
+    m_window->SetBoardHeight(100000);
+    QVERIFY(LoadView().height() >= 30);
+    m_window->SetBoardHeight(140);
+    boards.horizontalHeader()->resizeSection(0, 123);
+    m_window->close();
+    Reopen();
+    QCOMPARE(m_window->BoardHeight(), 140);
+    QCOMPARE(m_window->View(GridId::Board).height(), 140);
+    QCOMPARE(m_window->View(GridId::Board).horizontalHeader()->sectionSize(0), 123);
+}
+
+void WindowTest::aBoardsOwnersArePickedUnderTheTwoHeadings()
+{
+    CGridView& boards = m_window->View(GridId::Board);
+    Type(TransformerView(), 1, 1, QStringLiteral("T1"));
+    Type(boards, 1, 1, QStringLiteral("ALZ"));
+    Type(boards, 2, 1, QStringLiteral("AL1"));
+    QCOMPARE(m_dialog->GetBoards().GetSize(), 2);
+
+    QStringList lines;
+    QList<bool> checkable;
+    m_runner->answers.push_back([&](QDialog& dialog) {
+        auto& popup = dynamic_cast<CChoicePopup&>(dialog);
+        for (int i = 0; i < popup.List().count(); ++i) {
+            lines.append(popup.List().item(i)->text());
+            checkable.append((popup.List().item(i)->flags() & Qt::ItemIsUserCheckable) != 0);
+        }
+        popup.show();
+        // The first name is current: ALZ; Space ticks it.
+        QTest::keyClick(&popup.List(), Qt::Key_Space);
+        QTest::mouseClick(popup.Buttons().button(QDialogButtonBox::Ok), Qt::LeftButton);
+    });
+    ClickCell(boards, 2, static_cast<int>(kBoardColumns.size()));
+    QCOMPARE(lines, (QStringList{"配电箱", "ALZ", "变压器", "T1"}));
+    QCOMPARE(checkable, (QList<bool>{false, true, false, true}));
+    QCOMPARE(m_dialog->GetBoards()[1].m_strOwner, std::wstring(L"ALZ"));
+    QCOMPARE(boards.model()->index(1, 10).data().toString(), QStringLiteral("ALZ"));
 }
 
 QTEST_MAIN(WindowTest)
