@@ -18,6 +18,21 @@ struct BookStep {
     std::wstring text;
 };
 
+/// A transformer's fire case as the book shows it (a document with fire
+/// roles): the members as the fire case takes them (the circuits shed in a
+/// fire left out, the fire-only ones in, each board with its fire figures),
+/// the parts of its group sums, Qc, Pc / S2 and the steps, from the fire
+/// fields of the record.
+struct BookTransformerFire {
+    GroupPhases phases;
+    std::wstring installedSum;  ///< ΣPe, kW, "%G"
+    std::wstring activeSum;     ///< ΣPjs with the 15 % rule, kW, "%G"
+    std::wstring reactiveSum;   ///< ΣQjs with the 15 % rule, kvar, "%G"
+    double reactiveLoad = 0;    ///< Qc = K∑q × ΣQjs, kvar, as the calculation takes it
+    double cosAfterActual = 0;  ///< Pc / S2 from the fire fields; 0 when S2 is 0
+    std::vector<BookStep> steps;
+};
+
 /// What the book shows of one transformer: the circuits and the boards that
 /// belong to it (indexes into their lists, list order), the parts of its
 /// group sums, the phase currents L1, L2, L3 as the conductors carry them (A,
@@ -35,6 +50,22 @@ struct BookTransformer {
     double reactiveLoad = 0;    ///< Qc = K∑q × ΣQjs, kvar, as the calculation takes it
     double phaseCurrents[3] = {0, 0, 0};
     double cosAfterActual = 0;  ///< Pc / S2 from the document's texts; 0 when S2 is 0
+    /// The normal case's steps; without fire roles they end with the rated
+    /// capacity and the load rate, with fire roles at Pc / S2 (sizing follows).
+    std::vector<BookStep> steps;
+    std::optional<BookTransformerFire> fire;  ///< a document with fire roles only
+    /// With fire roles: the rated capacity from the larger S2 of both cases,
+    /// the load rate of each case and the governing case.
+    std::vector<BookStep> sizing;
+};
+
+/// A board's fire case as the book shows it: its members as the fire case
+/// takes them, the parts of its sums and the steps to its fire figures.
+struct BookBoardFire {
+    GroupPhases phases;
+    std::wstring installedSum;  ///< kW, "%G"
+    std::wstring activeSum;     ///< kW, "%G"
+    std::wstring reactiveSum;   ///< kvar, "%G"
     std::vector<BookStep> steps;
 };
 
@@ -57,6 +88,8 @@ struct BookBoard {
     std::wstring activeSum;     ///< ΣPjs, kW, "%G"
     std::wstring reactiveSum;   ///< ΣQjs, kvar, "%G"
     std::vector<BookStep> steps;
+    std::optional<BookBoardFire> fire;  ///< a document with fire roles, not on a cycle
+    BookStep governing;                 ///< with fire roles: which case sizes the feeder
 };
 
 /// One check a reviewer makes, met (满足) or needing attention (需注意).
@@ -84,6 +117,7 @@ struct BookComparison {
 /// model's own functions under the document's rule set).
 struct BookContent {
     CalcRules rules = CalcRules::Original;
+    bool fire = false;  ///< the document has fire roles: both cases are shown
     std::vector<BookTransformer> transformers;
     std::vector<BookBoard> boards;  ///< tree order; empty without boards
     std::vector<BookCheck> checks;

@@ -298,13 +298,6 @@ void AddReport(CLI::App& app, CliRun& run)
             CLoadCalDocument doc = ReadInput(run);
             // Boards on a cycle have no figures to show.
             RefuseBoardCycle(run, doc);
-            if (HasFireRoles(doc)) {
-                // The book does not show the fire case's figures; it would
-                // leave out the case that may govern a transformer.
-                throw DocumentError(run.input +
-                                    ": the calculation book does not show the fire case yet; "
-                                    "nothing was written");
-            }
             // The book shows figures that follow from the inputs.
             FillFiguresFromTypes(run, doc);
             RecalculateDocument(doc);

@@ -408,3 +408,84 @@ TEST(BookBoards, UnderTheOriginalRulesTheComparisonIsTheDocumentRecalculatedUnde
     doc.rules = CalcRules::GB51348_2019;
     EXPECT_FALSE(BuildBookContent(doc).comparison.has_value());
 }
+
+TEST(BookFire, WithoutFireRolesThereIsOneCaseEndingWithTheLoadRate)
+{
+    CLoadCalDocument doc;
+    doc.loads.Add(Circuit(L"1", kPhaseThree, L"50", L"T1"));
+    doc.transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc);
+    EXPECT_FALSE(book.fire);
+    ASSERT_EQ(book.transformers.size(), 1U);
+    const BookTransformer& t = book.transformers[0];
+    EXPECT_FALSE(t.fire.has_value());
+    EXPECT_TRUE(t.sizing.empty());
+    ASSERT_FALSE(t.steps.empty());
+    EXPECT_EQ(t.steps.back().label, L"实际负载率");
+}
+
+TEST(BookFire, TheFireCaseCountsTheFireOnlyCircuitsLeavesTheShedOnesAndTheLargerS2Governs)
+{
+    // 50 kW always, 30 kW shed in a fire, 80 kW of fire pumps: the fire
+    // case (130 kW) is larger than the normal one (80 kW).
+    CLoadCalDocument doc;
+    doc.loads.Add(Circuit(L"1", kPhaseThree, L"50", L"T1"));
+    CLoadCalData shed = Circuit(L"2", kPhaseThree, L"30", L"T1");
+    shed.m_strFire = std::wstring(kFireShed);
+    doc.loads.Add(shed);
+    CLoadCalData pump = Circuit(L"3", kPhaseThree, L"80", L"T1");
+    pump.m_strFire = std::wstring(kFireOnly);
+    doc.loads.Add(pump);
+    doc.transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(doc);
+    const CTransformerCalData& record = doc.transformers[0];
+    ASSERT_EQ(record.m_strGoverningCase, kGoverningFire);
+
+    const BookContent book = BuildBookContent(doc);
+    ASSERT_TRUE(book.fire);
+    const BookTransformer& t = book.transformers[0];
+    ASSERT_TRUE(t.fire.has_value());
+    EXPECT_EQ(ParseNumber(t.installedSum), 80);
+    EXPECT_EQ(ParseNumber(t.fire->installedSum), 130);
+    // The fire steps end with the fire fields' own figures.
+    bool pc = false;
+    for (const BookStep& s : t.fire->steps) {
+        pc = pc || s.text.ends_with(L" = " + ShowFigure(FigureKind::Power, record.m_strFireCalcP) +
+                                    L" kW");
+    }
+    EXPECT_TRUE(pc);
+    // The sizing names both S2, the capacity and each case's load rate.
+    ASSERT_EQ(t.sizing.size(), 5U);
+    EXPECT_NE(
+        t.sizing[0].text.find(L"max(" + ShowFigure(FigureKind::Power, record.m_strCalcS) + L", " +
+                              ShowFigure(FigureKind::Power, record.m_strFireCalcS) + L")"),
+        std::wstring::npos);
+    EXPECT_NE(t.sizing[1].text.find(L"= " + record.m_strRatedCapacity + L" kV·A"),
+              std::wstring::npos);
+    EXPECT_EQ(t.sizing[4].label, L"取值工况");
+    EXPECT_TRUE(t.sizing[4].text.starts_with(L"火灾：")) << ToUtf8(t.sizing[4].text);
+    EXPECT_NE(t.sizing[4].text.find(L"大于"), std::wstring::npos);
+    // The load-rate check holds the fire load rate to the same limit.
+    const BookCheck& rate = CheckOf(book, L"负载率不高于 85 %", L"T1");
+    EXPECT_NE(rate.finding.find(L"火灾负载率"), std::wstring::npos);
+}
+
+TEST(BookFire, AFireLoadRateAboveTheLimitNeedsAttention)
+{
+    CLoadCalDocument doc;
+    doc.loads.Add(Circuit(L"1", kPhaseThree, L"50", L"T1"));
+    CLoadCalData pump = Circuit(L"2", kPhaseThree, L"80", L"T1");
+    pump.m_strFire = std::wstring(kFireOnly);
+    doc.loads.Add(pump);
+    CTransformerCalData t = Transformer(L"T1");
+    t.m_strLoadRate = L"0.95";  // sized close: the fire load rate comes out above 85 %
+    doc.transformers.Add(t);
+    RecalculateDocument(doc);
+    const double fireRate = ParseNumber(doc.transformers[0].m_strFireLoadRate);
+    const double normalRate = ParseNumber(doc.transformers[0].m_strActualLoadRate);
+    ASSERT_GT(fireRate, kLoadRateLimit);
+    ASSERT_LE(normalRate, kLoadRateLimit);
+    const BookContent book = BuildBookContent(doc);
+    EXPECT_FALSE(CheckOf(book, L"负载率不高于 85 %", L"T1").met);
+}
