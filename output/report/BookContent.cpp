@@ -266,8 +266,13 @@ void NormalSizing(const CTransformerCalData& t, std::vector<BookStep>& s)
         s.push_back({L"额定容量", L"Se = 标准容量系列中第一个大于 " + Pw(needed) + L" 的值 = " +
                                       Se(t.m_strRatedCapacity) + L" kV·A"});
     }
-    s.push_back({L"实际负载率", L"S2 / Se = " + Pw(t.m_strCalcS) + L" / " +
-                                    Se(t.m_strRatedCapacity) + L" = " + Pc(t.m_strActualLoadRate)});
+    if (ParseNumber(t.m_strRatedCapacity) > 1e-8) {
+        s.push_back({L"实际负载率", L"S2 / Se = " + Pw(t.m_strCalcS) + L" / " +
+                                        Se(t.m_strRatedCapacity) + L" = " +
+                                        Pc(t.m_strActualLoadRate)});
+    } else {
+        s.push_back({L"实际负载率", L"没有额定容量，记为 " + Pc(t.m_strActualLoadRate)});
+    }
 }
 
 /// The rated capacity from the larger S2 of both cases, each case's load
@@ -292,10 +297,17 @@ std::vector<BookStep> FireSizing(const CTransformerCalData& t)
         s.push_back({L"额定容量", L"Se = 标准容量系列中第一个大于 " + Pw(needed) + L" 的值 = " +
                                       Se(t.m_strRatedCapacity) + L" kV·A"});
     }
-    s.push_back({L"实际负载率", L"正常工况 S2正常 / Se = " + Pw(t.m_strCalcS) + L" / " +
-                                    Se(t.m_strRatedCapacity) + L" = " + Pc(t.m_strActualLoadRate)});
-    s.push_back({L"火灾负载率", L"火灾工况 S2火灾 / Se = " + Pw(t.m_strFireCalcS) + L" / " +
-                                    Se(t.m_strRatedCapacity) + L" = " + Pc(t.m_strFireLoadRate)});
+    if (ParseNumber(t.m_strRatedCapacity) > 1e-8) {
+        s.push_back({L"实际负载率", L"正常工况 S2正常 / Se = " + Pw(t.m_strCalcS) + L" / " +
+                                        Se(t.m_strRatedCapacity) + L" = " +
+                                        Pc(t.m_strActualLoadRate)});
+        s.push_back({L"火灾负载率", L"火灾工况 S2火灾 / Se = " + Pw(t.m_strFireCalcS) + L" / " +
+                                        Se(t.m_strRatedCapacity) + L" = " +
+                                        Pc(t.m_strFireLoadRate)});
+    } else {
+        s.push_back({L"实际负载率", L"没有额定容量，记为 " + Pc(t.m_strActualLoadRate)});
+        s.push_back({L"火灾负载率", L"没有额定容量，记为 " + Pc(t.m_strFireLoadRate)});
+    }
     // The comparison as the figures read; the case as the record names it.
     s.push_back(
         {L"取值工况", t.m_strGoverningCase + L"：S2火灾 = " + Pw(t.m_strFireCalcS) +

@@ -412,7 +412,7 @@ TEST(BookBoards, UnderTheOriginalRulesTheComparisonIsTheDocumentRecalculatedUnde
 TEST(BookFire, WithoutFireRolesThereIsOneCaseEndingWithTheLoadRate)
 {
     CLoadCalDocument doc;
-    doc.loads.Add(Circuit(L"1", kPhaseThree, L"50", L"T1"));
+    doc.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"50", L"T1"));
     doc.transformers.Add(Transformer(L"T1"));
     RecalculateDocument(doc);
     const BookContent book = BuildBookContent(doc);
@@ -430,11 +430,11 @@ TEST(BookFire, TheFireCaseCountsTheFireOnlyCircuitsLeavesTheShedOnesAndTheLarger
     // 50 kW always, 30 kW shed in a fire, 80 kW of fire pumps: the fire
     // case (130 kW) is larger than the normal one (80 kW).
     CLoadCalDocument doc;
-    doc.loads.Add(Circuit(L"1", kPhaseThree, L"50", L"T1"));
-    CLoadCalData shed = Circuit(L"2", kPhaseThree, L"30", L"T1");
+    doc.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"50", L"T1"));
+    CLoadCalData shed = Circuit(L"2", std::wstring(kPhaseThree), L"30", L"T1");
     shed.m_strFire = std::wstring(kFireShed);
     doc.loads.Add(shed);
-    CLoadCalData pump = Circuit(L"3", kPhaseThree, L"80", L"T1");
+    CLoadCalData pump = Circuit(L"3", std::wstring(kPhaseThree), L"80", L"T1");
     pump.m_strFire = std::wstring(kFireOnly);
     doc.loads.Add(pump);
     doc.transformers.Add(Transformer(L"T1"));
@@ -473,19 +473,27 @@ TEST(BookFire, TheFireCaseCountsTheFireOnlyCircuitsLeavesTheShedOnesAndTheLarger
 
 TEST(BookFire, AFireLoadRateAboveTheLimitNeedsAttention)
 {
-    CLoadCalDocument doc;
-    doc.loads.Add(Circuit(L"1", kPhaseThree, L"50", L"T1"));
-    CLoadCalData pump = Circuit(L"2", kPhaseThree, L"80", L"T1");
-    pump.m_strFire = std::wstring(kFireOnly);
-    doc.loads.Add(pump);
-    CTransformerCalData t = Transformer(L"T1");
-    t.m_strLoadRate = L"0.95";  // sized close: the fire load rate comes out above 85 %
-    doc.transformers.Add(t);
-    RecalculateDocument(doc);
-    const double fireRate = ParseNumber(doc.transformers[0].m_strFireLoadRate);
-    const double normalRate = ParseNumber(doc.transformers[0].m_strActualLoadRate);
-    ASSERT_GT(fireRate, kLoadRateLimit);
-    ASSERT_LE(normalRate, kLoadRateLimit);
-    const BookContent book = BuildBookContent(doc);
-    EXPECT_FALSE(CheckOf(book, L"负载率不高于 85 %", L"T1").met);
+    // A transformer sized at an expected load rate of 95 %: fire pumps whose
+    // fire case lands between 85 % and 95 % of the capacity chosen, while
+    // the normal case stays below 85 %.
+    for (int pumps = 10; pumps <= 400; ++pumps) {
+        CLoadCalDocument doc;
+        doc.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"50", L"T1"));
+        CLoadCalData pump = Circuit(L"2", std::wstring(kPhaseThree), std::to_wstring(pumps), L"T1");
+        pump.m_strFire = std::wstring(kFireOnly);
+        doc.loads.Add(pump);
+        CTransformerCalData t = Transformer(L"T1");
+        t.m_strLoadRate = L"0.95";
+        doc.transformers.Add(t);
+        RecalculateDocument(doc);
+        const double fireRate = ParseNumber(doc.transformers[0].m_strFireLoadRate);
+        const double normalRate = ParseNumber(doc.transformers[0].m_strActualLoadRate);
+        if (fireRate > kLoadRateLimit && normalRate <= kLoadRateLimit) {
+            const BookContent book = BuildBookContent(doc);
+            const BookCheck& check = CheckOf(book, L"负载率不高于 85 %", L"T1");
+            EXPECT_FALSE(check.met) << ToUtf8(check.finding);
+            return;
+        }
+    }
+    FAIL() << "no pump power gives a fire load rate above 85 %";
 }
