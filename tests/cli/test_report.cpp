@@ -16,6 +16,7 @@
 #include "model/Calculation.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 #include "tests/support/Process.h"
 #include "tests/support/ReferenceCalculation.h"
@@ -960,4 +961,40 @@ TEST_F(Report, EachTransformerShowsBothCasesAndTheLargerS2ChoosesItsCapacity)
                   1)
             << ToUtf8(b.m_strName);
     }
+}
+
+TEST_F(Report, TheChecksShowEachTransformersNMinusOneLoadAgainstItsCapacity)
+{
+    ASSERT_EQ(Run({"report", BoardsExample(".json"), "--pdf", "book.pdf"}).status, 0);
+    const CLoadCalDocument doc = BoardsExampleRecalculated();
+    const std::vector<CContingencyLoad> loads = ComputeContingencyLoads(doc);
+    ASSERT_EQ(loads.size(), 2U);  // the lifts, IT room, emergency lighting and fire boards
+    // The checks stand on the last page; a table cell's lines read in order
+    // without the layout.
+    const int last = PageCount(Path("book.pdf"));
+    std::string checks =
+        testsupport::RunProcess("/usr/bin/pdftotext", {"-f", std::to_string(last), "-l",
+                                                       std::to_string(last), Path("book.pdf"), "-"})
+            .out;
+    std::erase(checks, '\n');
+    checks = WithoutBlanks(checks);
+    for (const CContingencyLoad& load : loads) {
+        const CTransformerCalData& t = doc.transformers[load.transformer];
+        ASSERT_TRUE(load.fire.has_value());
+        char expected[512];
+        std::snprintf(expected, sizeof expected,
+                      "%s停运时承担全部一、二级负荷（%d个回路）：正常工况Pc=%.2fkW，补偿%.2fkvar后"
+                      "Q=%.2fkvar，S=%.2fkV·A；火灾工况Pc=%.2fkW，补偿%.2fkvar后Q=%.2fkvar，"
+                      "S=%.2fkV·A；取%s工况S=%.2fkV·A，不大于额定容量Se=%skV·A",
+                      ToUtf8(doc.transformers[load.partners.at(0)].m_strName).c_str(),
+                      load.circuits, load.normal.active, load.normal.compensation,
+                      load.normal.reactive, load.normal.apparent, load.fire->active,
+                      load.fire->compensation, load.fire->reactive, load.fire->apparent,
+                      load.fireGoverns ? "火灾" : "正常", load.apparent,
+                      Rounded('C', t.m_strRatedCapacity).c_str());
+        EXPECT_TRUE(Contains(checks, expected)) << expected << "\n" << checks;
+        EXPECT_EQ(load.circuits, 13);
+        EXPECT_TRUE(load.Fits());
+    }
+    EXPECT_TRUE(Contains(checks, "N−1"));
 }

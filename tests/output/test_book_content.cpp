@@ -7,6 +7,7 @@
 
 #include "model/Calculation.h"
 #include "model/Numeric.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 #include "output/Figures.h"
 #include "output/report/BookContent.h"
@@ -496,4 +497,84 @@ TEST(BookFire, AFireLoadRateAboveTheLimitNeedsAttention)
         }
     }
     FAIL() << "no pump power gives a fire load rate above 85 %";
+}
+
+namespace {
+
+/// Two transformers sharing a first-class circuit, each with one of its own.
+CLoadCalDocument SharedFirstClass()
+{
+    CLoadCalDocument doc;
+    CLoadCalData shared = Circuit(L"1", std::wstring(kPhaseThree), L"60", L"T1,T2");
+    shared.m_strLoadClass = L"一级";
+    doc.loads.Add(shared);
+    doc.loads.Add(Circuit(L"2", std::wstring(kPhaseThree), L"200", L"T1"));
+    doc.loads.Add(Circuit(L"3", std::wstring(kPhaseThree), L"100", L"T2"));
+    doc.transformers.Add(Transformer(L"T1"));
+    doc.transformers.Add(Transformer(L"T2"));
+    RecalculateDocument(doc);
+    return doc;
+}
+
+const std::wstring kContingencyItem = L"N−1：一台变压器停运时其余变压器承担一、二级负荷";
+
+}  // namespace
+
+TEST(BookContingency, EachTransformerSharingFirstClassLoadsShowsItsLoadAgainstItsCapacity)
+{
+    const CLoadCalDocument doc = SharedFirstClass();
+    const BookContent book = BuildBookContent(doc);
+    const std::vector<CContingencyLoad> loads = ComputeContingencyLoads(doc);
+    ASSERT_EQ(loads.size(), 2U);
+    for (const CContingencyLoad& load : loads) {
+        const CTransformerCalData& t = doc.transformers[load.transformer];
+        const BookCheck& check = CheckOf(book, kContingencyItem, t.m_strName);
+        EXPECT_TRUE(check.met) << ToUtf8(check.finding);
+        for (const std::wstring& part : {
+                 doc.transformers[load.partners.at(0)].m_strName + L" 停运时",
+                 std::wstring(L"（1 个回路）"),
+                 L"S = " + ShowValue(FigureKind::Power, load.apparent) +
+                     L" kV·A，不大于额定容量 Se = " +
+                     ShowFigure(FigureKind::Capacity, t.m_strRatedCapacity) + L" kV·A",
+                 L"Pc = " + ShowValue(FigureKind::Power, load.normal.active) + L" kW",
+             }) {
+            EXPECT_NE(check.finding.find(part), std::wstring::npos)
+                << ToUtf8(part) << " in " << ToUtf8(check.finding);
+        }
+    }
+}
+
+TEST(BookContingency, ALoadAboveTheCapacityOrNotANumberIsNeverMet)
+{
+    // A capacity typed below the load (the document as it stands).
+    CLoadCalDocument small = SharedFirstClass();
+    small.transformers[0].m_strRatedCapacity = L"30";
+    const BookCheck& over = CheckOf(BuildBookContent(small), kContingencyItem, L"T1");
+    EXPECT_FALSE(over.met);
+    EXPECT_NE(over.finding.find(L"大于额定容量 Se = 30 kV·A"), std::wstring::npos)
+        << ToUtf8(over.finding);
+
+    // A power factor above 1 makes the shared circuit's figures not numbers.
+    CLoadCalDocument nan = SharedFirstClass();
+    nan.loads[0].m_strPowerFactor = L"1.5";
+    RecalculateDocument(nan);
+    const std::vector<CContingencyLoad> loads = ComputeContingencyLoads(nan);
+    ASSERT_FALSE(loads.empty());
+    ASSERT_FALSE(std::isfinite(loads[0].apparent));
+    const BookContent book = BuildBookContent(nan);
+    for (const wchar_t* name : {L"T1", L"T2"}) {
+        const BookCheck& check = CheckOf(book, kContingencyItem, name);
+        EXPECT_FALSE(check.met) << ToUtf8(check.finding);
+        EXPECT_NE(check.finding.find(L"无法判定"), std::wstring::npos) << ToUtf8(check.finding);
+    }
+}
+
+TEST(BookContingency, NoTransformerSharingFirstClassLoadsNoCheck)
+{
+    CLoadCalDocument doc = SharedFirstClass();
+    doc.loads[0].m_strLoadClass = L"三级";
+    const BookContent book = BuildBookContent(doc);
+    for (const BookCheck& c : book.checks) {
+        EXPECT_NE(c.item, kContingencyItem);
+    }
 }
