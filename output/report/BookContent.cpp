@@ -5,6 +5,8 @@
 
 #include "model/Checks.h"
 #include "model/Columns.h"
+#include "model/LoadTypeTexts.h"
+#include "model/LoadTypes.h"
 #include "model/Numeric.h"
 #include "model/SupplyIndex.h"
 #include "model/SupplySecurity.h"
@@ -642,6 +644,82 @@ std::vector<BookBoard> BoardsInTreeOrder(const CLoadCalDocument& doc, const CSup
     return out;
 }
 
+std::wstring Range(double low, double high)
+{
+    return low == high ? FormatG(low) : FormatG(low) + L"–" + FormatG(high);
+}
+
+/// Where a found type's figures come from, as a table's note cites it: the
+/// source with its edition and the note of a secondary summary.
+std::wstring ShortSource(const CLoadType& type)
+{
+    if (Trim(type.source).empty()) {
+        return type.Citation();  // the table alone, or "用户自定义"
+    }
+    return type.source + (type.secondary ? std::wstring(texts::kSecondarySourceNote) : L"");
+}
+
+/// The library rows the circuits name and, by circuit, its source.
+void AddTypeSources(const CLoadCalDocument& doc, const CLoadTypeLibrary* library, BookContent& book)
+{
+    book.typeSources.assign(static_cast<size_t>(doc.loads.GetSize()), std::wstring());
+    std::vector<std::pair<std::wstring, const void*>> keys;  // type key, tier
+    for (int i = 0; i < doc.loads.GetSize(); ++i) {
+        const CLoadCalData& c = doc.loads[i];
+        if (Trim(c.m_strLoadType).empty()) {
+            continue;
+        }
+        BookTypeRow row;
+        const CTypeFigures figures =
+            library ? FiguresForCircuit(c, *library)
+                    : CTypeFigures{TypeLookup::UnknownType, nullptr, nullptr, {}, {}, {}};
+        const CLoadType* type = figures.type;
+        const void* tier = figures.tier;
+        if (!type) {
+            row.name = Trim(c.m_strLoadType);
+            row.known = false;
+            row.scale = row.kxRange = row.kx = row.cos = L"—";
+            row.source = library ? L"不在负荷类型库中，Kx、cosφ 按填写值"
+                                 : L"未查负荷类型库，Kx、cosφ 按填写值";
+            book.typeSources[static_cast<size_t>(i)] = row.source;
+        } else {
+            row.name = type->name;
+            row.scale = type->scale;
+            if (figures.tier) {
+                row.scale += L"：" + figures.tier->label;
+                row.kxRange = Range(figures.tier->kxMin, figures.tier->kxMax);
+                row.kx = FormatG(figures.tier->kx);
+            } else if (type->IsTiered()) {
+                row.scale += L"（数量不在表列各档内）";
+                row.kxRange = Range(type->kxMin, type->kxMax);
+                row.kx = std::wstring(texts::kByTier);
+            } else {
+                row.kxRange = Range(type->kxMin, type->kxMax);
+                row.kx = FormatG(type->kx);
+            }
+            if (type->cos) {
+                const std::optional<double> tan = type->Tan();
+                row.cos = FormatG(*type->cos) +
+                          (tan ? L"（tanφ " + FormatFixed(*tan, 2) + L"）" : std::wstring());
+            } else {
+                row.cos = L"—";
+            }
+            row.source = type->Citation();
+            row.origin = std::wstring(OriginName(type->origin));
+            book.typeSources[static_cast<size_t>(i)] = ShortSource(*type);
+        }
+        const std::pair<std::wstring, const void*> key = {LoadTypeKey(row.name), tier};
+        const auto at = std::find(keys.begin(), keys.end(), key);
+        if (at != keys.end()) {
+            ++book.types[static_cast<size_t>(at - keys.begin())].circuits;
+            continue;
+        }
+        row.circuits = 1;
+        keys.push_back(key);
+        book.types.push_back(std::move(row));
+    }
+}
+
 }  // namespace
 
 std::vector<std::wstring> NonNumericCells(const CLoadArray& loads,
@@ -678,11 +756,12 @@ std::vector<std::wstring> NonNumericCells(const CLoadArray& loads,
     return found;
 }
 
-BookContent BuildBookContent(const CLoadCalDocument& doc)
+BookContent BuildBookContent(const CLoadCalDocument& doc, const CLoadTypeLibrary* library)
 {
     BookContent book;
     book.rules = doc.rules;
-    const CCheckWarnings warnings = CheckDocument(doc);
+    const CCheckWarnings warnings = CheckDocument(doc, library);
+    AddTypeSources(doc, library, book);
     CSupplyIndex index(doc);
     index.ReadBoardFigures(doc.boards);
     book.fire = index.HasFireCase();

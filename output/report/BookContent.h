@@ -6,6 +6,7 @@
 
 #include "model/Calculation.h"
 #include "model/Document.h"
+#include "model/LoadTypes.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -110,6 +111,20 @@ struct BookComparison {
     SummaryTotals totals;
 };
 
+/// One row of the load-type library a document used, as the book's
+/// section of sources lists it: a type, or one tier of a tiered type.
+struct BookTypeRow {
+    std::wstring name;     ///< as the library names it; as the circuit wrote it when unknown
+    std::wstring scale;    ///< what the figures apply to, and the tier's label for a tier
+    std::wstring kxRange;  ///< "0.18–0.22", or one figure
+    std::wstring kx;       ///< the typical Kx ("按档" for a tiered type without its tier)
+    std::wstring cos;      ///< "0.8（tanφ 0.75）", or "—" when the type gives none
+    std::wstring source;   ///< the citation (CLoadType::Citation), "用户自定义" without source
+    std::wstring origin;   ///< 内置, 用户 or 用户覆盖
+    int circuits = 0;      ///< circuits naming it (in this tier)
+    bool known = true;     ///< false: the name is not in the library
+};
+
 /// Everything the calculation book says about a document, computed from the
 /// record texts as they stand (nothing is recalculated: the results shown are
 /// the document's own texts; only the intermediate figures the records do
@@ -123,10 +138,21 @@ struct BookContent {
     std::vector<BookCheck> checks;
     SummaryTotals totals;
     std::optional<BookComparison> comparison;  ///< under the original rules only
+    /// The library rows the circuits name, in the order first named; empty
+    /// when no circuit names a type.
+    std::vector<BookTypeRow> types;
+    /// By circuit: where its Kx and cos φ come from when it names a type (the
+    /// type's source with its edition, and the note of a secondary summary;
+    /// "用户自定义"; or that the name is not in the library); empty without a type.
+    std::vector<std::wstring> typeSources;
 };
 
-/// Builds the book's content of a document.
-BookContent BuildBookContent(const CLoadCalDocument& doc);
+/// Builds the book's content of a document. library: the load-type
+/// library the circuits' types are looked up in (their sources, and the
+/// document checks of their figures); none: the types are listed as not
+/// looked up.
+BookContent BuildBookContent(const CLoadCalDocument& doc,
+                             const CLoadTypeLibrary* library = nullptr);
 /// The same for a document of the two lists alone (no boards, the original rules).
 BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& transformers);
 

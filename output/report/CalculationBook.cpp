@@ -14,13 +14,18 @@
 #include <iterator>
 #include <map>
 #include <memory>
+#include <numeric>
+#include <optional>
 #include <set>
 #include <type_traits>
 
 #include "document/AtomicFile.h"
+#include "document/LoadTypeFile.h"
+#include "document/RecentFiles.h"
 #include "model/BoardGraph.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/Text.h"
 #include "output/Figures.h"
 #include "output/OutputError.h"
 #include "output/OutputFile.h"
@@ -441,6 +446,78 @@ QString Figure(FigureKind kind, const std::wstring& text)
     return Q(ShowFigure(kind, text));
 }
 
+/// What a table that lists circuits says under it about their load types:
+/// the sources of the types its circuits name, and the section that lists
+/// the library rows.
+struct TypeNotes {
+    const BookContent& content;
+    QString section;  ///< the numeral of the section of sources
+};
+
+/// The note under a table of circuits: the types its circuits name, grouped
+/// by source, and where the rows used are listed; nothing when none names a type.
+template <class Circuits>
+void TypeNote(CBookLayout& book, const CLoadArray& loads, const Circuits& circuits,
+              const TypeNotes& notes)
+{
+    std::vector<std::pair<std::wstring, QStringList>> bySource;
+    for (int i : circuits) {
+        const std::wstring& source = notes.content.typeSources.at(static_cast<size_t>(i));
+        if (source.empty()) {
+            continue;
+        }
+        const QString name = Q(Trim(loads[i].m_strLoadType));
+        auto at = std::find_if(bySource.begin(), bySource.end(),
+                               [&](const auto& entry) { return entry.first == source; });
+        if (at == bySource.end()) {
+            bySource.push_back({source, {}});
+            at = std::prev(bySource.end());
+        }
+        if (!at->second.contains(name)) {
+            at->second.push_back(name);
+        }
+    }
+    if (bySource.empty()) {
+        return;
+    }
+    QString text = QStringLiteral("注：填有负荷类型的回路，需要系数 Kx 与功率因数 cosφ 的出处——");
+    for (size_t k = 0; k < bySource.size(); ++k) {
+        text += (k ? QStringLiteral("；") : QString()) +
+                bySource[k].second.join(QStringLiteral("、")) + QStringLiteral("：") +
+                Q(bySource[k].first);
+    }
+    text += QStringLiteral("。各类型的取值见第%1节。").arg(notes.section);
+    book.Space(60);
+    book.Paragraph(text, CBookLayout::kTableSize);
+}
+
+/// The library rows the document used: each type (or tier) with its scale,
+/// Kx range, typical Kx, cos φ and source.
+void TypeSources(CBookLayout& book, CSectionNumbers& sections, const BookContent& content)
+{
+    book.NewPage(true);
+    book.Heading(sections.Next(QStringLiteral("负荷类型及其出处")), kSectionSize, 1);
+    book.Paragraph(QStringLiteral(
+        "下表列出本计算书中各回路所填负荷类型在负荷类型库中的取值及出处（分档类型列出所用的档）。"
+        "典型 Kx 为出处所给范围的中点（保留两位小数），回路的需要系数未填时按典型 Kx 填入；"
+        "出处给出 cosφ 范围时取其下限。注明“转引自公开摘录，待核对原文”的数值尚待与原图集或"
+        "标准核对；“用户自定义”为用户负荷类型库中未注明出处的类型。"));
+    std::vector<QStringList> rows;
+    for (const BookTypeRow& r : content.types) {
+        rows.push_back({Q(r.name), Q(r.scale), Q(r.kxRange), Q(r.kx), Q(r.cos), Q(r.source),
+                        r.known ? Q(r.origin) : QStringLiteral("—"), QString::number(r.circuits)});
+    }
+    book.Table({{QStringLiteral("负荷类型"), 1.2},
+                {QStringLiteral("适用范围 / 分档"), 2},
+                {QStringLiteral("Kx 范围"), 0.9},
+                {QStringLiteral("典型 Kx"), 0.7},
+                {QStringLiteral("cosφ（tanφ）"), 1},
+                {QStringLiteral("出处"), 5},
+                {QStringLiteral("来源"), 0.6},
+                {QStringLiteral("回路数"), 0.6}},
+               rows, {});
+}
+
 using ExtraFields = std::array<bool, CLoadCalData::kExtraFieldCount>;
 
 /// The columns of the circuit fields beyond the original thirteen that the
@@ -466,7 +543,7 @@ void AppendExtraCells(QStringList& row, const CLoadCalData* c, const ExtraFields
 }
 
 void LoadTable(CBookLayout& book, CSectionNumbers& sections, const CLoadArray& loads,
-               const SummaryTotals& totals, bool boards)
+               const SummaryTotals& totals, bool boards, const TypeNotes& notes)
 {
     const ExtraFields used = UsedCircuitExtraFields(loads);
     book.NewPage(true);
@@ -503,6 +580,9 @@ void LoadTable(CBookLayout& book, CSectionNumbers& sections, const CLoadArray& l
     }
     AppendExtraColumns(columns, used);
     book.Table(columns, rows, {.shadeLastRow = true});
+    std::vector<int> all(static_cast<size_t>(loads.GetSize()));
+    std::iota(all.begin(), all.end(), 0);
+    TypeNote(book, loads, all, notes);
 }
 
 /// A table of the fire case of the boards or the transformers: the name
@@ -616,7 +696,8 @@ std::vector<SumRow> SumRows(const Group& g)
 /// (name, "配电箱", phase, ΣPe, cos φ, Pjs, Qjs, Ijs) and the sums under the
 /// 15 % rule, of each case with fire roles.
 void MemberTable(CBookLayout& book, const CLoadCalDocument& doc, const std::vector<int>& circuits,
-                 const std::vector<int>& boards, const std::vector<SumRow>& sums)
+                 const std::vector<int>& boards, const std::vector<SumRow>& sums,
+                 const TypeNotes& notes)
 {
     const ExtraFields used = UsedCircuitExtraFields(doc.loads);
     std::vector<QStringList> rows;
@@ -664,6 +745,7 @@ void MemberTable(CBookLayout& book, const CLoadCalDocument& doc, const std::vect
     }
     AppendExtraColumns(columns, used);
     book.Table(columns, rows, {.shadeLastRow = true});
+    TypeNote(book, doc.loads, circuits, notes);
 }
 
 /// The member boards' fire figures, which the fire case's sums take
@@ -763,7 +845,7 @@ QString SupplyPath(const CLoadCalDocument& doc, const BookContent& content,
 }
 
 void BoardSections(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocument& doc,
-                   const BookContent& content)
+                   const BookContent& content, const TypeNotes& notes)
 {
     book.NewPage(false);
     book.Heading(sections.Next(QStringLiteral("各配电箱计算")), kSectionSize, 1);
@@ -806,7 +888,7 @@ void BoardSections(CBookLayout& book, CSectionNumbers& sections, const CLoadCalD
                            .arg(Q(board.m_strPhase), Figure(FigureKind::Factor, board.m_strKp),
                                 Figure(FigureKind::Factor, board.m_strKq),
                                 MembersSentence(doc, b.circuits.size(), b.boards.size())));
-        MemberTable(book, doc, b.circuits, b.boards, SumRows(b));
+        MemberTable(book, doc, b.circuits, b.boards, SumRows(b), notes);
         if (b.fire) {
             book.Paragraph(kNormalCaseTitle);
         }
@@ -896,7 +978,7 @@ void CaseTable(CBookLayout& book, const CTransformerCalData& t, const BookTransf
 }
 
 void TransformerSections(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocument& doc,
-                         const BookContent& content)
+                         const BookContent& content, const TypeNotes& notes)
 {
     book.NewPage(false);
     book.Heading(sections.Next(QStringLiteral("各变压器计算")), kSectionSize, 1);
@@ -907,7 +989,7 @@ void TransformerSections(CBookLayout& book, CSectionNumbers& sections, const CLo
         book.Heading(QStringLiteral("%1. 变压器 %2").arg(++number).arg(Q(t.m_strName)),
                      kSubsectionSize, 2);
         book.Paragraph(MembersSentence(doc, b.circuits.size(), b.boards.size()));
-        MemberTable(book, doc, b.circuits, b.boards, SumRows(b));
+        MemberTable(book, doc, b.circuits, b.boards, SumRows(b), notes);
         if (b.fire) {
             book.Paragraph(kNormalCaseTitle);
         }
@@ -1163,7 +1245,18 @@ std::string RenderCalculationBook(const CLoadCalDocument& doc, const BookInfo& g
     if (info.date.empty()) {
         info.date = QDate::currentDate().toString(Qt::ISODate).toStdWString();
     }
-    const BookContent content = BuildBookContent(doc);
+    // The library the program works with, when the caller has none at hand
+    // and some circuit names a type.
+    std::optional<CLoadTypeLibrary> read;
+    const bool typed = std::any_of(doc.loads.begin(), doc.loads.end(), [](const CLoadCalData& c) {
+        return !Trim(c.m_strLoadType).empty();
+    });
+    if (!info.library && typed) {
+        read = LoadLoadTypeLibrary(UserLoadTypesPath(CLoadCalRecentFiles::DefaultSettingsPath()))
+                   .library;
+        info.library = &*read;
+    }
+    const BookContent content = BuildBookContent(doc, info.library);
     const TitleFacts facts = Facts(info);
     const bool boards = !doc.boards.IsEmpty();
 
@@ -1175,21 +1268,27 @@ std::string RenderCalculationBook(const CLoadCalDocument& doc, const BookInfo& g
     // The comparison comes after the basis, the formulas, the tables (two or
     // three), the board pages (with boards), the transformers and the totals.
     const QString comparisonSection = Numeral(boards ? 8 : 6);
+    // The sources of the load types come last, after the checks.
+    const QString sourcesSection = Numeral((boards ? 9 : 7) + (content.comparison ? 1 : 0));
+    const TypeNotes notes{content, sourcesSection};
     BasisAndFormulas(body, sections, doc, comparisonSection, content.fire);
-    LoadTable(body, sections, doc.loads, content.totals, boards);
+    LoadTable(body, sections, doc.loads, content.totals, boards, notes);
     if (boards) {
         BoardTable(body, sections, doc.boards, content.fire);
     }
     TransformerTable(body, sections, doc.transformers, content.fire);
     if (boards) {
-        BoardSections(body, sections, doc, content);
+        BoardSections(body, sections, doc, content, notes);
     }
-    TransformerSections(body, sections, doc, content);
+    TransformerSections(body, sections, doc, content, notes);
     Totals(body, sections, content.totals, doc.rules);
     if (content.comparison) {
         Comparison(body, sections, doc, content);
     }
     Checks(body, sections, content);
+    if (!content.types.empty()) {
+        TypeSources(body, sections, content);
+    }
     const std::vector<CBookLayout::TocEntry> entries = body.TocEntries();
 
     const auto front = [&](int firstBodyPage) {

@@ -5,6 +5,7 @@
 
 #include <random>
 
+#include "document/LoadTypeFile.h"
 #include "model/Calculation.h"
 #include "model/Numeric.h"
 #include "model/SupplySecurity.h"
@@ -577,4 +578,95 @@ TEST(BookContingency, NoTransformerSharingFirstClassLoadsNoCheck)
     for (const BookCheck& c : book.checks) {
         EXPECT_NE(c.item, kContingencyItem);
     }
+}
+
+namespace {
+
+CLoadCalData Typed(const std::wstring& no, const std::wstring& type, const std::wstring& quantity)
+{
+    CLoadCalData c = Circuit(no, std::wstring(kPhaseThree), L"10", L"T1");
+    c.m_strLoadType = type;
+    c.m_strQuantity = quantity;
+    return c;
+}
+
+}  // namespace
+
+TEST(BookTypes, TheRowsAreTheLibraryRowsTheCircuitsNameEachOnceWithItsTierAndSource)
+{
+    const CLoadTypeLibrary user = LoadTypesFromJson(
+        R"({ "version": 1, "types": [ { "name": "充电桩", "kx": 0.6, "cos": 0.95 } ] })",
+        "user.json", LoadTypeOrigin::UserAdded);
+    const CLoadTypeLibrary library = CLoadTypeLibrary::Merge(ShippedLoadTypes(), user);
+    CLoadCalDocument doc;
+    doc.loads.Add(Typed(L"1", L"电梯", L""));
+    doc.loads.Add(Typed(L"2", L"照明插座", L"2000"));
+    doc.loads.Add(Circuit(L"3", std::wstring(kPhaseThree), L"10", L"T1"));  // no type
+    doc.loads.Add(Typed(L"4", L"照明插座", L"20000"));
+    doc.loads.Add(Typed(L"5", L" 电梯", L""));        // the same type, written with a blank
+    doc.loads.Add(Typed(L"6", L"照明插座", L"800"));  // the first tier again
+    doc.loads.Add(Typed(L"7", L"不存在的类型", L""));
+    doc.loads.Add(Typed(L"8", L"充电桩", L""));
+    doc.transformers.Add(Transformer(L"T1"));
+    FillFromLoadTypes(doc, library);
+    RecalculateDocument(doc);
+
+    const BookContent book = BuildBookContent(doc, &library);
+    ASSERT_EQ(book.types.size(), 5U);
+    const CLoadType& lift = *library.Find(L"电梯");
+    EXPECT_EQ(book.types[0].name, L"电梯");
+    EXPECT_EQ(book.types[0].circuits, 2);
+    EXPECT_EQ(book.types[0].kxRange, L"0.18–0.22");
+    EXPECT_EQ(book.types[0].kx, L"0.2");
+    EXPECT_EQ(book.types[0].cos, L"0.5（tanφ 1.73）");
+    EXPECT_EQ(book.types[0].source, lift.Citation());
+    EXPECT_NE(book.types[0].source.find(L"04DX101-1"), std::wstring::npos);
+    EXPECT_NE(book.types[0].source.find(L"转引自公开摘录，待核对原文"), std::wstring::npos);
+    EXPECT_EQ(book.types[0].origin, L"内置");
+    // A tiered type: one row per tier used, the tier's range and Kx.
+    EXPECT_EQ(book.types[1].name, L"照明插座");
+    EXPECT_NE(book.types[1].scale.find(L"500–3000 m²"), std::wstring::npos);
+    EXPECT_EQ(book.types[1].kxRange, L"0.7–0.9");
+    EXPECT_EQ(book.types[1].kx, L"0.8");
+    EXPECT_EQ(book.types[1].circuits, 2);
+    EXPECT_NE(book.types[2].scale.find(L"> 15000 m²"), std::wstring::npos);
+    EXPECT_EQ(book.types[2].kx, L"0.5");
+    // A name not in the library, and a user type without source.
+    EXPECT_EQ(book.types[3].name, L"不存在的类型");
+    EXPECT_FALSE(book.types[3].known);
+    EXPECT_NE(book.types[3].source.find(L"不在负荷类型库中"), std::wstring::npos);
+    EXPECT_EQ(book.types[4].name, L"充电桩");
+    EXPECT_EQ(book.types[4].source, L"用户自定义");
+    EXPECT_EQ(book.types[4].origin, L"用户");
+
+    // By circuit: the source without the table, none for a circuit without a type.
+    ASSERT_EQ(book.typeSources.size(), 8U);
+    EXPECT_EQ(book.typeSources[0], lift.source + L"（转引自公开摘录，待核对原文）");
+    EXPECT_TRUE(book.typeSources[2].empty());
+    EXPECT_EQ(book.typeSources[7], L"用户自定义");
+}
+
+TEST(BookTypes, ADocumentWithoutTypesListsNoneAndATypedKxOutsideItsRangeIsAmongTheChecks)
+{
+    const CLoadTypeLibrary& library = ShippedLoadTypes();
+    CLoadCalDocument plain;
+    plain.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"10", L"T1"));
+    plain.transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(plain);
+    EXPECT_TRUE(BuildBookContent(plain, &library).types.empty());
+
+    CLoadCalDocument doc = plain;
+    doc.loads[0].m_strLoadType = L"电梯";
+    doc.loads[0].m_strDemandFactor = L"0.9";  // the lift's range is 0.18–0.22
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc, &library);
+    ASSERT_EQ(book.types.size(), 1U);
+    bool named = false;
+    for (const BookCheck& c : book.checks) {
+        if (c.item == L"数据检查" && c.finding.find(L"电梯") != std::wstring::npos) {
+            named = true;
+            EXPECT_FALSE(c.met);
+        }
+    }
+    EXPECT_TRUE(named);
 }
