@@ -550,7 +550,8 @@ TEST(BookContingency, ALoadAboveTheCapacityOrNotANumberIsNeverMet)
     // A capacity typed below the load (the document as it stands).
     CLoadCalDocument small = SharedFirstClass();
     small.transformers[0].m_strRatedCapacity = L"30";
-    const BookCheck& over = CheckOf(BuildBookContent(small), kContingencyItem, L"T1");
+    const BookContent smallBook = BuildBookContent(small);
+    const BookCheck& over = CheckOf(smallBook, kContingencyItem, L"T1");
     EXPECT_FALSE(over.met);
     EXPECT_NE(over.finding.find(L"大于额定容量 Se = 30 kV·A"), std::wstring::npos)
         << ToUtf8(over.finding);
