@@ -406,6 +406,10 @@ void BasisAndFormulas(CBookLayout& book, CSectionNumbers& sections, const CLoadC
           u"800、1000、1250、1600、2000、2500、3150、4000、5000、6300、8000、10000"),
         U(u"实际负载率 = S2 / Se（Se = 0 时为 0）；补偿后实际功率因数 cosφ2' = Pc / S2"),
     });
+    if (fire) {
+        // The capacity is chosen from both cases: the next block says how.
+        transformer[transformer.size() - 3] += U(u"（有火灾工况时按下条取两种工况中较大的 S2）");
+    }
     FormulaBlock(book, blockTitle(QStringLiteral("变压器计算、无功补偿与容量选择")), transformer);
     if (fire) {
         FormulaBlock(book, blockTitle(QStringLiteral("正常工况与火灾工况")), FireCaseLines(boards));
