@@ -467,6 +467,22 @@ GroupPhases CSupplyIndex::TransformerMembers(int t) const
     return MembersOfGroup(m_normal, m_groupOfTransformer[static_cast<size_t>(t)]);
 }
 
+GroupPhases CSupplyIndex::BoardFireMembers(int b) const
+{
+    if (!m_bFire || b < 0 || b >= m_graph.BoardCount() || m_graph.OnCycle(b)) {
+        return {};
+    }
+    return MembersOfBoard(m_fire, b);
+}
+
+GroupPhases CSupplyIndex::TransformerFireMembers(int t) const
+{
+    if (!m_bFire || t < 0 || static_cast<size_t>(t) >= m_groupOfTransformer.size()) {
+        return {};
+    }
+    return MembersOfGroup(m_fire, m_groupOfTransformer[static_cast<size_t>(t)]);
+}
+
 const std::vector<int>& CSupplyIndex::BoardCircuits(int b) const
 {
     if (b < 0 || static_cast<size_t>(b) >= m_boardCircuits.size()) {

@@ -147,6 +147,11 @@ public:
     /// named like an earlier one but for case has that one's group); empty
     /// for an index outside the list.
     GroupPhases TransformerMembers(int t) const;
+    /// The same members in the fire case: the circuits shed in a fire left
+    /// out, the fire-only ones in, each board with its fire figures. Empty
+    /// without the fire case (HasFireCase).
+    GroupPhases BoardFireMembers(int b) const;
+    GroupPhases TransformerFireMembers(int t) const;
     /// The circuits of board b's group, list order (empty outside the list).
     const std::vector<int>& BoardCircuits(int b) const;
     /// The circuits and the boards of transformer t's group, list order

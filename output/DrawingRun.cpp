@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "model/Columns.h"
 #include "model/Numeric.h"
@@ -56,19 +57,18 @@ public:
           m_line{std::wstring(L"_.LINE"), CadPoint{}, CadPoint{}, std::wstring()}
     {}
 
-    /// Header row: top line, left border, then (load table) the bottom line
-    /// before the cells or (transformer table) after them.
-    template <size_t N>
-    void HeaderRow(CadPoint o, const std::array<TableColumn, N>& columns, bool bottomLast)
+    /// Header row of a table's titles: top line, left border, then (load
+    /// table) the bottom line before the cells or (transformer table) after them.
+    void HeaderRow(CadPoint o, const std::vector<std::wstring_view>& titles, bool bottomLast)
     {
-        const double width = kColumnWidth * m_scale * static_cast<double>(N);
+        const double width = kColumnWidth * m_scale * static_cast<double>(titles.size());
         Line(o, Offset(o, width, 0));
         Line(o, Offset(o, 0, -kRowHeight * m_scale));
         if (!bottomLast) {
             BottomLine(o, width);
         }
-        for (size_t i = 0; i < N; ++i) {
-            Text(CellCentre(o, i), columns[i].title);
+        for (size_t i = 0; i < titles.size(); ++i) {
+            Text(CellCentre(o, i), titles[i]);
             RightBorder(o, i);
         }
         if (bottomLast) {
@@ -76,20 +76,20 @@ public:
         }
     }
 
-    /// Data, blank and total rows: left border, each cell's text (when it has
-    /// one) and right border, then the bottom line. No top line: the row
-    /// above supplies it.
-    template <size_t N, class CellText>
-    void BodyRow(CadPoint o, CellText&& cellText)
+    /// Data, blank and total rows of n cells: left border, each cell's text
+    /// (when it has one) and right border, then the bottom line. No top
+    /// line: the row above supplies it.
+    template <class CellText>
+    void BodyRow(CadPoint o, size_t n, CellText&& cellText)
     {
         Line(o, Offset(o, 0, -kRowHeight * m_scale));
-        for (size_t i = 0; i < N; ++i) {
+        for (size_t i = 0; i < n; ++i) {
             if (const std::optional<std::wstring_view> text = cellText(i)) {
                 Text(CellCentre(o, i), *text);
             }
             RightBorder(o, i);
         }
-        BottomLine(o, kColumnWidth * m_scale * static_cast<double>(N));
+        BottomLine(o, kColumnWidth * m_scale * static_cast<double>(n));
     }
 
     double RowStep() const { return kRowHeight * m_scale; }
@@ -160,6 +160,42 @@ private:
     CadCommand m_line;
 };
 
+/// A table's titles: its own columns', then those of the columns beyond.
+template <size_t N, size_t M>
+std::vector<std::wstring_view> Titles(const std::array<TableColumn, N>& columns,
+                                      const std::array<TableColumn, M>& extra, size_t firstExtra,
+                                      size_t extraCount)
+{
+    std::vector<std::wstring_view> titles;
+    for (const TableColumn& c : columns) {
+        titles.push_back(c.title);
+    }
+    for (size_t k = 0; k < extraCount; ++k) {
+        titles.push_back(extra[firstExtra + k].title);
+    }
+    return titles;
+}
+
+// The fire columns of the drawing are the command line's fire tables less
+// their leading name (and capacity) columns, rounded as the workbook's.
+static_assert(kTransformerFireColumns.size() == 2 + kIssuedTransformerFireColumns.size());
+static_assert(kBoardFireColumns.size() == 1 + kIssuedBoardFireColumns.size());
+constexpr bool SameFireFields()
+{
+    for (size_t k = 0; k < kIssuedTransformerFireColumns.size(); ++k) {
+        if (kTransformerFireColumns[k + 2].field != kIssuedTransformerFireColumns[k].field) {
+            return false;
+        }
+    }
+    for (size_t k = 0; k < kIssuedBoardFireColumns.size(); ++k) {
+        if (kBoardFireColumns[k + 1].field != kIssuedBoardFireColumns[k].field) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(SameFireFields());
+
 void RestoreLayerAndStyle(CadHost& host, const std::wstring& layer, const std::wstring& style)
 {
     host.acedCommand({std::wstring(L"_.LAYER"), std::wstring(L"S"), layer, std::wstring()});
@@ -213,8 +249,34 @@ bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
         return false;
     }
 
+    // The columns beyond the original ones: the circuit fields some circuit
+    // uses, and the fire case of a document with fire roles.
+    const auto used = UsedCircuitExtraFields(loads);
+    std::vector<IssuedColumn> circuitExtra;
+    std::vector<std::wstring_view> loadTitles;
+    for (const TableColumn& c : kLoadColumns) {
+        loadTitles.push_back(c.title);
+    }
+    for (size_t k = 0; k < used.size(); ++k) {
+        if (used[k]) {
+            circuitExtra.push_back(kIssuedCircuitExtraColumns[k]);
+            loadTitles.push_back(kIssuedCircuitExtraColumns[k].header);
+        }
+    }
+    const bool fire = HasFireRoles(loads);
+    const size_t transformerFire = fire ? kIssuedTransformerFireColumns.size() : 0;
+    const size_t boardFire = fire ? kIssuedBoardFireColumns.size() : 0;
+    const std::vector<std::wstring_view> transformerTitles =
+        Titles(kTransformerColumns, kTransformerFireColumns, 2, transformerFire);
+    const std::vector<std::wstring_view> boardTitles =
+        Titles(kBoardColumns, kBoardFireColumns, 1, boardFire);
+    size_t columns = std::max(transformerTitles.size(), loadTitles.size());
+    if (!boards.IsEmpty()) {
+        columns = std::max(columns, boardTitles.size());
+    }
+
     CTableDrawer draw(host, scale);
-    const double wide = kColumnWidth * scale * static_cast<double>(kTransformerColumns.size());
+    const double wide = kColumnWidth * scale * static_cast<double>(columns);
     const CadPoint titleCentre{base->x + wide / 2, base->y + kTitleBand * scale / 2, base->z};
     draw.TextIn(titleCentre, kTableTitle, kTitleHeight, wide / 3, L"MC");
     if (!project.empty()) {
@@ -224,21 +286,24 @@ bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
     }
 
     CadPoint o = *base;
-    draw.HeaderRow(o, kLoadColumns, false);
+    draw.HeaderRow(o, loadTitles, false);
     o.y -= draw.RowStep();
     std::wstring shown;
     for (const CLoadCalData& load : loads) {
-        draw.BodyRow<kLoadColumns.size()>(o, [&](size_t i) {
-            shown = ShowFigure(kLoadColumnKinds[i], load.FieldAt(kLoadColumns[i].field));
+        draw.BodyRow(o, loadTitles.size(), [&](size_t i) {
+            shown = i < kLoadColumns.size()
+                        ? ShowFigure(kLoadColumnKinds[i], load.FieldAt(kLoadColumns[i].field))
+                        : ShowFigure(circuitExtra[i - kLoadColumns.size()].kind,
+                                     load.AnyFieldAt(circuitExtra[i - kLoadColumns.size()].field));
             return std::optional<std::wstring_view>(shown);
         });
         o.y -= draw.RowStep();
     }
-    draw.BodyRow<kLoadColumns.size()>(o, [](size_t) { return std::optional<std::wstring_view>(); });
+    draw.BodyRow(o, loadTitles.size(), [](size_t) { return std::optional<std::wstring_view>(); });
     o.y -= draw.RowStep();
     const auto totalCells = TotalRowCells(totals);
-    draw.BodyRow<kLoadColumns.size()>(o, [&](size_t i) -> std::optional<std::wstring_view> {
-        if (!totalCells[i]) {
+    draw.BodyRow(o, loadTitles.size(), [&](size_t i) -> std::optional<std::wstring_view> {
+        if (i >= totalCells.size() || !totalCells[i]) {
             return std::nullopt;
         }
         shown = ShowFigure(kLoadColumnKinds[i], *totalCells[i]);
@@ -248,23 +313,33 @@ bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
     o.y -= draw.RowStep();
     if (!boards.IsEmpty()) {
         // The board table between the two, drawn as the load table is.
-        draw.HeaderRow(o, kBoardColumns, false);
+        draw.HeaderRow(o, boardTitles, false);
         o.y -= draw.RowStep();
         for (const CBoardCalData& board : boards) {
-            draw.BodyRow<kBoardColumns.size()>(o, [&](size_t i) {
-                shown = ShowFigure(kBoardColumnKinds[i], board.FieldAt(kBoardColumns[i].field));
+            draw.BodyRow(o, boardTitles.size(), [&](size_t i) {
+                shown =
+                    i < kBoardColumns.size()
+                        ? ShowFigure(kBoardColumnKinds[i], board.FieldAt(kBoardColumns[i].field))
+                        : ShowFigure(kIssuedBoardFireColumns[i - kBoardColumns.size()].kind,
+                                     board.AnyFieldAt(
+                                         kIssuedBoardFireColumns[i - kBoardColumns.size()].field));
                 return std::optional<std::wstring_view>(shown);
             });
             o.y -= draw.RowStep();
         }
         o.y -= draw.RowStep();
     }
-    draw.HeaderRow(o, kTransformerColumns, true);
+    draw.HeaderRow(o, transformerTitles, true);
     o.y -= draw.RowStep();
     for (const CTransformerCalData& transformer : transformers) {
-        draw.BodyRow<kTransformerColumns.size()>(o, [&](size_t i) {
-            shown = ShowFigure(kTransformerColumnKinds[i],
-                               transformer.FieldAt(kTransformerColumns[i].field));
+        draw.BodyRow(o, transformerTitles.size(), [&](size_t i) {
+            const size_t k = i - kTransformerColumns.size();
+            shown =
+                i < kTransformerColumns.size()
+                    ? ShowFigure(kTransformerColumnKinds[i],
+                                 transformer.FieldAt(kTransformerColumns[i].field))
+                    : ShowFigure(kIssuedTransformerFireColumns[k].kind,
+                                 transformer.AnyFieldAt(kIssuedTransformerFireColumns[k].field));
             return std::optional<std::wstring_view>(shown);
         });
         o.y -= draw.RowStep();

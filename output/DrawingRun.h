@@ -71,7 +71,13 @@ double EstimatedTextWidth(std::wstring_view text, double height, double widthFac
 /// A document with boards gets the board table (header with the titles of
 /// kBoardColumns, one row per board, drawn as the load table is) two row
 /// heights below the total row, and the transformer table two row heights
-/// below it; without boards nothing changes.
+/// below it; without boards nothing changes. Columns beyond the original
+/// ones follow them in the same grid: in the load table the circuit fields
+/// some circuit uses (负荷类型, 数量, 负荷等级, 消防), and for a document
+/// with fire roles the governing case and fire case of each board and
+/// transformer (the titles of the command line's fire tables); the title
+/// and the frame span the widest table. A document using none of them is
+/// drawn command for command as without them.
 bool DrawCalculationTable(CadHost& host, const CLoadArray& loads,
                           const CTransformerArray& transformers, const SummaryTotals& totals,
                           const std::wstring& project = {},

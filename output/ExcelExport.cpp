@@ -84,14 +84,64 @@ double HeaderWidth(std::wstring_view header)
     return widest;
 }
 
-/// Column widths fitted to every text each column shows, in both tables.
+/// The columns beyond the original ones that a document's tables carry:
+/// the circuit fields some circuit uses, and with fire roles the fire case
+/// of the transformers and boards.
+struct ExtraColumns {
+    std::vector<IssuedColumn> circuit;
+    std::vector<IssuedColumn> transformer;
+    std::vector<IssuedColumn> board;
+
+    explicit ExtraColumns(const CLoadArray& loads)
+    {
+        const auto used = UsedCircuitExtraFields(loads);
+        for (size_t k = 0; k < used.size(); ++k) {
+            if (used[k]) {
+                circuit.push_back(kIssuedCircuitExtraColumns[k]);
+            }
+        }
+        if (HasFireRoles(loads)) {
+            transformer.assign(kIssuedTransformerFireColumns.begin(),
+                               kIssuedTransformerFireColumns.end());
+            board.assign(kIssuedBoardFireColumns.begin(), kIssuedBoardFireColumns.end());
+        }
+    }
+    /// The number of columns of the widest table.
+    size_t Width(bool boards) const
+    {
+        size_t width = std::max(kTransformerColumns.size() + transformer.size(),
+                                kLoadColumns.size() + circuit.size());
+        if (boards) {
+            width = std::max(width, kBoardColumns.size() + board.size());
+        }
+        return width;
+    }
+};
+
+/// Column widths fitted to every text each column shows, in every table.
 std::vector<double> ColumnWidths(const CLoadArray& loads, const CTransformerArray& transformers,
-                                 const SummaryTotals& totals, const CBoardArray& boards)
+                                 const SummaryTotals& totals, const CBoardArray& boards,
+                                 const ExtraColumns& extra)
 {
-    std::vector<double> widest(kTransformerColumns.size(), 0);
+    std::vector<double> widest(extra.Width(!boards.IsEmpty()), 0);
     const auto fit = [&widest](size_t column, double width) {
         widest[column] = std::max(widest[column], width);
     };
+    const auto fitExtra = [&fit](size_t first, const std::vector<IssuedColumn>& columns,
+                                 const auto& records) {
+        for (size_t k = 0; k < columns.size(); ++k) {
+            fit(first + k, HeaderWidth(columns[k].header));
+            for (const auto& r : records) {
+                fit(first + k,
+                    DisplayWidth(Displayed(columns[k].kind, r.AnyFieldAt(columns[k].field))));
+            }
+        }
+    };
+    fitExtra(kLoadColumns.size(), extra.circuit, loads);
+    fitExtra(kTransformerColumns.size(), extra.transformer, transformers);
+    if (!boards.IsEmpty()) {
+        fitExtra(kBoardColumns.size(), extra.board, boards);
+    }
     for (size_t k = 0; k < kLoadColumns.size(); ++k) {
         fit(k, HeaderWidth(kIssuedLoadHeaders[k]));
         for (const CLoadCalData& c : loads) {
@@ -159,6 +209,39 @@ void WriteHeaders(CSpreadsheetAutomation& a, CCellAddress& address,
     }
 }
 
+/// The headers of the columns beyond a table's own, from column first on.
+void WriteExtraHeaders(CSpreadsheetAutomation& a, CCellAddress& address, size_t first,
+                       const std::vector<IssuedColumn>& columns, int row)
+{
+    for (size_t i = 0; i < columns.size(); ++i) {
+        const std::string_view cell = address(first + i, row);
+        a.GetRange(cell, cell);
+        Centre(a, Order::VerticalFirst);
+        a.SetWrapText(true);
+        Bordered(a);
+        a.SetValue(columns[i].header);
+    }
+}
+
+/// A record's cells of those columns; record null: bordered empty cells
+/// (the load table's total row).
+template <class Record>
+void WriteExtraCells(CSpreadsheetAutomation& a, CCellAddress& address, size_t first,
+                     const std::vector<IssuedColumn>& columns, const Record* record, int row)
+{
+    for (size_t i = 0; i < columns.size(); ++i) {
+        const std::string_view cell = address(first + i, row);
+        a.GetRange(cell, cell);
+        Centre(a, Order::HorizontalFirst);
+        Bordered(a);
+        if (record) {
+            const std::wstring_view text = record->AnyFieldAt(columns[i].field);
+            a.SetNumberFormat(NumberFormatOf(columns[i].kind, text));
+            a.SetValue(text);
+        }
+    }
+}
+
 template <size_t N, class Record>
 void WriteRecord(CSpreadsheetAutomation& a, CCellAddress& address,
                  const std::array<TableColumn, N>& columns, const std::array<FigureKind, N>& kinds,
@@ -201,7 +284,8 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
     a.SetWorksheetName(kSheetName);
 
     CCellAddress address;
-    const std::vector<double> widths = ColumnWidths(loads, transformers, totals, boards);
+    const ExtraColumns extra(loads);
+    const std::vector<double> widths = ColumnWidths(loads, transformers, totals, boards, extra);
     for (size_t i = 0; i < widths.size(); ++i) {
         const std::string_view cell = address(i, 1);
         a.GetRange(cell, cell);
@@ -212,9 +296,11 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
         loadHeaders.back() = kIssuedOwnerHeader;  // an owner may be a board
     }
     WriteHeaders(a, address, loadHeaders, 1);
+    WriteExtraHeaders(a, address, kLoadColumns.size(), extra.circuit, 1);
     const int n = loads.GetSize();
     for (int k = 0; k < n; ++k) {
         WriteRecord(a, address, kLoadColumns, kLoadColumnKinds, loads[k], k + 2);
+        WriteExtraCells(a, address, kLoadColumns.size(), extra.circuit, &loads[k], k + 2);
     }
     const auto totalCells = TotalRowCells(totals);
     for (size_t i = 0; i < totalCells.size(); ++i) {
@@ -227,26 +313,31 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
             a.SetValue(*totalCells[i]);
         }
     }
+    WriteExtraCells<CLoadCalData>(a, address, kLoadColumns.size(), extra.circuit, nullptr, n + 3);
     // The board table, when there are boards, between the two tables.
     int top = n + 5;
     if (const int b = boards.GetSize(); b > 0) {
         WriteHeaders(a, address, kIssuedBoardHeaders, top);
+        WriteExtraHeaders(a, address, kBoardColumns.size(), extra.board, top);
         for (int k = 0; k < b; ++k) {
             WriteRecord(a, address, kBoardColumns, kBoardColumnKinds, boards[k], top + 1 + k);
+            WriteExtraCells(a, address, kBoardColumns.size(), extra.board, &boards[k], top + 1 + k);
         }
         top += b + 2;
     }
     WriteHeaders(a, address, kIssuedTransformerHeaders, top);
+    WriteExtraHeaders(a, address, kTransformerColumns.size(), extra.transformer, top);
     const int m = transformers.GetSize();
     for (int k = 0; k < m; ++k) {
         WriteRecord(a, address, kTransformerColumns, kTransformerColumnKinds, transformers[k],
                     top + 1 + k);
+        WriteExtraCells(a, address, kTransformerColumns.size(), extra.transformer, &transformers[k],
+                        top + 1 + k);
     }
     a.FreezePanes(1);
     SheetPageSetup page;
     page.printTitleRows = "$1:$1";
-    page.printArea =
-        "$A$1:$" + ColumnLetter(kTransformerColumns.size() - 1) + "$" + std::to_string(top + m);
+    page.printArea = "$A$1:$" + ColumnLetter(widths.size() - 1) + "$" + std::to_string(top + m);
     a.SetPageSetup(page);
     a.Release();
 }

@@ -38,6 +38,14 @@ inline constexpr std::wstring_view kNoSpreadsheetMessage =
 /// transformer table two rows further down (headers in row N + B + 7), the
 /// load table's owner header "归属" (an owner may be a board), widths and
 /// print area over all three tables; without boards nothing changes.
+/// Columns beyond the original ones, after them, each header and cell as the
+/// original ones are written: in the load table the circuit fields some
+/// circuit uses (负荷类型, 数量, 负荷等级, 消防; text cells; the total row
+/// bordered and empty there), and for a document with fire roles the
+/// governing case and the fire case's figures of each transformer
+/// (kIssuedTransformerFireColumns) and board (kIssuedBoardFireColumns);
+/// widths and print area take them in. A document using none of them is
+/// written call for call as without them.
 /// Precondition: CreateDispatch succeeded.
 /// Errors propagate unchanged; the first one ends the filling.
 void FillWorkbook(CSpreadsheetAutomation& automation, const CLoadArray& loads,

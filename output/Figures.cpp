@@ -85,4 +85,15 @@ std::string FigureNumberFormat(FigureKind kind, double value)
     return {};
 }
 
+std::array<bool, CLoadCalData::kExtraFieldCount> UsedCircuitExtraFields(const CLoadArray& loads)
+{
+    std::array<bool, CLoadCalData::kExtraFieldCount> used{};
+    for (const CLoadCalData& c : loads) {
+        for (size_t k = 0; k < used.size(); ++k) {
+            used[k] = used[k] || !c.AnyFieldAt(kIssuedCircuitExtraColumns[k].field).empty();
+        }
+    }
+    return used;
+}
+
 }  // namespace loadcal

@@ -121,4 +121,50 @@ inline constexpr std::array<std::wstring_view, kBoardColumns.size()> kIssuedBoar
     L"归属",
 };
 
+/// A column of the tables handed in beyond the original ones: its header,
+/// the record field it shows (AnyFieldAt numbering) and how it is rounded.
+struct IssuedColumn {
+    std::wstring_view header;
+    int field;
+    FigureKind kind;
+};
+
+/// The four circuit fields beyond the original thirteen, in field order,
+/// shown after the original columns when some circuit uses the field.
+inline constexpr std::array<IssuedColumn, CLoadCalData::kExtraFieldCount>
+    kIssuedCircuitExtraColumns = {{
+        {L"负荷类型", CLoadCalData::kLoadType, FigureKind::Text},
+        {L"数量", CLoadCalData::kQuantity, FigureKind::Text},
+        {L"负荷等级", CLoadCalData::kLoadClass, FigureKind::Text},
+        {L"消防", CLoadCalData::kFire, FigureKind::Text},
+    }};
+
+/// A transformer's governing case and fire case, shown after the original
+/// columns for a document with fire roles.
+inline constexpr std::array<IssuedColumn, 8> kIssuedTransformerFireColumns = {{
+    {L"取值工况", CTransformerCalData::kGoverningCase, FigureKind::Text},
+    {L"火灾计算有功 Pc (kW)", CTransformerCalData::kFireCalcP, FigureKind::Power},
+    {L"火灾补偿后无功 Q2 (kvar)", CTransformerCalData::kFireCalcQ, FigureKind::Power},
+    {L"火灾补偿后视在功率 S2 (kV·A)", CTransformerCalData::kFireCalcS, FigureKind::Power},
+    {L"火灾补偿后电流 I2 (A)", CTransformerCalData::kFireCalcI, FigureKind::Current},
+    {L"火灾补偿前功率因数 cosφ1", CTransformerCalData::kFireCosBefore, FigureKind::Factor},
+    {L"火灾补偿容量 Qcc (kvar)", CTransformerCalData::kFireCompCapacity, FigureKind::Power},
+    {L"火灾负载率 (%)", CTransformerCalData::kFireLoadRate, FigureKind::Percent},
+}};
+
+/// A board's governing case and fire case, likewise.
+inline constexpr std::array<IssuedColumn, 7> kIssuedBoardFireColumns = {{
+    {L"取值工况", CBoardCalData::kGoverningCase, FigureKind::Text},
+    {L"火灾设备功率 ΣPe (kW)", CBoardCalData::kFireRatedPower, FigureKind::Power},
+    {L"火灾有功功率 Pjs (kW)", CBoardCalData::kFireCalcP, FigureKind::Power},
+    {L"火灾无功功率 Qjs (kvar)", CBoardCalData::kFireCalcQ, FigureKind::Power},
+    {L"火灾视在功率 Sjs (kV·A)", CBoardCalData::kFireCalcS, FigureKind::Power},
+    {L"火灾功率因数 cosφ", CBoardCalData::kFirePowerFactor, FigureKind::Factor},
+    {L"火灾计算电流 Ijs (A)", CBoardCalData::kFireCalcI, FigureKind::Current},
+}};
+
+/// Which of the four circuit fields beyond the original thirteen some
+/// circuit of the list uses (not empty), in kIssuedCircuitExtraColumns order.
+std::array<bool, CLoadCalData::kExtraFieldCount> UsedCircuitExtraFields(const CLoadArray& loads);
+
 }  // namespace loadcal

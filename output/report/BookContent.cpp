@@ -5,8 +5,11 @@
 
 #include "model/Checks.h"
 #include "model/Columns.h"
+#include "model/LoadTypeTexts.h"
+#include "model/LoadTypes.h"
 #include "model/Numeric.h"
 #include "model/SupplyIndex.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 #include "output/Figures.h"
 
@@ -131,81 +134,128 @@ std::wstring BalanceStep(const GroupPhases& g, CalcRules rules)
     return text;
 }
 
-std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookTransformer& b,
-                                       CalcRules rules)
+/// The fields of one case of a transformer as the book reads them: the
+/// normal figures or the fire case's.
+struct TransformerCaseTexts {
+    const std::wstring& calcP;
+    const std::wstring& calcQ;
+    const std::wstring& calcS;
+    const std::wstring& calcI;
+    const std::wstring& cosBefore;
+    const std::wstring& compCapacity;
+};
+
+TransformerCaseTexts NormalCaseTexts(const CTransformerCalData& t)
 {
-    const bool plain = AddsAsTheyAre(b.phases, rules);
+    return {t.m_strCalcP, t.m_strCalcQ,     t.m_strCalcS,
+            t.m_strCalcI, t.m_strCosBefore, t.m_strCompCapacity};
+}
+
+TransformerCaseTexts FireCaseTexts(const CTransformerCalData& t)
+{
+    return {t.m_strFireCalcP, t.m_strFireCalcQ,     t.m_strFireCalcS,
+            t.m_strFireCalcI, t.m_strFireCosBefore, t.m_strFireCompCapacity};
+}
+
+/// Pc / S2 of a case as its texts read; 0 when S2 is 0.
+double CosAfterActual(const TransformerCaseTexts& c)
+{
+    const double s2 = ParseNumber(c.calcS);
+    return s2 > 1e-8 ? ParseNumber(c.calcP) / s2 : 0.0;
+}
+
+/// The group sums of a case: the members as the case takes them, and what
+/// the transformer's calculation reads of them.
+struct CaseSums {
+    const GroupPhases& phases;
+    const std::wstring& installedSum;
+    const std::wstring& activeSum;
+    const std::wstring& reactiveSum;
+    double reactiveLoad;
+    double cosAfterActual;
+};
+
+/// A case's steps from its group sums to Pc / S2.
+std::vector<BookStep> CaseSteps(const CTransformerCalData& t, const TransformerCaseTexts& c,
+                                const CaseSums& g, CalcRules rules)
+{
+    const bool plain = AddsAsTheyAre(g.phases, rules);
     std::vector<BookStep> s;
-    const double pc = ParseNumber(t.m_strCalcP);
-    const std::wstring qcText = Pw(b.reactiveLoad);
-    s.push_back({L"设备功率", L"ΣPe = " + Pw(b.installedSum) + L" kW"});
-    s.push_back({L"15 % 规则", BalanceStep(b.phases, rules)});
+    const double pc = ParseNumber(c.calcP);
+    const std::wstring qcText = Pw(g.reactiveLoad);
+    s.push_back({L"设备功率", L"ΣPe = " + Pw(g.installedSum) + L" kW"});
+    s.push_back({L"15 % 规则", BalanceStep(g.phases, rules)});
     s.push_back({L"有功功率合计",
-                 GroupSumStep(b.phases, SumField::Active, plain, L"Pjs", b.activeSum, L"kW")});
-    s.push_back({L"无功功率合计", GroupSumStep(b.phases, SumField::Reactive, plain, L"Qjs",
-                                               b.reactiveSum, L"kvar")});
-    s.push_back({L"计算有功功率", L"Pc = K∑p × ΣPjs = " + Fa(t.m_strKp) + L" × " + Pw(b.activeSum) +
-                                      L" = " + Pw(t.m_strCalcP) + L" kW"});
+                 GroupSumStep(g.phases, SumField::Active, plain, L"Pjs", g.activeSum, L"kW")});
+    s.push_back({L"无功功率合计", GroupSumStep(g.phases, SumField::Reactive, plain, L"Qjs",
+                                               g.reactiveSum, L"kvar")});
+    s.push_back({L"计算有功功率", L"Pc = K∑p × ΣPjs = " + Fa(t.m_strKp) + L" × " + Pw(g.activeSum) +
+                                      L" = " + Pw(c.calcP) + L" kW"});
     s.push_back({L"计算无功功率", L"Qc = K∑q × ΣQjs = " + Fa(t.m_strKq) + L" × " +
-                                      Pw(b.reactiveSum) + L" = " + qcText + L" kvar"});
+                                      Pw(g.reactiveSum) + L" = " + qcText + L" kvar"});
     const double alpha = ParseNumber(t.m_strAlpha);
     if (IsNearZero(alpha * pc)) {
-        s.push_back({L"补偿前功率因数", L"α × Pc = " + Fa(t.m_strAlpha) + L" × " +
-                                            Pw(t.m_strCalcP) + L" = 0，取 cosφ1 = " +
-                                            Fa(t.m_strCosBefore)});
+        s.push_back({L"补偿前功率因数", L"α × Pc = " + Fa(t.m_strAlpha) + L" × " + Pw(c.calcP) +
+                                            L" = 0，取 cosφ1 = " + Fa(c.cosBefore)});
     } else {
-        s.push_back({L"补偿前功率因数",
-                     L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (" + Fa(t.m_strBeta) +
-                         L" × " + qcText + L" / (" + Fa(t.m_strAlpha) + L" × " + Pw(t.m_strCalcP) +
-                         L"))²)) = " + Fa(t.m_strCosBefore)});
+        s.push_back(
+            {L"补偿前功率因数", L"cosφ1 = √(1 / (1 + (β × Qc / (α × Pc))²)) = √(1 / (1 + (" +
+                                    Fa(t.m_strBeta) + L" × " + qcText + L" / (" + Fa(t.m_strAlpha) +
+                                    L" × " + Pw(c.calcP) + L"))²)) = " + Fa(c.cosBefore)});
     }
     // tan φ from the stored power factors, as the calculation takes them.
     const auto tanOf = [](const std::wstring& cosText) {
-        const double c = ParseNumber(cosText);
-        return std::tan(std::acos(c));
+        const double v = ParseNumber(cosText);
+        return std::tan(std::acos(v));
     };
-    const double tan1 = tanOf(t.m_strCosBefore);
+    const double tan1 = tanOf(c.cosBefore);
     const double tan2 = tanOf(t.m_strCosAfter);
     // tan φ to 0.0001: a reviewer's product with Pc then lands within 0.1 kvar.
     const auto tanText = [](double value) {
         return std::isfinite(value) ? FormatFixed(value, 4) : std::wstring(L"—");
     };
     const std::wstring targets =
-        L"（cosφ1 = " + Fa(t.m_strCosBefore) + L"，目标 cosφ2 = " + Fa(t.m_strCosAfter) + L"）";
+        L"（cosφ1 = " + Fa(c.cosBefore) + L"，目标 cosφ2 = " + Fa(t.m_strCosAfter) + L"）";
     if (rules == CalcRules::GB51348_2019) {
         // None where the load already reaches the target, as the document holds it.
-        const double cos1 = ParseNumber(t.m_strCosBefore);
-        if (cos1 >= ParseNumber(t.m_strCosAfter) && ParseNumber(t.m_strCompCapacity) == 0) {
-            s.push_back({L"补偿容量", L"cosφ1 = " + Fa(t.m_strCosBefore) + L" 不低于目标 cosφ2 = " +
+        const double cos1 = ParseNumber(c.cosBefore);
+        if (cos1 >= ParseNumber(t.m_strCosAfter) && ParseNumber(c.compCapacity) == 0) {
+            s.push_back({L"补偿容量", L"cosφ1 = " + Fa(c.cosBefore) + L" 不低于目标 cosφ2 = " +
                                           Fa(t.m_strCosAfter) + L"，不需补偿：Qcc = " +
-                                          Pw(t.m_strCompCapacity) + L" kvar"});
+                                          Pw(c.compCapacity) + L" kvar"});
         } else {
             s.push_back({L"补偿容量", L"Qcc = α × Pc × (tanφ1 − tanφ2) = " + Fa(t.m_strAlpha) +
-                                          L" × " + Pw(t.m_strCalcP) + L" × (" + tanText(tan1) +
-                                          L" − " + tanText(tan2) + L") = " +
-                                          Pw(t.m_strCompCapacity) + L" kvar" + targets});
+                                          L" × " + Pw(c.calcP) + L" × (" + tanText(tan1) + L" − " +
+                                          tanText(tan2) + L") = " + Pw(c.compCapacity) + L" kvar" +
+                                          targets});
         }
     } else {
-        s.push_back({L"补偿容量", L"Qcc = Pc × (tanφ1 − tanφ2) = " + Pw(t.m_strCalcP) + L" × (" +
+        s.push_back({L"补偿容量", L"Qcc = Pc × (tanφ1 − tanφ2) = " + Pw(c.calcP) + L" × (" +
                                       tanText(tan1) + L" − " + tanText(tan2) + L") = " +
-                                      Pw(t.m_strCompCapacity) + L" kvar" + targets});
+                                      Pw(c.compCapacity) + L" kvar" + targets});
     }
     std::wstring installed = t.m_strActualCompCapacity;
     if (std::fabs(ParseNumber(installed)) < 1e-9) {
-        installed = Shown(t.m_strCompCapacity);
+        installed = Shown(c.compCapacity);
         s.push_back(
             {L"实际补偿容量", L"未填或为 0，按补偿容量取 Qb = Qcc = " + Pw(installed) + L" kvar"});
     } else {
         s.push_back({L"实际补偿容量", L"Qb = " + Pw(installed) + L" kvar"});
     }
     s.push_back({L"补偿后无功功率", L"Q2 = Qc − Qb = " + qcText + L" − " + Pw(installed) + L" = " +
-                                        Pw(t.m_strCalcQ) + L" kvar"});
-    s.push_back({L"补偿后视在功率", L"S2 = √(Pc² + Q2²) = √(" + Pw(t.m_strCalcP) + L"² + " +
-                                        Pw(t.m_strCalcQ) + L"²) = " + Pw(t.m_strCalcS) + L" kV·A"});
-    s.push_back({L"补偿后计算电流", L"I2 = S2 / (√3 × 0.38) = " + Pw(t.m_strCalcS) +
-                                        L" / (√3 × 0.38) = " + Cu(t.m_strCalcI) + L" A"});
-    s.push_back({L"补偿后功率因数", L"cosφ2' = Pc / S2 = " + Pw(t.m_strCalcP) + L" / " +
-                                        Pw(t.m_strCalcS) + L" = " + Fa(b.cosAfterActual)});
+                                        Pw(c.calcQ) + L" kvar"});
+    s.push_back({L"补偿后视在功率", L"S2 = √(Pc² + Q2²) = √(" + Pw(c.calcP) + L"² + " +
+                                        Pw(c.calcQ) + L"²) = " + Pw(c.calcS) + L" kV·A"});
+    s.push_back({L"补偿后计算电流", L"I2 = S2 / (√3 × 0.38) = " + Pw(c.calcS) +
+                                        L" / (√3 × 0.38) = " + Cu(c.calcI) + L" A"});
+    s.push_back({L"补偿后功率因数", L"cosφ2' = Pc / S2 = " + Pw(c.calcP) + L" / " + Pw(c.calcS) +
+                                        L" = " + Fa(g.cosAfterActual)});
+    return s;
+}
+
+/// The rated capacity from one case's S2 (a document without fire roles).
+void NormalSizing(const CTransformerCalData& t, std::vector<BookStep>& s)
+{
     const double s2 = ParseNumber(t.m_strCalcS);
     const double rate = ParseNumber(t.m_strLoadRate);
     const double needed = IsNearZero(rate) ? 0.0 : s2 / rate;
@@ -218,8 +268,53 @@ std::vector<BookStep> TransformerSteps(const CTransformerCalData& t, const BookT
         s.push_back({L"额定容量", L"Se = 标准容量系列中第一个大于 " + Pw(needed) + L" 的值 = " +
                                       Se(t.m_strRatedCapacity) + L" kV·A"});
     }
-    s.push_back({L"实际负载率", L"S2 / Se = " + Pw(t.m_strCalcS) + L" / " +
-                                    Se(t.m_strRatedCapacity) + L" = " + Pc(t.m_strActualLoadRate)});
+    if (ParseNumber(t.m_strRatedCapacity) > 1e-8) {
+        s.push_back({L"实际负载率", L"S2 / Se = " + Pw(t.m_strCalcS) + L" / " +
+                                        Se(t.m_strRatedCapacity) + L" = " +
+                                        Pc(t.m_strActualLoadRate)});
+    } else {
+        s.push_back({L"实际负载率", L"没有额定容量，记为 " + Pc(t.m_strActualLoadRate)});
+    }
+}
+
+/// The rated capacity from the larger S2 of both cases, each case's load
+/// rate on it, and the governing case, from the record's texts.
+std::vector<BookStep> FireSizing(const CTransformerCalData& t)
+{
+    std::vector<BookStep> s;
+    const double normal = ParseNumber(t.m_strCalcS);
+    const double fire = ParseNumber(t.m_strFireCalcS);
+    // As the calculation takes it: a case that is not a number leaves no capacity.
+    const double larger =
+        std::isnan(normal) || std::isnan(fire) ? std::nan("") : std::max(normal, fire);
+    const double rate = ParseNumber(t.m_strLoadRate);
+    const double needed = IsNearZero(rate) ? 0.0 : larger / rate;
+    s.push_back({L"所需容量", L"S = max(S2正常, S2火灾) / 预计负荷率 = max(" + Pw(t.m_strCalcS) +
+                                  L", " + Pw(t.m_strFireCalcS) + L") / " + Pc(t.m_strLoadRate) +
+                                  L" = " + Pw(needed) + L" kV·A"});
+    if (ParseNumber(t.m_strRatedCapacity) == 0) {
+        s.push_back({L"额定容量", L"标准容量系列中没有大于 " + Pw(needed) +
+                                      L" kV·A 的值，额定容量记为 " + Shown(t.m_strRatedCapacity)});
+    } else {
+        s.push_back({L"额定容量", L"Se = 标准容量系列中第一个大于 " + Pw(needed) + L" 的值 = " +
+                                      Se(t.m_strRatedCapacity) + L" kV·A"});
+    }
+    if (ParseNumber(t.m_strRatedCapacity) > 1e-8) {
+        s.push_back({L"实际负载率", L"正常工况 S2正常 / Se = " + Pw(t.m_strCalcS) + L" / " +
+                                        Se(t.m_strRatedCapacity) + L" = " +
+                                        Pc(t.m_strActualLoadRate)});
+        s.push_back({L"火灾负载率", L"火灾工况 S2火灾 / Se = " + Pw(t.m_strFireCalcS) + L" / " +
+                                        Se(t.m_strRatedCapacity) + L" = " +
+                                        Pc(t.m_strFireLoadRate)});
+    } else {
+        s.push_back({L"实际负载率", L"没有额定容量，记为 " + Pc(t.m_strActualLoadRate)});
+        s.push_back({L"火灾负载率", L"没有额定容量，记为 " + Pc(t.m_strFireLoadRate)});
+    }
+    // The comparison as the figures read; the case as the record names it.
+    s.push_back(
+        {L"取值工况", t.m_strGoverningCase + L"：S2火灾 = " + Pw(t.m_strFireCalcS) +
+                          (fire > normal ? L" kV·A 大于 S2正常 = " : L" kV·A 不大于 S2正常 = ") +
+                          Pw(t.m_strCalcS) + L" kV·A"});
     return s;
 }
 
@@ -236,9 +331,18 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
                                                  index, CTransformerCalData::kActualLoadRate) &&
                              IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer,
                                                  index, CTransformerCalData::kRatedCapacity);
-    checks.push_back({L"负载率不高于 85 %", t.m_strName,
-                      L"实际负载率 " + Percent(t.m_strActualLoadRate),
-                      rateTrusted && loadRate <= kLoadRateLimit});
+    std::wstring rateFinding = L"实际负载率 " + Percent(t.m_strActualLoadRate);
+    bool rateMet = rateTrusted && loadRate <= kLoadRateLimit;
+    if (b.fire) {
+        // The fire case runs on the same transformer: its load rate is held
+        // to the same limit.
+        rateFinding += L"；火灾负载率 " + Percent(t.m_strFireLoadRate);
+        rateMet = rateMet &&
+                  IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer, index,
+                                      CTransformerCalData::kFireLoadRate) &&
+                  ParseNumber(t.m_strFireLoadRate) <= kLoadRateLimit;
+    }
+    checks.push_back({L"负载率不高于 85 %", t.m_strName, rateFinding, rateMet});
     const double s2 = ParseNumber(t.m_strCalcS);
     std::wstring pf;
     bool pfMet = true;
@@ -284,38 +388,90 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
                       inSeries});
 }
 
-/// A board's steps, from its member sums to its figures as the document holds them.
-std::vector<BookStep> BoardSteps(const CBoardCalData& board, const BookBoard& b, CalcRules rules)
+/// One case of an N−1 load as a finding states it.
+std::wstring ContingencyCaseText(const ContingencyCase& c)
+{
+    return L"Pc = " + Pw(c.active) + L" kW，补偿 " + Pw(c.compensation) + L" kvar 后 Q = " +
+           Pw(c.reactive) + L" kvar，S = " + Pw(c.apparent) + L" kV·A";
+}
+
+/// The N−1 check of every transformer that shares first- or second-class
+/// loads (ComputeContingencyLoads): its load when a partner is out against
+/// its rated capacity. A figure that is not finite, or a capacity that is
+/// not a positive number, is never met.
+void AddContingencyChecks(const CLoadCalDocument& doc, const CCheckWarnings& warnings,
+                          std::vector<BookCheck>& checks)
+{
+    for (const CContingencyLoad& c : ComputeContingencyLoads(doc)) {
+        const CTransformerCalData& t = doc.transformers[c.transformer];
+        std::wstring partners;
+        for (int p : c.partners) {
+            partners += (partners.empty() ? L"" : L"、") + doc.transformers[p].m_strName;
+        }
+        std::wstring finding = partners + L" 停运时承担全部一、二级负荷（" +
+                               std::to_wstring(c.circuits) + L" 个回路）：";
+        if (c.fire) {
+            finding += L"正常工况 " + ContingencyCaseText(c.normal) + L"；火灾工况 " +
+                       ContingencyCaseText(*c.fire) + L"；取" +
+                       (c.fireGoverns ? L"火灾工况" : L"正常工况") + L" ";
+        } else {
+            finding += ContingencyCaseText(c.normal) + L"；";
+        }
+        const bool finite =
+            std::isfinite(c.apparent) && std::isfinite(c.capacity) && c.capacity > 0;
+        if (finite) {
+            finding += L"S = " + Pw(c.apparent) + (c.Fits() ? L" kV·A，不大于" : L" kV·A，大于") +
+                       L"额定容量 Se = " + Se(t.m_strRatedCapacity) + L" kV·A（" +
+                       ShowValue(FigureKind::Percent, c.apparent / c.capacity) + L" %）";
+        } else {
+            finding += L"S = " + Pw(c.apparent) + L" kV·A，额定容量 Se = " +
+                       Shown(t.m_strRatedCapacity) + L" kV·A，无法判定";
+        }
+        const bool met = finite && c.Fits() &&
+                         IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer,
+                                             c.transformer, CTransformerCalData::kRatedCapacity);
+        checks.push_back(
+            {L"N−1：一台变压器停运时其余变压器承担一、二级负荷", t.m_strName, finding, met});
+    }
+}
+
+/// A board's steps, from its member sums to its figures as the document
+/// holds them in fields (the normal figures, or the fire case's).
+std::vector<BookStep> BoardSteps(const CBoardCalData& board, const GroupPhases& phases,
+                                 const std::wstring& installedSum, const std::wstring& activeSum,
+                                 const std::wstring& reactiveSum, const BoardOutputFields& fields,
+                                 CalcRules rules)
 {
     std::vector<BookStep> s;
     const bool threePhase = IsThreePhaseBoard(board);
-    const bool plain = !threePhase || AddsAsTheyAre(b.phases, rules);
-    s.push_back({L"设备功率", L"ΣPe = " + Pw(b.installedSum) + L" kW"});
-    s.push_back({L"15 % 规则", threePhase ? BalanceStep(b.phases, rules)
+    const bool plain = !threePhase || AddsAsTheyAre(phases, rules);
+    const std::wstring& p = board.*fields.active;
+    const std::wstring& q = board.*fields.reactive;
+    const std::wstring& apparent = board.*fields.apparent;
+    s.push_back({L"设备功率", L"ΣPe = " + Pw(installedSum) + L" kW"});
+    s.push_back({L"15 % 规则", threePhase ? BalanceStep(phases, rules)
                                           : std::wstring(L"单相配电箱只接一相，所接负荷直接相加")});
-    s.push_back({L"有功功率合计",
-                 GroupSumStep(b.phases, SumField::Active, plain, L"Pjs", b.activeSum, L"kW")});
-    s.push_back({L"无功功率合计", GroupSumStep(b.phases, SumField::Reactive, plain, L"Qjs",
-                                               b.reactiveSum, L"kvar")});
+    s.push_back(
+        {L"有功功率合计", GroupSumStep(phases, SumField::Active, plain, L"Pjs", activeSum, L"kW")});
+    s.push_back({L"无功功率合计",
+                 GroupSumStep(phases, SumField::Reactive, plain, L"Qjs", reactiveSum, L"kvar")});
     s.push_back({L"计算有功功率", L"Pjs = K∑p × ΣPjs = " + Fa(board.m_strKp) + L" × " +
-                                      Pw(b.activeSum) + L" = " + Pw(board.m_strCalcP) + L" kW"});
+                                      Pw(activeSum) + L" = " + Pw(p) + L" kW"});
     s.push_back({L"计算无功功率", L"Qjs = K∑q × ΣQjs = " + Fa(board.m_strKq) + L" × " +
-                                      Pw(b.reactiveSum) + L" = " + Pw(board.m_strCalcQ) +
-                                      L" kvar"});
-    s.push_back({L"视在功率", L"Sjs = √(Pjs² + Qjs²) = √(" + Pw(board.m_strCalcP) + L"² + " +
-                                  Pw(board.m_strCalcQ) + L"²) = " + Pw(board.m_strCalcS) +
-                                  L" kV·A"});
-    if (ParseNumber(board.m_strCalcS) == 0) {
-        s.push_back({L"功率因数", L"Sjs = 0，取 cosφ = " + Fa(board.m_strPowerFactor)});
+                                      Pw(reactiveSum) + L" = " + Pw(q) + L" kvar"});
+    s.push_back({L"视在功率", L"Sjs = √(Pjs² + Qjs²) = √(" + Pw(p) + L"² + " + Pw(q) + L"²) = " +
+                                  Pw(apparent) + L" kV·A"});
+    if (ParseNumber(apparent) == 0) {
+        s.push_back({L"功率因数", L"Sjs = 0，取 cosφ = " + Fa(board.*fields.powerFactor)});
     } else {
-        s.push_back({L"功率因数", L"cosφ = Pjs / Sjs = " + Pw(board.m_strCalcP) + L" / " +
-                                      Pw(board.m_strCalcS) + L" = " + Fa(board.m_strPowerFactor)});
+        s.push_back({L"功率因数", L"cosφ = Pjs / Sjs = " + Pw(p) + L" / " + Pw(apparent) + L" = " +
+                                      Fa(board.*fields.powerFactor)});
     }
     const std::wstring divisor = !threePhase                        ? L"0.22"
                                  : rules == CalcRules::GB51348_2019 ? L"(√3 × 0.38)"
                                                                     : L"(1.732 × 0.38)";
-    s.push_back({L"计算电流", L"Ijs = Sjs / " + divisor + L" = " + Pw(board.m_strCalcS) + L" / " +
-                                  divisor + L" = " + Cu(board.m_strCalcI) + L" A"});
+    s.push_back({L"计算电流", L"Ijs = Sjs / " + divisor + L" = " + Pw(apparent) + L" / " + divisor +
+                                  L" = " + Cu(board.*fields.current) + L" A"});
     return s;
 }
 
@@ -338,10 +494,32 @@ BookTransformer TransformerOf(const CLoadCalDocument& doc, const CSupplyIndex& i
     for (int k = 0; k < 3; ++k) {
         b.phaseCurrents[k] = b.phases.current[k] + b.phases.threePhaseCurrent;
     }
-    const double s2 = ParseNumber(t.m_strCalcS);
-    b.cosAfterActual = s2 > 1e-8 ? ParseNumber(t.m_strCalcP) / s2 : 0.0;
+    b.cosAfterActual = CosAfterActual(NormalCaseTexts(t));
+    if (index.HasFireCase()) {
+        BookTransformerFire f;
+        f.phases = index.TransformerFireMembers(m);
+        f.installedSum = FormatG(f.phases.Sum(SumField::Installed, doc.rules));
+        f.activeSum = FormatG(f.phases.Sum(SumField::Active, doc.rules));
+        f.reactiveSum = FormatG(f.phases.Sum(SumField::Reactive, doc.rules));
+        f.reactiveLoad = ParseNumber(f.reactiveSum) * ParseNumber(t.m_strKq);
+        f.cosAfterActual = CosAfterActual(FireCaseTexts(t));
+        b.fire = std::move(f);
+    }
     if (steps) {
-        b.steps = TransformerSteps(t, b, doc.rules);
+        b.steps = CaseSteps(t, NormalCaseTexts(t),
+                            {b.phases, b.installedSum, b.activeSum, b.reactiveSum, b.reactiveLoad,
+                             b.cosAfterActual},
+                            doc.rules);
+        if (b.fire) {
+            BookTransformerFire& f = *b.fire;
+            f.steps = CaseSteps(t, FireCaseTexts(t),
+                                {f.phases, f.installedSum, f.activeSum, f.reactiveSum,
+                                 f.reactiveLoad, f.cosAfterActual},
+                                doc.rules);
+            b.sizing = FireSizing(t);
+        } else {
+            NormalSizing(t, b.steps);
+        }
     }
     return b;
 }
@@ -381,7 +559,25 @@ BookBoard BoardOf(const CLoadCalDocument& doc, const CSupplyIndex& index, int bo
     b.installedSum = FormatG(BoardGroupSum(record, b.phases, SumField::Installed, doc.rules));
     b.activeSum = FormatG(BoardGroupSum(record, b.phases, SumField::Active, doc.rules));
     b.reactiveSum = FormatG(BoardGroupSum(record, b.phases, SumField::Reactive, doc.rules));
-    b.steps = BoardSteps(record, b, doc.rules);
+    b.steps = BoardSteps(record, b.phases, b.installedSum, b.activeSum, b.reactiveSum,
+                         kBoardFigureFields, doc.rules);
+    if (index.HasFireCase()) {
+        BookBoardFire f;
+        f.phases = index.BoardFireMembers(board);
+        f.installedSum = FormatG(BoardGroupSum(record, f.phases, SumField::Installed, doc.rules));
+        f.activeSum = FormatG(BoardGroupSum(record, f.phases, SumField::Active, doc.rules));
+        f.reactiveSum = FormatG(BoardGroupSum(record, f.phases, SumField::Reactive, doc.rules));
+        f.steps = BoardSteps(record, f.phases, f.installedSum, f.activeSum, f.reactiveSum,
+                             kBoardFireFields, doc.rules);
+        b.fire = std::move(f);
+        // The comparison as the figures read; the case as the record names it.
+        const bool larger = ParseNumber(record.m_strFireCalcS) > ParseNumber(record.m_strCalcS);
+        b.governing = {
+            L"取值工况",
+            record.m_strGoverningCase + L"：火灾工况 Sjs = " + Pw(record.m_strFireCalcS) +
+                (larger ? L" kV·A 大于正常工况 Sjs = " : L" kV·A 不大于正常工况 Sjs = ") +
+                Pw(record.m_strCalcS) + L" kV·A"};
+    }
     return b;
 }
 
@@ -448,6 +644,82 @@ std::vector<BookBoard> BoardsInTreeOrder(const CLoadCalDocument& doc, const CSup
     return out;
 }
 
+std::wstring Range(double low, double high)
+{
+    return low == high ? FormatG(low) : FormatG(low) + L"–" + FormatG(high);
+}
+
+/// Where a found type's figures come from, as a table's note cites it: the
+/// source with its edition and the note of a secondary summary.
+std::wstring ShortSource(const CLoadType& type)
+{
+    if (Trim(type.source).empty()) {
+        return type.Citation();  // the table alone, or "用户自定义"
+    }
+    return type.source + (type.secondary ? std::wstring(texts::kSecondarySourceNote) : L"");
+}
+
+/// The library rows the circuits name and, by circuit, its source.
+void AddTypeSources(const CLoadCalDocument& doc, const CLoadTypeLibrary* library, BookContent& book)
+{
+    book.typeSources.assign(static_cast<size_t>(doc.loads.GetSize()), std::wstring());
+    std::vector<std::pair<std::wstring, const void*>> keys;  // type key, tier
+    for (int i = 0; i < doc.loads.GetSize(); ++i) {
+        const CLoadCalData& c = doc.loads[i];
+        if (Trim(c.m_strLoadType).empty()) {
+            continue;
+        }
+        BookTypeRow row;
+        const CTypeFigures figures =
+            library ? FiguresForCircuit(c, *library)
+                    : CTypeFigures{TypeLookup::UnknownType, nullptr, nullptr, {}, {}, {}};
+        const CLoadType* type = figures.type;
+        const void* tier = figures.tier;
+        if (!type) {
+            row.name = Trim(c.m_strLoadType);
+            row.known = false;
+            row.scale = row.kxRange = row.kx = row.cos = L"—";
+            row.source = library ? L"不在负荷类型库中，Kx、cosφ 按填写值"
+                                 : L"未查负荷类型库，Kx、cosφ 按填写值";
+            book.typeSources[static_cast<size_t>(i)] = row.source;
+        } else {
+            row.name = type->name;
+            row.scale = type->scale;
+            if (figures.tier) {
+                row.scale += L"：" + figures.tier->label;
+                row.kxRange = Range(figures.tier->kxMin, figures.tier->kxMax);
+                row.kx = FormatG(figures.tier->kx);
+            } else if (type->IsTiered()) {
+                row.scale += L"（数量不在表列各档内）";
+                row.kxRange = Range(type->kxMin, type->kxMax);
+                row.kx = std::wstring(texts::kByTier);
+            } else {
+                row.kxRange = Range(type->kxMin, type->kxMax);
+                row.kx = FormatG(type->kx);
+            }
+            if (type->cos) {
+                const std::optional<double> tan = type->Tan();
+                row.cos = FormatG(*type->cos) +
+                          (tan ? L"（tanφ " + FormatFixed(*tan, 2) + L"）" : std::wstring());
+            } else {
+                row.cos = L"—";
+            }
+            row.source = type->Citation();
+            row.origin = std::wstring(OriginName(type->origin));
+            book.typeSources[static_cast<size_t>(i)] = ShortSource(*type);
+        }
+        const std::pair<std::wstring, const void*> key = {LoadTypeKey(row.name), tier};
+        const auto at = std::find(keys.begin(), keys.end(), key);
+        if (at != keys.end()) {
+            ++book.types[static_cast<size_t>(at - keys.begin())].circuits;
+            continue;
+        }
+        row.circuits = 1;
+        keys.push_back(key);
+        book.types.push_back(std::move(row));
+    }
+}
+
 }  // namespace
 
 std::vector<std::wstring> NonNumericCells(const CLoadArray& loads,
@@ -484,19 +756,22 @@ std::vector<std::wstring> NonNumericCells(const CLoadArray& loads,
     return found;
 }
 
-BookContent BuildBookContent(const CLoadCalDocument& doc)
+BookContent BuildBookContent(const CLoadCalDocument& doc, const CLoadTypeLibrary* library)
 {
     BookContent book;
     book.rules = doc.rules;
-    const CCheckWarnings warnings = CheckDocument(doc);
+    const CCheckWarnings warnings = CheckDocument(doc, library);
+    AddTypeSources(doc, library, book);
     CSupplyIndex index(doc);
     index.ReadBoardFigures(doc.boards);
+    book.fire = index.HasFireCase();
     book.totals = index.Totals();
     for (int m = 0; m < doc.transformers.GetSize(); ++m) {
         BookTransformer b = TransformerOf(doc, index, m, true);
         AddTransformerChecks(doc.transformers[m], b, m, doc.rules, warnings, book.checks);
         book.transformers.push_back(std::move(b));
     }
+    AddContingencyChecks(doc, warnings, book.checks);
     if (!doc.boards.IsEmpty()) {
         book.boards = BoardsInTreeOrder(doc, index);
     }

@@ -6,6 +6,7 @@
 
 #include "model/Calculation.h"
 #include "model/Document.h"
+#include "model/LoadTypes.h"
 #include "model/Records.h"
 
 namespace loadcal {
@@ -16,6 +17,21 @@ namespace loadcal {
 struct BookStep {
     std::wstring label;
     std::wstring text;
+};
+
+/// A transformer's fire case as the book shows it (a document with fire
+/// roles): the members as the fire case takes them (the circuits shed in a
+/// fire left out, the fire-only ones in, each board with its fire figures),
+/// the parts of its group sums, Qc, Pc / S2 and the steps, from the fire
+/// fields of the record.
+struct BookTransformerFire {
+    GroupPhases phases;
+    std::wstring installedSum;  ///< ΣPe, kW, "%G"
+    std::wstring activeSum;     ///< ΣPjs with the 15 % rule, kW, "%G"
+    std::wstring reactiveSum;   ///< ΣQjs with the 15 % rule, kvar, "%G"
+    double reactiveLoad = 0;    ///< Qc = K∑q × ΣQjs, kvar, as the calculation takes it
+    double cosAfterActual = 0;  ///< Pc / S2 from the fire fields; 0 when S2 is 0
+    std::vector<BookStep> steps;
 };
 
 /// What the book shows of one transformer: the circuits and the boards that
@@ -35,6 +51,22 @@ struct BookTransformer {
     double reactiveLoad = 0;    ///< Qc = K∑q × ΣQjs, kvar, as the calculation takes it
     double phaseCurrents[3] = {0, 0, 0};
     double cosAfterActual = 0;  ///< Pc / S2 from the document's texts; 0 when S2 is 0
+    /// The normal case's steps; without fire roles they end with the rated
+    /// capacity and the load rate, with fire roles at Pc / S2 (sizing follows).
+    std::vector<BookStep> steps;
+    std::optional<BookTransformerFire> fire;  ///< a document with fire roles only
+    /// With fire roles: the rated capacity from the larger S2 of both cases,
+    /// the load rate of each case and the governing case.
+    std::vector<BookStep> sizing;
+};
+
+/// A board's fire case as the book shows it: its members as the fire case
+/// takes them, the parts of its sums and the steps to its fire figures.
+struct BookBoardFire {
+    GroupPhases phases;
+    std::wstring installedSum;  ///< kW, "%G"
+    std::wstring activeSum;     ///< kW, "%G"
+    std::wstring reactiveSum;   ///< kvar, "%G"
     std::vector<BookStep> steps;
 };
 
@@ -57,6 +89,8 @@ struct BookBoard {
     std::wstring activeSum;     ///< ΣPjs, kW, "%G"
     std::wstring reactiveSum;   ///< ΣQjs, kvar, "%G"
     std::vector<BookStep> steps;
+    std::optional<BookBoardFire> fire;  ///< a document with fire roles, not on a cycle
+    BookStep governing;                 ///< with fire roles: which case sizes the feeder
 };
 
 /// One check a reviewer makes, met (满足) or needing attention (需注意).
@@ -77,6 +111,20 @@ struct BookComparison {
     SummaryTotals totals;
 };
 
+/// One row of the load-type library a document used, as the book's
+/// section of sources lists it: a type, or one tier of a tiered type.
+struct BookTypeRow {
+    std::wstring name;     ///< as the library names it; as the circuit wrote it when unknown
+    std::wstring scale;    ///< what the figures apply to, and the tier's label for a tier
+    std::wstring kxRange;  ///< "0.18–0.22", or one figure
+    std::wstring kx;       ///< the typical Kx ("按档" for a tiered type without its tier)
+    std::wstring cos;      ///< "0.8（tanφ 0.75）", or "—" when the type gives none
+    std::wstring source;   ///< the citation (CLoadType::Citation), "用户自定义" without source
+    std::wstring origin;   ///< 内置, 用户 or 用户覆盖
+    int circuits = 0;      ///< circuits naming it (in this tier)
+    bool known = true;     ///< false: the name is not in the library
+};
+
 /// Everything the calculation book says about a document, computed from the
 /// record texts as they stand (nothing is recalculated: the results shown are
 /// the document's own texts; only the intermediate figures the records do
@@ -84,15 +132,27 @@ struct BookComparison {
 /// model's own functions under the document's rule set).
 struct BookContent {
     CalcRules rules = CalcRules::Original;
+    bool fire = false;  ///< the document has fire roles: both cases are shown
     std::vector<BookTransformer> transformers;
     std::vector<BookBoard> boards;  ///< tree order; empty without boards
     std::vector<BookCheck> checks;
     SummaryTotals totals;
     std::optional<BookComparison> comparison;  ///< under the original rules only
+    /// The library rows the circuits name, in the order first named; empty
+    /// when no circuit names a type.
+    std::vector<BookTypeRow> types;
+    /// By circuit: where its Kx and cos φ come from when it names a type (the
+    /// type's source with its edition, and the note of a secondary summary;
+    /// "用户自定义"; or that the name is not in the library); empty without a type.
+    std::vector<std::wstring> typeSources;
 };
 
-/// Builds the book's content of a document.
-BookContent BuildBookContent(const CLoadCalDocument& doc);
+/// Builds the book's content of a document. library: the load-type
+/// library the circuits' types are looked up in (their sources, and the
+/// document checks of their figures); none: the types are listed as not
+/// looked up.
+BookContent BuildBookContent(const CLoadCalDocument& doc,
+                             const CLoadTypeLibrary* library = nullptr);
 /// The same for a document of the two lists alone (no boards, the original rules).
 BookContent BuildBookContent(const CLoadArray& loads, const CTransformerArray& transformers);
 

@@ -8,16 +8,24 @@
 #include <QPainter>
 #include <QPdfWriter>
 
+#include <algorithm>
+#include <array>
 #include <initializer_list>
 #include <iterator>
 #include <map>
 #include <memory>
+#include <numeric>
+#include <optional>
 #include <set>
+#include <type_traits>
 
 #include "document/AtomicFile.h"
+#include "document/LoadTypeFile.h"
+#include "document/RecentFiles.h"
 #include "model/BoardGraph.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/Text.h"
 #include "output/Figures.h"
 #include "output/OutputError.h"
 #include "output/OutputFile.h"
@@ -237,8 +245,33 @@ const QStringList& RuleDifferences()
     return lines;
 }
 
+/// The two cases of a document with fire roles, as the formulas state them.
+QStringList FireCaseLines(bool boards)
+{
+    QStringList lines = {
+        U(u"回路的“消防”栏为“消防”者仅在火灾时运行（消火栓泵、喷淋泵、排烟风机、正压送风机等），"
+          u"为“火灾时切除”者在火灾时由火灾自动报警系统切除（厨房、景观照明等），"
+          u"为空者平时与火灾时均运行。"),
+        U(u"正常工况：计入除“消防”回路以外的全部回路；火灾工况：计入除“火灾时切除”回路以外的全部"
+          u"回路。两种工况各按上述公式") +
+            (boards ? U(u"自下而上逐级计算配电箱，再计算变压器（同时系数、无功补偿）。")
+                    : U(u"计算变压器（同时系数、无功补偿）。")),
+        U(u"实际补偿容量栏有值时两种工况均按该值扣除；为空时各工况按其所需补偿容量扣除。"),
+        U(u"额定容量按两种工况中较大的补偿后视在功率选择：S = max(S2正常, S2火灾) / 预计负荷率，"
+          u"Se 取标准容量系列中第一个大于 S 的值（任一工况的 S2 不是数值时记为 0）。"),
+        U(u"实际负载率 = S2正常 / Se（变压器绝大部分时间在正常工况下运行）；"
+          u"火灾负载率 = S2火灾 / Se。S2火灾大于 S2正常时取值工况为“火灾”，否则为“正常”。"),
+    };
+    if (boards) {
+        lines.push_back(
+            U(u"配电箱的取值工况为计算视在功率 Sjs 较大的工况，据以选择其进线开关与电缆。"));
+    }
+    lines.push_back(U(u"全部负荷总计不分工况，计入全部回路。"));
+    return lines;
+}
+
 void BasisAndFormulas(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocument& doc,
-                      const QString& comparisonSection)
+                      const QString& comparisonSection, bool fire)
 {
     const bool gb = doc.rules == CalcRules::GB51348_2019;
     const bool boards = !doc.boards.IsEmpty();
@@ -373,7 +406,14 @@ void BasisAndFormulas(CBookLayout& book, CSectionNumbers& sections, const CLoadC
           u"800、1000、1250、1600、2000、2500、3150、4000、5000、6300、8000、10000"),
         U(u"实际负载率 = S2 / Se（Se = 0 时为 0）；补偿后实际功率因数 cosφ2' = Pc / S2"),
     });
+    if (fire) {
+        // The capacity is chosen from both cases: the next block says how.
+        transformer[transformer.size() - 3] += U(u"（有火灾工况时按下条取两种工况中较大的 S2）");
+    }
     FormulaBlock(book, blockTitle(QStringLiteral("变压器计算、无功补偿与容量选择")), transformer);
+    if (fire) {
+        FormulaBlock(book, blockTitle(QStringLiteral("正常工况与火灾工况")), FireCaseLines(boards));
+    }
     QStringList totals;
     if (gb) {
         totals.push_back(
@@ -410,9 +450,106 @@ QString Figure(FigureKind kind, const std::wstring& text)
     return Q(ShowFigure(kind, text));
 }
 
-void LoadTable(CBookLayout& book, CSectionNumbers& sections, const CLoadArray& loads,
-               const SummaryTotals& totals, bool boards)
+/// What a table that lists circuits says under it about their load types:
+/// the sources of the types its circuits name, and the section that lists
+/// the library rows.
+struct TypeNotes {
+    const BookContent& content;
+    QString section;  ///< the numeral of the section of sources
+};
+
+/// The note under a table of circuits: the types its circuits name, grouped
+/// by source, and where the rows used are listed; nothing when none names a type.
+template <class Circuits>
+void TypeNote(CBookLayout& book, const CLoadArray& loads, const Circuits& circuits,
+              const TypeNotes& notes)
 {
+    std::vector<std::pair<std::wstring, QStringList>> bySource;
+    for (int i : circuits) {
+        const std::wstring& source = notes.content.typeSources.at(static_cast<size_t>(i));
+        if (source.empty()) {
+            continue;
+        }
+        const QString name = Q(Trim(loads[i].m_strLoadType));
+        auto at = std::find_if(bySource.begin(), bySource.end(),
+                               [&](const auto& entry) { return entry.first == source; });
+        if (at == bySource.end()) {
+            bySource.push_back({source, {}});
+            at = std::prev(bySource.end());
+        }
+        if (!at->second.contains(name)) {
+            at->second.push_back(name);
+        }
+    }
+    if (bySource.empty()) {
+        return;
+    }
+    QString text = QStringLiteral("注：填有负荷类型的回路，需要系数 Kx 与功率因数 cosφ 的出处——");
+    for (size_t k = 0; k < bySource.size(); ++k) {
+        text += (k ? QStringLiteral("；") : QString()) +
+                bySource[k].second.join(QStringLiteral("、")) + QStringLiteral("：") +
+                Q(bySource[k].first);
+    }
+    text += QStringLiteral("。各类型的取值见第%1节。").arg(notes.section);
+    book.Space(60);
+    book.Paragraph(text, CBookLayout::kTableSize);
+}
+
+/// The library rows the document used: each type (or tier) with its scale,
+/// Kx range, typical Kx, cos φ and source.
+void TypeSources(CBookLayout& book, CSectionNumbers& sections, const BookContent& content)
+{
+    book.NewPage(true);
+    book.Heading(sections.Next(QStringLiteral("负荷类型及其出处")), kSectionSize, 1);
+    book.Paragraph(QStringLiteral(
+        "下表列出本计算书中各回路所填负荷类型在负荷类型库中的取值及出处（分档类型列出所用的档）。"
+        "典型 Kx 为出处所给范围的中点（保留两位小数），回路的需要系数未填时按典型 Kx 填入；"
+        "出处给出 cosφ 范围时取其下限。注明“转引自公开摘录，待核对原文”的数值尚待与原图集或"
+        "标准核对；“用户自定义”为用户负荷类型库中未注明出处的类型。"));
+    std::vector<QStringList> rows;
+    for (const BookTypeRow& r : content.types) {
+        rows.push_back({Q(r.name), Q(r.scale), Q(r.kxRange), Q(r.kx), Q(r.cos), Q(r.source),
+                        r.known ? Q(r.origin) : QStringLiteral("—"), QString::number(r.circuits)});
+    }
+    book.Table({{QStringLiteral("负荷类型"), 1.2},
+                {QStringLiteral("适用范围 / 分档"), 2},
+                {QStringLiteral("Kx 范围"), 0.9},
+                {QStringLiteral("典型 Kx"), 0.7},
+                {QStringLiteral("cosφ（tanφ）"), 1},
+                {QStringLiteral("出处"), 5},
+                {QStringLiteral("来源"), 0.6},
+                {QStringLiteral("回路数"), 0.6}},
+               rows, {});
+}
+
+using ExtraFields = std::array<bool, CLoadCalData::kExtraFieldCount>;
+
+/// The columns of the circuit fields beyond the original thirteen that the
+/// document uses, after a table's own.
+void AppendExtraColumns(std::vector<BookColumn>& columns, const ExtraFields& used)
+{
+    constexpr double kWeights[] = {1.3, 0.8, 0.9, 1.3};
+    for (size_t k = 0; k < used.size(); ++k) {
+        if (used[k]) {
+            columns.push_back({Q(kIssuedCircuitExtraColumns[k].header), kWeights[k]});
+        }
+    }
+}
+
+/// A circuit's cells of those columns (empty cells for a row that is not a circuit).
+void AppendExtraCells(QStringList& row, const CLoadCalData* c, const ExtraFields& used)
+{
+    for (size_t k = 0; k < used.size(); ++k) {
+        if (used[k]) {
+            row.push_back(c ? Q(c->AnyFieldAt(kIssuedCircuitExtraColumns[k].field)) : QString());
+        }
+    }
+}
+
+void LoadTable(CBookLayout& book, CSectionNumbers& sections, const CLoadArray& loads,
+               const SummaryTotals& totals, bool boards, const TypeNotes& notes)
+{
+    const ExtraFields used = UsedCircuitExtraFields(loads);
     book.NewPage(true);
     book.Heading(sections.Next(QStringLiteral("负荷计算表")), kSectionSize, 1);
     std::vector<QStringList> rows;
@@ -422,22 +559,67 @@ void LoadTable(CBookLayout& book, CSectionNumbers& sections, const CLoadArray& l
         for (size_t k = 0; k < kLoadColumns.size(); ++k) {
             row.push_back(Figure(kLoadColumnKinds[k], c.FieldAt(kLoadColumns[k].field)));
         }
+        AppendExtraCells(row, &c, used);
         rows.push_back(std::move(row));
     }
-    rows.push_back(
-        {"", QStringLiteral("总计"), "", "", Figure(FigureKind::Power, totals.installed), "", "",
-         Figure(FigureKind::Factor, totals.powerFactor), Figure(FigureKind::Power, totals.active),
-         Figure(FigureKind::Power, totals.reactive), Figure(FigureKind::Power, totals.apparent),
-         Figure(FigureKind::Current, totals.current), ""});
+    QStringList total = {"",
+                         QStringLiteral("总计"),
+                         "",
+                         "",
+                         Figure(FigureKind::Power, totals.installed),
+                         "",
+                         "",
+                         Figure(FigureKind::Factor, totals.powerFactor),
+                         Figure(FigureKind::Power, totals.active),
+                         Figure(FigureKind::Power, totals.reactive),
+                         Figure(FigureKind::Power, totals.apparent),
+                         Figure(FigureKind::Current, totals.current),
+                         ""};
+    AppendExtraCells(total, nullptr, used);
+    rows.push_back(std::move(total));
     std::vector<BookColumn> columns =
         Columns(kIssuedLoadHeaders, {0.8, 0.9, 1.7, 1.1, 1, 1, 1, 1, 1, 1, 1.1, 1, 1.6});
     if (boards) {
         columns.back().title = Q(kIssuedOwnerHeader);  // an owner may be a board
     }
+    AppendExtraColumns(columns, used);
     book.Table(columns, rows, {.shadeLastRow = true});
+    std::vector<int> all(static_cast<size_t>(loads.GetSize()));
+    std::iota(all.begin(), all.end(), 0);
+    TypeNote(book, loads, all, notes);
 }
 
-void BoardTable(CBookLayout& book, CSectionNumbers& sections, const CBoardArray& boards)
+/// A table of the fire case of the boards or the transformers: the name
+/// (and, for transformers, the rated capacity both cases chose), then the
+/// fire columns.
+template <class Record, size_t N>
+void FireTable(CBookLayout& book, const QString& caption, const CArray<Record>& records,
+               std::vector<BookColumn> columns, const std::array<IssuedColumn, N>& fire,
+               bool withCapacity)
+{
+    book.Space(150);
+    book.Reserve(1200);  // the caption stays with its table
+    book.Paragraph(caption, kSubsectionSize);
+    for (const IssuedColumn& c : fire) {
+        columns.push_back({Q(c.header), 1});
+    }
+    std::vector<QStringList> rows;
+    for (const Record& r : records) {
+        QStringList row = {Q(r.m_strName)};
+        if constexpr (std::is_same_v<Record, CTransformerCalData>) {
+            if (withCapacity) {
+                row.push_back(Figure(FigureKind::Capacity, r.m_strRatedCapacity));
+            }
+        }
+        for (const IssuedColumn& c : fire) {
+            row.push_back(Figure(c.kind, r.AnyFieldAt(c.field)));
+        }
+        rows.push_back(std::move(row));
+    }
+    book.Table(columns, rows, {});
+}
+
+void BoardTable(CBookLayout& book, CSectionNumbers& sections, const CBoardArray& boards, bool fire)
 {
     book.Heading(sections.Next(QStringLiteral("配电箱计算表")), kSectionSize, 1);
     std::vector<QStringList> rows;
@@ -450,10 +632,14 @@ void BoardTable(CBookLayout& book, CSectionNumbers& sections, const CBoardArray&
         rows.push_back(std::move(row));
     }
     book.Table(Columns(kIssuedBoardHeaders, {1.3, 1.1, 1, 1, 1, 1, 1, 1.1, 1, 1, 1.8}), rows, {});
+    if (fire) {
+        FireTable(book, QStringLiteral("配电箱火灾工况（取值工况为 Sjs 较大的工况）"), boards,
+                  {{Q(kIssuedBoardHeaders[0]), 1.3}}, kIssuedBoardFireColumns, false);
+    }
 }
 
 void TransformerTable(CBookLayout& book, CSectionNumbers& sections,
-                      const CTransformerArray& transformers)
+                      const CTransformerArray& transformers, bool fire)
 {
     book.Heading(sections.Next(QStringLiteral("变压器计算表")), kSectionSize, 1);
     std::vector<QStringList> rows;
@@ -467,6 +653,12 @@ void TransformerTable(CBookLayout& book, CSectionNumbers& sections,
     }
     book.Table(Columns(kIssuedTransformerHeaders, std::vector<double>(16, 1.0)), rows,
                {.keepTogether = true});
+    if (fire) {
+        FireTable(book, QStringLiteral("变压器火灾工况（额定容量按两种工况中较大的 S2 选择）"),
+                  transformers,
+                  {{Q(kIssuedTransformerHeaders[0]), 1.2}, {Q(kIssuedTransformerHeaders[1]), 1}},
+                  kIssuedTransformerFireColumns, true);
+    }
 }
 
 /// The columns of a group's members (circuits, then boards): the load table's
@@ -483,12 +675,35 @@ std::vector<BookColumn> MemberColumns()
     return columns;
 }
 
-/// A group's member table: its circuits, its boards (name, "配电箱", phase,
-/// ΣPe, cos φ, Pjs, Qjs, Ijs) and the sums under the 15 % rule.
-void MemberTable(CBookLayout& book, const CLoadCalDocument& doc, const std::vector<int>& circuits,
-                 const std::vector<int>& boards, const std::wstring& installedSum,
-                 const std::wstring& activeSum, const std::wstring& reactiveSum)
+/// A sum row of a member table: what it sums and the three sums ("%G").
+struct SumRow {
+    QString label;
+    const std::wstring& installed;
+    const std::wstring& active;
+    const std::wstring& reactive;
+};
+
+/// The sum rows of a group: under the 15 % rule, or per case with fire roles.
+template <class Group>
+std::vector<SumRow> SumRows(const Group& g)
 {
+    if (!g.fire) {
+        return {{QStringLiteral("（按 15 % 规则）"), g.installedSum, g.activeSum, g.reactiveSum}};
+    }
+    return {
+        {QStringLiteral("正常工况"), g.installedSum, g.activeSum, g.reactiveSum},
+        {QStringLiteral("火灾工况"), g.fire->installedSum, g.fire->activeSum, g.fire->reactiveSum}};
+}
+
+/// A group's member table: its circuits (with the circuit fields beyond the
+/// original thirteen the document uses: type, class, fire role), its boards
+/// (name, "配电箱", phase, ΣPe, cos φ, Pjs, Qjs, Ijs) and the sums under the
+/// 15 % rule, of each case with fire roles.
+void MemberTable(CBookLayout& book, const CLoadCalDocument& doc, const std::vector<int>& circuits,
+                 const std::vector<int>& boards, const std::vector<SumRow>& sums,
+                 const TypeNotes& notes)
+{
+    const ExtraFields used = UsedCircuitExtraFields(doc.loads);
     std::vector<QStringList> rows;
     for (int i : circuits) {
         const CLoadCalData& c = doc.loads[i];
@@ -496,23 +711,95 @@ void MemberTable(CBookLayout& book, const CLoadCalDocument& doc, const std::vect
         for (size_t k : kMemberColumns) {
             row.push_back(Figure(kLoadColumnKinds[k], c.FieldAt(kLoadColumns[k].field)));
         }
+        AppendExtraCells(row, &c, used);
         rows.push_back(std::move(row));
     }
     for (int i : boards) {
         const CBoardCalData& b = doc.boards[i];
-        rows.push_back({Q(b.m_strName), "", QStringLiteral("配电箱"), Q(b.m_strPhase),
-                        Figure(FigureKind::Power, b.m_strRatedPower), "",
-                        Figure(FigureKind::Factor, b.m_strPowerFactor),
-                        Figure(FigureKind::Power, b.m_strCalcP),
-                        Figure(FigureKind::Power, b.m_strCalcQ),
-                        Figure(FigureKind::Current, b.m_strCalcI)});
+        QStringList row = {Q(b.m_strName),
+                           "",
+                           QStringLiteral("配电箱"),
+                           Q(b.m_strPhase),
+                           Figure(FigureKind::Power, b.m_strRatedPower),
+                           "",
+                           Figure(FigureKind::Factor, b.m_strPowerFactor),
+                           Figure(FigureKind::Power, b.m_strCalcP),
+                           Figure(FigureKind::Power, b.m_strCalcQ),
+                           Figure(FigureKind::Current, b.m_strCalcI)};
+        AppendExtraCells(row, nullptr, used);
+        rows.push_back(std::move(row));
     }
-    rows.push_back({"", QStringLiteral("合计"), QStringLiteral("（按 15 % 规则）"), "",
-                    Figure(FigureKind::Power, installedSum), "", "",
-                    Figure(FigureKind::Power, activeSum), Figure(FigureKind::Power, reactiveSum),
-                    ""});
-    book.Table(MemberColumns(), rows, {.shadeLastRow = true});
+    for (const SumRow& sum : sums) {
+        QStringList row = {"",
+                           QStringLiteral("合计"),
+                           sum.label,
+                           "",
+                           Figure(FigureKind::Power, sum.installed),
+                           "",
+                           "",
+                           Figure(FigureKind::Power, sum.active),
+                           Figure(FigureKind::Power, sum.reactive),
+                           ""};
+        AppendExtraCells(row, nullptr, used);
+        rows.push_back(std::move(row));
+    }
+    std::vector<BookColumn> columns = MemberColumns();
+    if (std::find(used.begin(), used.end(), true) != used.end()) {
+        columns[3].weight = 1.45;  // the narrower share keeps "L1,L2,L3,N" on one line
+    }
+    AppendExtraColumns(columns, used);
+    book.Table(columns, rows, {.shadeLastRow = true});
+    TypeNote(book, doc.loads, circuits, notes);
 }
+
+/// The member boards' fire figures, which the fire case's sums take
+/// (name, phase, ΣPe, cos φ, Pjs, Qjs, Ijs of the fire case).
+void MemberBoardsInFire(CBookLayout& book, const CLoadCalDocument& doc,
+                        const std::vector<int>& boards)
+{
+    if (boards.empty()) {
+        return;
+    }
+    std::vector<QStringList> rows;
+    for (int i : boards) {
+        const CBoardCalData& b = doc.boards[i];
+        rows.push_back({Q(b.m_strName), Q(b.m_strPhase),
+                        Figure(FigureKind::Power, b.m_strFireRatedPower),
+                        Figure(FigureKind::Factor, b.m_strFirePowerFactor),
+                        Figure(FigureKind::Power, b.m_strFireCalcP),
+                        Figure(FigureKind::Power, b.m_strFireCalcQ),
+                        Figure(FigureKind::Current, b.m_strFireCalcI)});
+    }
+    book.Paragraph(QStringLiteral("所接配电箱按其火灾工况的计算负荷计入："));
+    book.Table({{QStringLiteral("配电箱名称"), 1.3},
+                {QStringLiteral("相位"), 1.1},
+                {QStringLiteral("火灾设备功率 ΣPe (kW)"), 1},
+                {QStringLiteral("火灾功率因数 cosφ"), 1},
+                {QStringLiteral("火灾有功功率 Pjs (kW)"), 1},
+                {QStringLiteral("火灾无功功率 Qjs (kvar)"), 1},
+                {QStringLiteral("火灾计算电流 Ijs (A)"), 1}},
+               rows, {});
+}
+
+void Steps(CBookLayout& book, const std::vector<BookStep>& steps)
+{
+    for (const BookStep& step : steps) {
+        book.LabelledParagraph(Q(step.label), 1250, Q(step.text));
+    }
+}
+
+bool SameSteps(const std::vector<BookStep>& a, const std::vector<BookStep>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](const BookStep& x, const BookStep& y) {
+                          return x.label == y.label && x.text == y.text;
+                      });
+}
+
+/// The heading of the normal case's steps in a document with fire roles.
+const QString kNormalCaseTitle = QStringLiteral("正常工况（不计“消防”回路）：");
+/// The heading of the fire case's steps.
+const QString kFireCaseTitle = QStringLiteral("火灾工况（不计“火灾时切除”回路，计入“消防”回路）：");
 
 QString MembersSentence(const CLoadCalDocument& doc, size_t circuits, size_t boards)
 {
@@ -562,7 +849,7 @@ QString SupplyPath(const CLoadCalDocument& doc, const BookContent& content,
 }
 
 void BoardSections(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocument& doc,
-                   const BookContent& content)
+                   const BookContent& content, const TypeNotes& notes)
 {
     book.NewPage(false);
     book.Heading(sections.Next(QStringLiteral("各配电箱计算")), kSectionSize, 1);
@@ -605,27 +892,97 @@ void BoardSections(CBookLayout& book, CSectionNumbers& sections, const CLoadCalD
                            .arg(Q(board.m_strPhase), Figure(FigureKind::Factor, board.m_strKp),
                                 Figure(FigureKind::Factor, board.m_strKq),
                                 MembersSentence(doc, b.circuits.size(), b.boards.size())));
-        MemberTable(book, doc, b.circuits, b.boards, b.installedSum, b.activeSum, b.reactiveSum);
-        for (const BookStep& step : b.steps) {
-            book.LabelledParagraph(Q(step.label), 1250, Q(step.text));
+        MemberTable(book, doc, b.circuits, b.boards, SumRows(b), notes);
+        if (b.fire) {
+            book.Paragraph(kNormalCaseTitle);
+        }
+        Steps(book, b.steps);
+        if (b.fire) {
+            book.Space(100);
+            if (SameSteps(b.steps, b.fire->steps)) {
+                book.Paragraph(kFireCaseTitle +
+                               QStringLiteral("所计负荷与正常工况相同，各步同上。"));
+            } else {
+                book.Paragraph(kFireCaseTitle);
+                MemberBoardsInFire(book, doc, b.boards);
+                Steps(book, b.fire->steps);
+            }
         }
         book.Space(150);
         std::vector<BookColumn> result;
         QStringList row;
-        for (size_t k = 2; k + 1 < kBoardColumns.size(); ++k) {
-            if (k == 3 || k == 4) {
-                continue;  // K∑p, K∑q stand above
-            }
+        QStringList fireRow;
+        if (b.fire) {
+            result.push_back({QStringLiteral("工况"), 1});
+            row.push_back(QStringLiteral("正常"));
+            fireRow.push_back(QStringLiteral("火灾"));
+        }
+        // ΣPe, Pjs, Qjs, Sjs, cos φ, Ijs in both cases' fields.
+        const std::array<std::pair<size_t, int>, 6> figures = {{
+            {2, CBoardCalData::kFireRatedPower},
+            {5, CBoardCalData::kFireCalcP},
+            {6, CBoardCalData::kFireCalcQ},
+            {7, CBoardCalData::kFireCalcS},
+            {8, CBoardCalData::kFirePowerFactor},
+            {9, CBoardCalData::kFireCalcI},
+        }};
+        for (const auto& [k, fireField] : figures) {
             result.push_back({Q(kIssuedBoardHeaders[k]), 1});
             row.push_back(Figure(kBoardColumnKinds[k], board.FieldAt(kBoardColumns[k].field)));
+            fireRow.push_back(Figure(kBoardColumnKinds[k], board.AnyFieldAt(fireField)));
         }
         book.Paragraph(QStringLiteral("计算结果："));
-        book.Table(result, {row}, {.size = CBookLayout::kBodySize, .keepTogether = true});
+        std::vector<QStringList> rows = {row};
+        if (b.fire) {
+            rows.push_back(fireRow);
+        }
+        book.Table(result, rows, {.size = CBookLayout::kBodySize, .keepTogether = true});
+        if (b.fire) {
+            book.LabelledParagraph(Q(b.governing.label), 1250, Q(b.governing.text));
+        }
     }
 }
 
+/// Both cases of a transformer side by side, as the capacity is chosen from them.
+void CaseTable(CBookLayout& book, const CTransformerCalData& t, const BookTransformer& b)
+{
+    const BookTransformerFire& f = *b.fire;
+    const auto row = [&](const QString& name, const std::wstring& active,
+                         const std::wstring& reactive, const std::wstring& pc, double qc,
+                         const std::wstring& qcc, const std::wstring& q2, const std::wstring& s2,
+                         const std::wstring& i2, const std::wstring& rate) {
+        return QStringList{name,
+                           Figure(FigureKind::Power, active),
+                           Figure(FigureKind::Power, reactive),
+                           Figure(FigureKind::Power, pc),
+                           Q(ShowValue(FigureKind::Power, qc)),
+                           Figure(FigureKind::Power, qcc),
+                           Figure(FigureKind::Power, q2),
+                           Figure(FigureKind::Power, s2),
+                           Figure(FigureKind::Current, i2),
+                           Figure(FigureKind::Percent, rate)};
+    };
+    book.Table(
+        {{QStringLiteral("工况"), 0.8},
+         {QStringLiteral("ΣPjs (kW)"), 1},
+         {QStringLiteral("ΣQjs (kvar)"), 1},
+         {QStringLiteral("Pc (kW)"), 1},
+         {QStringLiteral("Qc (kvar)"), 1},
+         {QStringLiteral("Qcc (kvar)"), 1},
+         {QStringLiteral("Q2 (kvar)"), 1},
+         {QStringLiteral("S2 (kV·A)"), 1},
+         {QStringLiteral("I2 (A)"), 1},
+         {QStringLiteral("负载率 (%)"), 1}},
+        {row(QStringLiteral("正常"), b.activeSum, b.reactiveSum, t.m_strCalcP, b.reactiveLoad,
+             t.m_strCompCapacity, t.m_strCalcQ, t.m_strCalcS, t.m_strCalcI, t.m_strActualLoadRate),
+         row(QStringLiteral("火灾"), f.activeSum, f.reactiveSum, t.m_strFireCalcP, f.reactiveLoad,
+             t.m_strFireCompCapacity, t.m_strFireCalcQ, t.m_strFireCalcS, t.m_strFireCalcI,
+             t.m_strFireLoadRate)},
+        {.keepTogether = true});
+}
+
 void TransformerSections(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocument& doc,
-                         const BookContent& content)
+                         const BookContent& content, const TypeNotes& notes)
 {
     book.NewPage(false);
     book.Heading(sections.Next(QStringLiteral("各变压器计算")), kSectionSize, 1);
@@ -636,19 +993,34 @@ void TransformerSections(CBookLayout& book, CSectionNumbers& sections, const CLo
         book.Heading(QStringLiteral("%1. 变压器 %2").arg(++number).arg(Q(t.m_strName)),
                      kSubsectionSize, 2);
         book.Paragraph(MembersSentence(doc, b.circuits.size(), b.boards.size()));
-        MemberTable(book, doc, b.circuits, b.boards, b.installedSum, b.activeSum, b.reactiveSum);
-        for (const BookStep& step : b.steps) {
-            book.LabelledParagraph(Q(step.label), 1250, Q(step.text));
+        MemberTable(book, doc, b.circuits, b.boards, SumRows(b), notes);
+        if (b.fire) {
+            book.Paragraph(kNormalCaseTitle);
+        }
+        Steps(book, b.steps);
+        if (b.fire) {
+            book.Space(100);
+            book.Paragraph(kFireCaseTitle);
+            MemberBoardsInFire(book, doc, b.boards);
+            Steps(book, b.fire->steps);
+            book.Space(100);
+            book.Reserve(1800);  // the heading stays with its table
+            book.Paragraph(QStringLiteral("额定容量按两种工况中较大的补偿后视在功率选择："));
+            CaseTable(book, t, b);
+            Steps(book, b.sizing);
         }
         book.Space(150);
-        const QString caption =
-            boards ? QStringLiteral(
-                         "变压器 %1 各相电流：单相负荷计入所接的相，三相负荷的电流计入"
-                         "每一相（所接回路与配电箱的计算电流之和，配电箱已计其同时系数；"
-                         "未计变压器的同时系数与补偿）")
-                   : QStringLiteral(
-                         "变压器 %1 各相电流：单相回路计入所接的相，三相回路的电流"
-                         "计入每一相（回路计算电流之和，未计同时系数与补偿）");
+        QString caption = boards
+                              ? QStringLiteral(
+                                    "变压器 %1 各相电流：单相负荷计入所接的相，三相负荷的电流计入"
+                                    "每一相（所接回路与配电箱的计算电流之和，配电箱已计其同时系数；"
+                                    "未计变压器的同时系数与补偿）")
+                              : QStringLiteral(
+                                    "变压器 %1 各相电流：单相回路计入所接的相，三相回路的电流"
+                                    "计入每一相（回路计算电流之和，未计同时系数与补偿）");
+        if (b.fire) {
+            caption.replace(QStringLiteral("各相电流"), QStringLiteral("正常工况各相电流"));
+        }
         book.BarChart(caption.arg(Q(t.m_strName)), QStringLiteral("电流 I (A)"),
                       {QStringLiteral("L1"), QStringLiteral("L2"), QStringLiteral("L3")},
                       {b.phaseCurrents[0], b.phaseCurrents[1], b.phaseCurrents[2]}, 3200, 1100);
@@ -727,34 +1099,42 @@ void Comparison(CBookLayout& book, CSectionNumbers& sections, const CLoadCalDocu
         const CTransformerCalData& ta = doc.transformers[a.index];
         const CTransformerCalData& tb = other.document.transformers[b.index];
         book.Space(100);
-        book.Reserve(kComparisonHeight);  // the caption stays with its table
+        // The caption stays with its table.
+        book.Reserve(content.fire ? kComparisonHeight * 1.3 : kComparisonHeight);
         book.Paragraph(QStringLiteral("变压器 %1").arg(Q(ta.m_strName)), kSubsectionSize);
-        book.Table(columns,
-                   {
-                       CompareRow(QStringLiteral("有功功率合计 ΣPjs (kW)"), FigureKind::Power,
-                                  a.activeSum, b.activeSum),
-                       CompareRow(QStringLiteral("无功功率合计 ΣQjs (kvar)"), FigureKind::Power,
-                                  a.reactiveSum, b.reactiveSum),
-                       CompareRow(QStringLiteral("计算有功功率 Pc (kW)"), FigureKind::Power,
-                                  ta.m_strCalcP, tb.m_strCalcP),
-                       CompareRow(QStringLiteral("计算无功功率 Qc (kvar)"), FigureKind::Power,
-                                  FormatG(a.reactiveLoad), FormatG(b.reactiveLoad)),
-                       CompareRow(QStringLiteral("补偿前功率因数 cosφ1"), FigureKind::Factor,
-                                  ta.m_strCosBefore, tb.m_strCosBefore),
-                       CompareRow(QStringLiteral("补偿容量 Qcc (kvar)"), FigureKind::Power,
-                                  ta.m_strCompCapacity, tb.m_strCompCapacity),
-                       CompareRow(QStringLiteral("补偿后无功 Q2 (kvar)"), FigureKind::Power,
-                                  ta.m_strCalcQ, tb.m_strCalcQ),
-                       CompareRow(QStringLiteral("补偿后视在功率 S2 (kV·A)"), FigureKind::Power,
-                                  ta.m_strCalcS, tb.m_strCalcS),
-                       CompareRow(QStringLiteral("补偿后电流 I2 (A)"), FigureKind::Current,
-                                  ta.m_strCalcI, tb.m_strCalcI),
-                       CompareRow(QStringLiteral("额定容量 Se (kV·A)"), FigureKind::Capacity,
-                                  ta.m_strRatedCapacity, tb.m_strRatedCapacity),
-                       CompareRow(QStringLiteral("实际负载率 (%)"), FigureKind::Percent,
-                                  ta.m_strActualLoadRate, tb.m_strActualLoadRate),
-                   },
-                   {.size = CBookLayout::kBodySize, .keepTogether = true});
+        std::vector<QStringList> rows = {
+            CompareRow(QStringLiteral("有功功率合计 ΣPjs (kW)"), FigureKind::Power, a.activeSum,
+                       b.activeSum),
+            CompareRow(QStringLiteral("无功功率合计 ΣQjs (kvar)"), FigureKind::Power, a.reactiveSum,
+                       b.reactiveSum),
+            CompareRow(QStringLiteral("计算有功功率 Pc (kW)"), FigureKind::Power, ta.m_strCalcP,
+                       tb.m_strCalcP),
+            CompareRow(QStringLiteral("计算无功功率 Qc (kvar)"), FigureKind::Power,
+                       FormatG(a.reactiveLoad), FormatG(b.reactiveLoad)),
+            CompareRow(QStringLiteral("补偿前功率因数 cosφ1"), FigureKind::Factor,
+                       ta.m_strCosBefore, tb.m_strCosBefore),
+            CompareRow(QStringLiteral("补偿容量 Qcc (kvar)"), FigureKind::Power,
+                       ta.m_strCompCapacity, tb.m_strCompCapacity),
+            CompareRow(QStringLiteral("补偿后无功 Q2 (kvar)"), FigureKind::Power, ta.m_strCalcQ,
+                       tb.m_strCalcQ),
+            CompareRow(QStringLiteral("补偿后视在功率 S2 (kV·A)"), FigureKind::Power, ta.m_strCalcS,
+                       tb.m_strCalcS),
+            CompareRow(QStringLiteral("补偿后电流 I2 (A)"), FigureKind::Current, ta.m_strCalcI,
+                       tb.m_strCalcI),
+            CompareRow(QStringLiteral("额定容量 Se (kV·A)"), FigureKind::Capacity,
+                       ta.m_strRatedCapacity, tb.m_strRatedCapacity),
+            CompareRow(QStringLiteral("实际负载率 (%)"), FigureKind::Percent,
+                       ta.m_strActualLoadRate, tb.m_strActualLoadRate),
+        };
+        if (content.fire) {
+            rows.push_back(CompareRow(QStringLiteral("火灾补偿后视在功率 S2 (kV·A)"),
+                                      FigureKind::Power, ta.m_strFireCalcS, tb.m_strFireCalcS));
+            rows.push_back(CompareRow(QStringLiteral("火灾负载率 (%)"), FigureKind::Percent,
+                                      ta.m_strFireLoadRate, tb.m_strFireLoadRate));
+            rows.push_back({QStringLiteral("取值工况"), Q(ta.m_strGoverningCase),
+                            Q(tb.m_strGoverningCase), QStringLiteral("—")});
+        }
+        book.Table(columns, rows, {.size = CBookLayout::kBodySize, .keepTogether = true});
     }
     book.Space(100);
     book.Reserve(kComparisonHeight * 0.65);
@@ -869,7 +1249,18 @@ std::string RenderCalculationBook(const CLoadCalDocument& doc, const BookInfo& g
     if (info.date.empty()) {
         info.date = QDate::currentDate().toString(Qt::ISODate).toStdWString();
     }
-    const BookContent content = BuildBookContent(doc);
+    // The library the program works with, when the caller has none at hand
+    // and some circuit names a type.
+    std::optional<CLoadTypeLibrary> read;
+    const bool typed = std::any_of(doc.loads.begin(), doc.loads.end(), [](const CLoadCalData& c) {
+        return !Trim(c.m_strLoadType).empty();
+    });
+    if (!info.library && typed) {
+        read = LoadLoadTypeLibrary(UserLoadTypesPath(CLoadCalRecentFiles::DefaultSettingsPath()))
+                   .library;
+        info.library = &*read;
+    }
+    const BookContent content = BuildBookContent(doc, info.library);
     const TitleFacts facts = Facts(info);
     const bool boards = !doc.boards.IsEmpty();
 
@@ -881,21 +1272,27 @@ std::string RenderCalculationBook(const CLoadCalDocument& doc, const BookInfo& g
     // The comparison comes after the basis, the formulas, the tables (two or
     // three), the board pages (with boards), the transformers and the totals.
     const QString comparisonSection = Numeral(boards ? 8 : 6);
-    BasisAndFormulas(body, sections, doc, comparisonSection);
-    LoadTable(body, sections, doc.loads, content.totals, boards);
+    // The sources of the load types come last, after the checks.
+    const QString sourcesSection = Numeral((boards ? 9 : 7) + (content.comparison ? 1 : 0));
+    const TypeNotes notes{content, sourcesSection};
+    BasisAndFormulas(body, sections, doc, comparisonSection, content.fire);
+    LoadTable(body, sections, doc.loads, content.totals, boards, notes);
     if (boards) {
-        BoardTable(body, sections, doc.boards);
+        BoardTable(body, sections, doc.boards, content.fire);
     }
-    TransformerTable(body, sections, doc.transformers);
+    TransformerTable(body, sections, doc.transformers, content.fire);
     if (boards) {
-        BoardSections(body, sections, doc, content);
+        BoardSections(body, sections, doc, content, notes);
     }
-    TransformerSections(body, sections, doc, content);
+    TransformerSections(body, sections, doc, content, notes);
     Totals(body, sections, content.totals, doc.rules);
     if (content.comparison) {
         Comparison(body, sections, doc, content);
     }
     Checks(body, sections, content);
+    if (!content.types.empty()) {
+        TypeSources(body, sections, content);
+    }
     const std::vector<CBookLayout::TocEntry> entries = body.TocEntries();
 
     const auto front = [&](int firstBodyPage) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "model/Document.h"
+#include "model/LoadTypes.h"
 #include "model/ProjectInfo.h"
 
 namespace loadcal {
@@ -14,6 +15,10 @@ struct BookInfo {
     std::wstring project;       ///< the document's name, shown when details has no project name
     std::wstring date;          ///< shown when details has no date; empty: today, as yyyy-mm-dd
     CProjectInfo details = {};  ///< the document's project information (may be empty)
+    /// The load-type library the circuits' types were filled from, which
+    /// the book cites (borrowed); none: the shipped library with the user
+    /// library of the settings folder, read when some circuit names a type.
+    const CLoadTypeLibrary* library = nullptr;
 };
 
 /// The project name of a document: its file name without the extension, or
@@ -33,6 +38,10 @@ std::wstring BookProjectName(const std::wstring& documentPath);
 /// comparison with the document recalculated under GB 51348-2019, the
 /// reviewer's checks, and page numbers "第 n 页 共 m 页". The figures are the
 /// document's texts as they stand, rounded for reading (output/Figures.h);
+/// with fire roles each board and transformer in both cases and the case
+/// that governs; the load types' sources (a note under each table that
+/// lists circuits, and a section of the library rows used); the N−1 check
+/// among the reviewer's checks;
 /// the intermediates are the model's own under the document's rule set;
 /// nothing of the document is recalculated. Needs a Qt GUI application,
 /// which it starts on the offscreen platform when the process has none.

@@ -292,18 +292,15 @@ void AddReport(CLI::App& app, CliRun& run)
             CLoadCalDocument doc = ReadInput(run);
             // Boards on a cycle have no figures to show.
             RefuseBoardCycle(run, doc);
-            if (HasFireRoles(doc)) {
-                // The book does not show the fire case's figures; it would
-                // leave out the case that may govern a transformer.
-                throw DocumentError(run.input +
-                                    ": the calculation book does not show the fire case yet; "
-                                    "nothing was written");
-            }
-            // The book shows figures that follow from the inputs.
-            FillFiguresFromTypes(run, doc);
+            // The book shows figures that follow from the inputs, and cites
+            // the library they were filled from.
+            const std::optional<CLoadTypeLibrary> library = FillFiguresFromTypes(run, doc);
             RecalculateDocument(doc);
             WriteCalculationBook(run.pdf, doc,
-                                 {BookProjectName(FromUtf8(run.input)), {}, doc.project});
+                                 {BookProjectName(FromUtf8(run.input)),
+                                  {},
+                                  doc.project,
+                                  library ? &*library : nullptr});
         };
     });
 }

@@ -13,9 +13,11 @@
 
 #include "document/Archive.h"
 #include "document/JsonDocument.h"
+#include "document/LoadTypeFile.h"
 #include "model/Calculation.h"
 #include "model/Columns.h"
 #include "model/Numeric.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 #include "tests/support/Process.h"
 #include "tests/support/ReferenceCalculation.h"
@@ -235,6 +237,10 @@ TEST_F(Report, TheExamplesBookReadsBackEveryCircuitTransformerFigureAndTotal)
         EXPECT_TRUE(Contains(text.out, part)) << part;
     }
     EXPECT_FALSE(Contains(text.out, "office-building"));
+    // Without fire roles the book has one case: no word of a fire case.
+    for (const char* part : {"火灾", "工况", "消防"}) {
+        EXPECT_FALSE(Contains(text.out, part)) << part;
+    }
     const int pages = PageCount(Path("book.pdf"));
     EXPECT_GE(pages, 7);
     for (int n = 1; n <= pages; ++n) {
@@ -424,18 +430,19 @@ std::string BoardsExample(const char* ext)
     return std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building-boards" + ext;
 }
 
-/// The boards example without its fire roles, recalculated: the book does
-/// not show the fire case yet and refuses a document that has one.
-CLoadCalDocument BoardsExampleWithoutFire()
+/// The boards example, with its fire roles, recalculated.
+CLoadCalDocument BoardsExampleRecalculated()
 {
     CLoadCalDocument doc;
     DocumentFromJson(testsupport::ReadBytes(BoardsExample(".json")), "example", doc);
-    for (CLoadCalData& c : doc.loads) {
-        c.m_strFire.clear();
-    }
     RecalculateDocument(doc);
     return doc;
 }
+
+/// Which circuits and board figures a group sum takes: the normal case
+/// leaves the fire-only circuits out, the fire case the shed ones and
+/// takes the boards' fire figures.
+enum class Case { Normal, Fire };
 
 /// A member of a group as its owner sums it: phase group (0..2 single, 3
 /// three-phase, -1 none), current and figures, read from the printed texts.
@@ -475,11 +482,17 @@ bool Names(const std::wstring& owner, const std::wstring& name)
     return false;
 }
 
-/// The members of the group named name: circuits first, then boards, list order.
-std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& name)
+/// The members of the group named name in a case: circuits first, then
+/// boards, list order.
+std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& name,
+                              Case which = Case::Normal)
 {
+    const bool fire = which == Case::Fire;
     std::vector<Member> out;
     for (const CLoadCalData& c : doc.loads) {
+        if (c.m_strFire == (fire ? L"火灾时切除" : L"消防")) {
+            continue;
+        }
         if (Names(c.m_strTransformer, name)) {
             out.push_back({PhaseOf(c.m_strPhase),
                            Read(c.m_strCalcI),
@@ -489,8 +502,10 @@ std::vector<Member> MembersOf(const CLoadCalDocument& doc, const std::wstring& n
     for (const CBoardCalData& b : doc.boards) {
         if (Names(b.m_strOwner, name)) {
             out.push_back({PhaseOf(b.m_strPhase),
-                           Read(b.m_strCalcI),
-                           {Read(b.m_strCalcP), Read(b.m_strCalcQ), Read(b.m_strRatedPower)}});
+                           Read(fire ? b.m_strFireCalcI : b.m_strCalcI),
+                           {Read(fire ? b.m_strFireCalcP : b.m_strCalcP),
+                            Read(fire ? b.m_strFireCalcQ : b.m_strCalcQ),
+                            Read(fire ? b.m_strFireRatedPower : b.m_strRatedPower)}});
         }
     }
     return out;
@@ -580,9 +595,10 @@ std::map<std::string, int> ContentsPages(const std::string& pdf)
 
 TEST_F(Report, EveryBoardHasItsPageInTreeOrderWithTheFiguresCalcPrintsUnderBothRuleSets)
 {
-    const CLoadCalDocument gb = BoardsExampleWithoutFire();
-    SaveArchiveFile(FromUtf8(Path("gb.LDC")), gb);
-    CLoadCalDocument original = gb;
+    const CLoadCalDocument example = BoardsExampleRecalculated();
+    ASSERT_TRUE(HasFireRoles(example));
+    SaveArchiveFile(FromUtf8(Path("gb.LDC")), example);
+    CLoadCalDocument original = example;
     original.rules = CalcRules::Original;
     testsupport::WriteBytes(folder / "original.json",
                             DocumentToJson(original, ComputeTotals(original)));
@@ -603,6 +619,7 @@ TEST_F(Report, EveryBoardHasItsPageInTreeOrderWithTheFiguresCalcPrintsUnderBothR
 
         int previous = 0;
         int number = 0;
+        int boardsWithTwoCases = 0;
         for (int index : TreeOrder(doc)) {
             const CBoardCalData& b = doc.boards[index];
             const std::string name = ToUtf8(b.m_strName);
@@ -618,35 +635,75 @@ TEST_F(Report, EveryBoardHasItsPageInTreeOrderWithTheFiguresCalcPrintsUnderBothR
             const std::vector<std::string> lines = Lines(text);
             EXPECT_TRUE(Contains(text, heading)) << heading;
 
-            // The result row and the steps with the sums worked out here.
+            // The result rows of both cases and each case's steps with the
+            // sums worked out here from the figures calc printed.
             EXPECT_EQ(
-                CountRows(lines, {Rounded('P', b.m_strRatedPower), Rounded('P', b.m_strCalcP),
-                                  Rounded('P', b.m_strCalcQ), Rounded('P', b.m_strCalcS),
-                                  Rounded('F', b.m_strPowerFactor), Rounded('I', b.m_strCalcI)}),
+                CountRows(lines,
+                          {"正常", Rounded('P', b.m_strRatedPower), Rounded('P', b.m_strCalcP),
+                           Rounded('P', b.m_strCalcQ), Rounded('P', b.m_strCalcS),
+                           Rounded('F', b.m_strPowerFactor), Rounded('I', b.m_strCalcI)}),
                 1)
                 << name;
+            EXPECT_EQ(
+                CountRows(
+                    lines,
+                    {"火灾", Rounded('P', b.m_strFireRatedPower), Rounded('P', b.m_strFireCalcP),
+                     Rounded('P', b.m_strFireCalcQ), Rounded('P', b.m_strFireCalcS),
+                     Rounded('F', b.m_strFirePowerFactor), Rounded('I', b.m_strFireCalcI)}),
+                1)
+                << name;
+            const bool fireLarger = Read(b.m_strFireCalcS) > Read(b.m_strCalcS);
+            EXPECT_EQ(ToUtf8(b.m_strGoverningCase), fireLarger ? "火灾" : "正常") << name;
+            EXPECT_TRUE(Contains(text, "取值工况") &&
+                        Contains(text, ToUtf8(b.m_strGoverningCase) +
+                                           "：火灾工况 Sjs = " + Rounded('P', b.m_strFireCalcS) +
+                                           (fireLarger ? " kV·A 大于" : " kV·A 不大于") +
+                                           "正常工况 Sjs = " + Rounded('P', b.m_strCalcS)))
+                << name << "\n"
+                << text;
             const bool threePhase = b.m_strPhase == L"L1,L2,L3,N";
-            const std::vector<Member> members = MembersOf(doc, b.m_strName);
-            const std::string sumP = SumText(GroupSumOf(members, 0, doc.rules, !threePhase));
-            const std::string sumQ = SumText(GroupSumOf(members, 1, doc.rules, !threePhase));
-            const std::string s = Rounded('P', b.m_strCalcS);
             const std::string divisor = threePhase ? "(" + k + " × 0.38)" : "0.22";
-            for (const std::string& step : {
-                     "Pjs = K∑p × ΣPjs = " + Rounded('F', b.m_strKp) + " × " + sumP + " = " +
-                         Rounded('P', b.m_strCalcP) + " kW",
-                     "Qjs = K∑q × ΣQjs = " + Rounded('F', b.m_strKq) + " × " + sumQ + " = " +
-                         Rounded('P', b.m_strCalcQ) + " kvar",
-                     "Ijs = Sjs / " + divisor + " = " + s + " / " + divisor + " = " +
-                         Rounded('I', b.m_strCalcI) + " A",
-                 }) {
+            const auto steps = [&](Case which) {
+                const bool fire = which == Case::Fire;
+                const std::vector<Member> members = MembersOf(doc, b.m_strName, which);
+                const std::string sumP = SumText(GroupSumOf(members, 0, doc.rules, !threePhase));
+                const std::string sumQ = SumText(GroupSumOf(members, 1, doc.rules, !threePhase));
+                const std::string s = Rounded('P', fire ? b.m_strFireCalcS : b.m_strCalcS);
+                return std::vector<std::string>{
+                    "Pjs = K∑p × ΣPjs = " + Rounded('F', b.m_strKp) + " × " + sumP + " = " +
+                        Rounded('P', fire ? b.m_strFireCalcP : b.m_strCalcP) + " kW",
+                    "Qjs = K∑q × ΣQjs = " + Rounded('F', b.m_strKq) + " × " + sumQ + " = " +
+                        Rounded('P', fire ? b.m_strFireCalcQ : b.m_strCalcQ) + " kvar",
+                    "Ijs = Sjs / " + divisor + " = " + s + " / " + divisor + " = " +
+                        Rounded('I', fire ? b.m_strFireCalcI : b.m_strCalcI) + " A",
+                };
+            };
+            // The fire case's steps stand on the page unless they read as
+            // the normal ones, which the page then says.
+            const std::vector<std::string> normalSteps = steps(Case::Normal);
+            const std::vector<std::string> fireSteps = steps(Case::Fire);
+            std::vector<std::string> expected = normalSteps;
+            if (fireSteps != normalSteps) {
+                expected.insert(expected.end(), fireSteps.begin(), fireSteps.end());
+                ++boardsWithTwoCases;
+            } else {
+                EXPECT_TRUE(Contains(WithoutBlanks(text), "所计负荷与正常工况相同，各步同上"))
+                    << name;
+            }
+            for (const std::string& step : expected) {
                 EXPECT_TRUE(Contains(text, step)) << name << ": " << step << "\n" << text;
             }
-            // Its members: each circuit with ten of its texts, each board in one row.
+            // Its members: each circuit with ten of its texts and its type,
+            // class and fire role, each board in one row.
             for (const CLoadCalData& c : doc.loads) {
                 if (Names(c.m_strTransformer, b.m_strName)) {
                     std::vector<std::string> row;
                     for (size_t col : {0, 1, 2, 3, 4, 6, 7, 8, 9, 11}) {
                         row.push_back(Rounded(kLoadKinds[col], c.FieldAt(kLoadColumns[col].field)));
+                    }
+                    for (const std::wstring* extra :
+                         {&c.m_strLoadType, &c.m_strQuantity, &c.m_strLoadClass, &c.m_strFire}) {
+                        row.push_back(ToUtf8(*extra));
                     }
                     // A long name wraps within its cell, which the extracted
                     // text shows on lines of its own: the row is then the
@@ -674,6 +731,9 @@ TEST_F(Report, EveryBoardHasItsPageInTreeOrderWithTheFiguresCalcPrintsUnderBothR
             }
         }
         EXPECT_EQ(number, doc.boards.GetSize());
+        // The fire boards, the shed kitchen and landscape boards and the
+        // boards above them differ between the cases.
+        EXPECT_GE(boardsWithTwoCases, 4);
 
         // Each transformer's steps take its boards beside its circuits.
         const std::string whole = PageText(pdf, 0);
@@ -699,7 +759,7 @@ TEST_F(Report, EveryBoardHasItsPageInTreeOrderWithTheFiguresCalcPrintsUnderBothR
 
 TEST_F(Report, TheRuleSetInForceIsNamedAndTheFormulasFollowIt)
 {
-    SaveArchiveFile(FromUtf8(Path("gb.LDC")), BoardsExampleWithoutFire());
+    SaveArchiveFile(FromUtf8(Path("gb.LDC")), BoardsExampleRecalculated());
     ASSERT_EQ(Run({"report", Path("gb.LDC"), "--pdf", "gb.pdf"}).status, 0);
     ASSERT_EQ(Run({"report", kExample, "--pdf", "original.pdf"}).status, 0);
     const std::string gb = WithoutBlanks(PageText(Path("gb.pdf"), 0));
@@ -726,7 +786,7 @@ TEST_F(Report, TheRuleSetInForceIsNamedAndTheFormulasFollowIt)
 
 TEST_F(Report, UnderTheOriginalRulesEachTransformerShowsBothSetsOfFigures)
 {
-    CLoadCalDocument boards = BoardsExampleWithoutFire();
+    CLoadCalDocument boards = BoardsExampleRecalculated();
     boards.rules = CalcRules::Original;
     RecalculateDocument(boards);
     SaveArchiveFile(FromUtf8(Path("boards.LDC")), boards);
@@ -793,4 +853,203 @@ TEST_F(Report, UnderTheOriginalRulesEachTransformerShowsBothSetsOfFigures)
                 << ToUtf8(doc.boards[k].m_strName);
         }
     }
+}
+
+TEST_F(Report, EachTransformerShowsBothCasesAndTheLargerS2ChoosesItsCapacity)
+{
+    const auto calc = Run({"calc", BoardsExample(".json"), "--json"});
+    ASSERT_EQ(calc.status, 0) << calc.err;
+    CLoadCalDocument doc;
+    DocumentFromJson(calc.out, "calc", doc);
+    ASSERT_TRUE(HasFireRoles(doc));
+    const auto r = Run({"report", BoardsExample(".json"), "--pdf", "book.pdf"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const std::string text = PageText(Path("book.pdf"), 0);
+    const std::vector<std::string> lines = Lines(text);
+    const double kStandard[] = {30,   50,   63,   80,   100,  125,  160,  200,  250,
+                                315,  400,  500,  630,  800,  1000, 1250, 1600, 2000,
+                                2500, 3150, 4000, 5000, 6300, 8000, 10000};
+    int fireGoverns = 0;
+    for (const CTransformerCalData& t : doc.transformers) {
+        const std::string name = ToUtf8(t.m_strName);
+        // Both cases' steps, with the sums worked out here from the members
+        // each case counts.
+        for (const Case which : {Case::Normal, Case::Fire}) {
+            const bool fire = which == Case::Fire;
+            const std::vector<Member> members = MembersOf(doc, t.m_strName, which);
+            const std::string sumP = SumText(GroupSumOf(members, 0, doc.rules, false));
+            const std::string sumQ = SumText(GroupSumOf(members, 1, doc.rules, false));
+            // Qc as the transformer takes it: the sum as its text reads, times
+            // K∑q, rounded from the product itself.
+            char qcText[32];
+            std::snprintf(
+                qcText, sizeof qcText, "%.2f",
+                Read(FormatG(GroupSumOf(members, 1, doc.rules, false))) * Read(t.m_strKq));
+            const std::string qc = qcText;
+            const std::string pc = Rounded('P', fire ? t.m_strFireCalcP : t.m_strCalcP);
+            const std::string q2 = Rounded('P', fire ? t.m_strFireCalcQ : t.m_strCalcQ);
+            const std::string s2 = Rounded('P', fire ? t.m_strFireCalcS : t.m_strCalcS);
+            const std::string i2 = Rounded('I', fire ? t.m_strFireCalcI : t.m_strCalcI);
+            const std::string qcc =
+                Rounded('P', fire ? t.m_strFireCompCapacity : t.m_strCompCapacity);
+            for (const std::string& step : {
+                     "Pc = K∑p × ΣPjs = " + Rounded('F', t.m_strKp) + " × " + sumP + " = " + pc +
+                         " kW",
+                     "Qc = K∑q × ΣQjs = " + Rounded('F', t.m_strKq) + " × " + sumQ + " = " + qc +
+                         " kvar",
+                     "S2 = √(Pc² + Q2²) = √(" + pc + "² + " + q2 + "²) = " + s2 + " kV·A",
+                     "I2 = S2 / (√3 × 0.38) = " + s2 + " / (√3 × 0.38) = " + i2 + " A",
+                 }) {
+                EXPECT_TRUE(Contains(text, step)) << name << ": " << step;
+            }
+            const std::string rate =
+                Rounded('%', fire ? t.m_strFireLoadRate : t.m_strActualLoadRate);
+            EXPECT_EQ(CountRows(lines, {fire ? "火灾" : "正常", sumP, sumQ, pc, qc, qcc, q2, s2, i2,
+                                        rate}),
+                      1)
+                << name << (fire ? " fire" : " normal");
+        }
+        // The capacity from the larger S2, checked against the standard
+        // series here, and the load rate of each case on it.
+        const double normal = Read(t.m_strCalcS);
+        const double fire = Read(t.m_strFireCalcS);
+        const double needed = std::max(normal, fire) / Read(t.m_strLoadRate);
+        const double* chosen = std::find_if(std::begin(kStandard), std::end(kStandard),
+                                            [&](double c) { return c > needed; });
+        ASSERT_NE(chosen, std::end(kStandard));
+        EXPECT_EQ(Read(t.m_strRatedCapacity), *chosen) << name;
+        EXPECT_EQ(ToUtf8(t.m_strGoverningCase), fire > normal ? "火灾" : "正常") << name;
+        fireGoverns += fire > normal ? 1 : 0;
+        const std::string se = Rounded('C', t.m_strRatedCapacity);
+        const std::string a = Rounded('P', t.m_strCalcS);
+        const std::string b = Rounded('P', t.m_strFireCalcS);
+        for (const std::string& step : {
+                 "S = max(S2正常, S2火灾) / 预计负荷率 = max(" + a + ", " + b + ") / " +
+                     Rounded('%', t.m_strLoadRate) + " % = " + SumText(needed),
+                 "Se = 标准容量系列中第一个大于 " + SumText(needed) + " 的值 = " + se + " kV·A",
+                 "正常工况 S2正常 / Se = " + a + " / " + se + " = " +
+                     Rounded('%', t.m_strActualLoadRate) + " %",
+                 "火灾工况 S2火灾 / Se = " + b + " / " + se + " = " +
+                     Rounded('%', t.m_strFireLoadRate) + " %",
+                 ToUtf8(t.m_strGoverningCase) + "：S2火灾 = " + b +
+                     (fire > normal ? " kV·A 大于 S2正常 = " : " kV·A 不大于 S2正常 = ") + a +
+                     " kV·A",
+             }) {
+            EXPECT_TRUE(Contains(text, step)) << name << ": " << step;
+        }
+        // The fire table beside the transformer table.
+        EXPECT_EQ(
+            CountRows(lines,
+                      {name, se, ToUtf8(t.m_strGoverningCase), Rounded('P', t.m_strFireCalcP),
+                       Rounded('P', t.m_strFireCalcQ), b, Rounded('I', t.m_strFireCalcI),
+                       Rounded('F', t.m_strFireCosBefore), Rounded('P', t.m_strFireCompCapacity),
+                       Rounded('%', t.m_strFireLoadRate)}),
+            1)
+            << name;
+    }
+    // In the example the fire case governs both transformers.
+    EXPECT_EQ(fireGoverns, 2);
+    const std::string plain = WithoutBlanks(text);
+    EXPECT_TRUE(Contains(plain, "正常工况与火灾工况"));
+    EXPECT_TRUE(Contains(plain, "S=max(S2正常,S2火灾)/预计负荷率"));
+    // Each board's fire figures stand in the board table's fire part.
+    for (const CBoardCalData& b : doc.boards) {
+        EXPECT_EQ(CountRows(lines,
+                            {ToUtf8(b.m_strName), ToUtf8(b.m_strGoverningCase),
+                             Rounded('P', b.m_strFireRatedPower), Rounded('P', b.m_strFireCalcP),
+                             Rounded('P', b.m_strFireCalcQ), Rounded('P', b.m_strFireCalcS),
+                             Rounded('F', b.m_strFirePowerFactor), Rounded('I', b.m_strFireCalcI)}),
+                  1)
+            << ToUtf8(b.m_strName);
+    }
+}
+
+TEST_F(Report, TheChecksShowEachTransformersNMinusOneLoadAgainstItsCapacity)
+{
+    ASSERT_EQ(Run({"report", BoardsExample(".json"), "--pdf", "book.pdf"}).status, 0);
+    const CLoadCalDocument doc = BoardsExampleRecalculated();
+    const std::vector<CContingencyLoad> loads = ComputeContingencyLoads(doc);
+    ASSERT_EQ(loads.size(), 2U);  // the lifts, IT room, emergency lighting and fire boards
+    // The checks' page; a table cell's lines read in order without the layout.
+    std::string checks;
+    for (int page = PageCount(Path("book.pdf")); page > 0 && checks.empty(); --page) {
+        std::string raw = testsupport::RunProcess("/usr/bin/pdftotext",
+                                                  {"-f", std::to_string(page), "-l",
+                                                   std::to_string(page), Path("book.pdf"), "-"})
+                              .out;
+        std::erase(raw, '\n');
+        if (Contains(raw, "、审核检查")) {
+            checks = WithoutBlanks(raw);
+        }
+    }
+    ASSERT_FALSE(checks.empty());
+    for (const CContingencyLoad& load : loads) {
+        const CTransformerCalData& t = doc.transformers[load.transformer];
+        ASSERT_TRUE(load.fire.has_value());
+        char expected[512];
+        std::snprintf(expected, sizeof expected,
+                      "%s停运时承担全部一、二级负荷（%d个回路）：正常工况Pc=%.2fkW，补偿%.2fkvar后"
+                      "Q=%.2fkvar，S=%.2fkV·A；火灾工况Pc=%.2fkW，补偿%.2fkvar后Q=%.2fkvar，"
+                      "S=%.2fkV·A；取%s工况S=%.2fkV·A，不大于额定容量Se=%skV·A",
+                      ToUtf8(doc.transformers[load.partners.at(0)].m_strName).c_str(),
+                      load.circuits, load.normal.active, load.normal.compensation,
+                      load.normal.reactive, load.normal.apparent, load.fire->active,
+                      load.fire->compensation, load.fire->reactive, load.fire->apparent,
+                      load.fireGoverns ? "火灾" : "正常", load.apparent,
+                      Rounded('C', t.m_strRatedCapacity).c_str());
+        EXPECT_TRUE(Contains(checks, expected)) << expected << "\n" << checks;
+        EXPECT_EQ(load.circuits, 13);
+        EXPECT_TRUE(load.Fits());
+    }
+    EXPECT_TRUE(Contains(checks, "N−1"));
+}
+
+TEST_F(Report, TheSourcesSectionListsExactlyTheTypesTheCircuitsNameAndEachTableCitesThem)
+{
+    ASSERT_EQ(Run({"report", BoardsExample(".json"), "--pdf", "book.pdf"}).status, 0);
+    const CLoadCalDocument doc = BoardsExampleRecalculated();
+    std::map<std::string, int> used;  // type -> circuits naming it
+    for (const CLoadCalData& c : doc.loads) {
+        if (!c.m_strLoadType.empty()) {
+            ++used[ToUtf8(c.m_strLoadType)];
+        }
+    }
+    ASSERT_EQ(used.size(), 4U);  // fire pumps, sprinkler pumps, smoke and pressurisation fans
+    const int last = PageCount(Path("book.pdf"));
+    const std::vector<std::string> lines = Lines(PageText(Path("book.pdf"), last));
+    const auto heading = std::find_if(lines.begin(), lines.end(), [](const std::string& l) {
+        return Contains(l, "、负荷类型及其出处");
+    });
+    ASSERT_NE(heading, lines.end());
+    // Each row starts with the type's name and its figures, ends with its
+    // origin and the number of circuits naming it; no other type is listed.
+    std::map<std::string, int> listed;
+    for (auto it = heading; it != lines.end(); ++it) {
+        const std::vector<std::string> t = Tokens(*it);
+        if (t.size() >= 4 && used.count(t[0]) && t[t.size() - 2] == "内置") {
+            listed[t[0]] = std::stoi(t.back());
+        }
+    }
+    EXPECT_EQ(listed, used);
+    const std::string section = WithoutBlanks(PageText(Path("book.pdf"), last));
+    EXPECT_TRUE(Contains(section, "04DX101-1《建筑电气常用数据》（2004年版"));
+    EXPECT_TRUE(Contains(section, "转引自公开摘录，待核对原文"));
+    // No row of a type no circuit names.
+    for (auto it = heading; it != lines.end(); ++it) {
+        const std::vector<std::string> t = Tokens(*it);
+        if (!t.empty() && ShippedLoadTypes().Find(FromUtf8(t[0]))) {
+            EXPECT_TRUE(used.count(t[0])) << *it;
+        }
+    }
+    // The load table and the fire boards' pages cite the source under them.
+    const std::string whole = WithoutBlanks(PageText(Path("book.pdf"), 0));
+    size_t notes = 0;
+    for (size_t at = 0; (at = whole.find("注：填有负荷类型的回路", at)) != std::string::npos;
+         ++at) {
+        ++notes;
+    }
+    // The load table, AP-XF and AP-PY, and both transformers' members (none
+    // of which is a typed circuit: boards only) — three tables.
+    EXPECT_EQ(notes, 3U);
+    EXPECT_TRUE(Contains(whole, "消防水泵、喷淋泵：国家建筑标准设计图集04DX101-1"));
 }

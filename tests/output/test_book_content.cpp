@@ -5,8 +5,10 @@
 
 #include <random>
 
+#include "document/LoadTypeFile.h"
 #include "model/Calculation.h"
 #include "model/Numeric.h"
+#include "model/SupplySecurity.h"
 #include "model/Text.h"
 #include "output/Figures.h"
 #include "output/report/BookContent.h"
@@ -407,4 +409,265 @@ TEST(BookBoards, UnderTheOriginalRulesTheComparisonIsTheDocumentRecalculatedUnde
 
     doc.rules = CalcRules::GB51348_2019;
     EXPECT_FALSE(BuildBookContent(doc).comparison.has_value());
+}
+
+TEST(BookFire, WithoutFireRolesThereIsOneCaseEndingWithTheLoadRate)
+{
+    CLoadCalDocument doc;
+    doc.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"50", L"T1"));
+    doc.transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc);
+    EXPECT_FALSE(book.fire);
+    ASSERT_EQ(book.transformers.size(), 1U);
+    const BookTransformer& t = book.transformers[0];
+    EXPECT_FALSE(t.fire.has_value());
+    EXPECT_TRUE(t.sizing.empty());
+    ASSERT_FALSE(t.steps.empty());
+    EXPECT_EQ(t.steps.back().label, L"实际负载率");
+}
+
+TEST(BookFire, TheFireCaseCountsTheFireOnlyCircuitsLeavesTheShedOnesAndTheLargerS2Governs)
+{
+    // 50 kW always, 30 kW shed in a fire, 80 kW of fire pumps: the fire
+    // case (130 kW) is larger than the normal one (80 kW).
+    CLoadCalDocument doc;
+    doc.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"50", L"T1"));
+    CLoadCalData shed = Circuit(L"2", std::wstring(kPhaseThree), L"30", L"T1");
+    shed.m_strFire = std::wstring(kFireShed);
+    doc.loads.Add(shed);
+    CLoadCalData pump = Circuit(L"3", std::wstring(kPhaseThree), L"80", L"T1");
+    pump.m_strFire = std::wstring(kFireOnly);
+    doc.loads.Add(pump);
+    doc.transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(doc);
+    const CTransformerCalData& record = doc.transformers[0];
+    ASSERT_EQ(record.m_strGoverningCase, kGoverningFire);
+
+    const BookContent book = BuildBookContent(doc);
+    ASSERT_TRUE(book.fire);
+    const BookTransformer& t = book.transformers[0];
+    ASSERT_TRUE(t.fire.has_value());
+    EXPECT_EQ(ParseNumber(t.installedSum), 80);
+    EXPECT_EQ(ParseNumber(t.fire->installedSum), 130);
+    // The fire steps end with the fire fields' own figures.
+    bool pc = false;
+    for (const BookStep& s : t.fire->steps) {
+        pc = pc || s.text.ends_with(L" = " + ShowFigure(FigureKind::Power, record.m_strFireCalcP) +
+                                    L" kW");
+    }
+    EXPECT_TRUE(pc);
+    // The sizing names both S2, the capacity and each case's load rate.
+    ASSERT_EQ(t.sizing.size(), 5U);
+    EXPECT_NE(
+        t.sizing[0].text.find(L"max(" + ShowFigure(FigureKind::Power, record.m_strCalcS) + L", " +
+                              ShowFigure(FigureKind::Power, record.m_strFireCalcS) + L")"),
+        std::wstring::npos);
+    EXPECT_NE(t.sizing[1].text.find(L"= " + record.m_strRatedCapacity + L" kV·A"),
+              std::wstring::npos);
+    EXPECT_EQ(t.sizing[4].label, L"取值工况");
+    EXPECT_TRUE(t.sizing[4].text.starts_with(L"火灾：")) << ToUtf8(t.sizing[4].text);
+    EXPECT_NE(t.sizing[4].text.find(L"大于"), std::wstring::npos);
+    // The load-rate check holds the fire load rate to the same limit.
+    const BookCheck& rate = CheckOf(book, L"负载率不高于 85 %", L"T1");
+    EXPECT_NE(rate.finding.find(L"火灾负载率"), std::wstring::npos);
+}
+
+TEST(BookFire, AFireLoadRateAboveTheLimitNeedsAttention)
+{
+    // A transformer sized at an expected load rate of 95 %: fire pumps whose
+    // fire case lands between 85 % and 95 % of the capacity chosen, while
+    // the normal case stays below 85 %.
+    for (int pumps = 10; pumps <= 400; ++pumps) {
+        CLoadCalDocument doc;
+        doc.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"50", L"T1"));
+        CLoadCalData pump = Circuit(L"2", std::wstring(kPhaseThree), std::to_wstring(pumps), L"T1");
+        pump.m_strFire = std::wstring(kFireOnly);
+        doc.loads.Add(pump);
+        CTransformerCalData t = Transformer(L"T1");
+        t.m_strLoadRate = L"0.95";
+        doc.transformers.Add(t);
+        RecalculateDocument(doc);
+        const double fireRate = ParseNumber(doc.transformers[0].m_strFireLoadRate);
+        const double normalRate = ParseNumber(doc.transformers[0].m_strActualLoadRate);
+        if (fireRate > kLoadRateLimit && normalRate <= kLoadRateLimit) {
+            const BookContent book = BuildBookContent(doc);
+            const BookCheck& check = CheckOf(book, L"负载率不高于 85 %", L"T1");
+            EXPECT_FALSE(check.met) << ToUtf8(check.finding);
+            return;
+        }
+    }
+    FAIL() << "no pump power gives a fire load rate above 85 %";
+}
+
+namespace {
+
+/// Two transformers sharing a first-class circuit, each with one of its own.
+CLoadCalDocument SharedFirstClass()
+{
+    CLoadCalDocument doc;
+    CLoadCalData shared = Circuit(L"1", std::wstring(kPhaseThree), L"60", L"T1,T2");
+    shared.m_strLoadClass = L"一级";
+    doc.loads.Add(shared);
+    doc.loads.Add(Circuit(L"2", std::wstring(kPhaseThree), L"200", L"T1"));
+    doc.loads.Add(Circuit(L"3", std::wstring(kPhaseThree), L"100", L"T2"));
+    doc.transformers.Add(Transformer(L"T1"));
+    doc.transformers.Add(Transformer(L"T2"));
+    RecalculateDocument(doc);
+    return doc;
+}
+
+const std::wstring kContingencyItem = L"N−1：一台变压器停运时其余变压器承担一、二级负荷";
+
+}  // namespace
+
+TEST(BookContingency, EachTransformerSharingFirstClassLoadsShowsItsLoadAgainstItsCapacity)
+{
+    const CLoadCalDocument doc = SharedFirstClass();
+    const BookContent book = BuildBookContent(doc);
+    const std::vector<CContingencyLoad> loads = ComputeContingencyLoads(doc);
+    ASSERT_EQ(loads.size(), 2U);
+    for (const CContingencyLoad& load : loads) {
+        const CTransformerCalData& t = doc.transformers[load.transformer];
+        const BookCheck& check = CheckOf(book, kContingencyItem, t.m_strName);
+        EXPECT_TRUE(check.met) << ToUtf8(check.finding);
+        for (const std::wstring& part : {
+                 doc.transformers[load.partners.at(0)].m_strName + L" 停运时",
+                 std::wstring(L"（1 个回路）"),
+                 L"S = " + ShowValue(FigureKind::Power, load.apparent) +
+                     L" kV·A，不大于额定容量 Se = " +
+                     ShowFigure(FigureKind::Capacity, t.m_strRatedCapacity) + L" kV·A",
+                 L"Pc = " + ShowValue(FigureKind::Power, load.normal.active) + L" kW",
+             }) {
+            EXPECT_NE(check.finding.find(part), std::wstring::npos)
+                << ToUtf8(part) << " in " << ToUtf8(check.finding);
+        }
+    }
+}
+
+TEST(BookContingency, ALoadAboveTheCapacityOrNotANumberIsNeverMet)
+{
+    // A capacity typed below the load (the document as it stands).
+    CLoadCalDocument small = SharedFirstClass();
+    small.transformers[0].m_strRatedCapacity = L"30";
+    const BookContent smallBook = BuildBookContent(small);
+    const BookCheck& over = CheckOf(smallBook, kContingencyItem, L"T1");
+    EXPECT_FALSE(over.met);
+    EXPECT_NE(over.finding.find(L"大于额定容量 Se = 30 kV·A"), std::wstring::npos)
+        << ToUtf8(over.finding);
+
+    // A power factor above 1 makes the shared circuit's figures not numbers.
+    CLoadCalDocument nan = SharedFirstClass();
+    nan.loads[0].m_strPowerFactor = L"1.5";
+    RecalculateDocument(nan);
+    const std::vector<CContingencyLoad> loads = ComputeContingencyLoads(nan);
+    ASSERT_FALSE(loads.empty());
+    ASSERT_FALSE(std::isfinite(loads[0].apparent));
+    const BookContent book = BuildBookContent(nan);
+    for (const wchar_t* name : {L"T1", L"T2"}) {
+        const BookCheck& check = CheckOf(book, kContingencyItem, name);
+        EXPECT_FALSE(check.met) << ToUtf8(check.finding);
+        EXPECT_NE(check.finding.find(L"无法判定"), std::wstring::npos) << ToUtf8(check.finding);
+    }
+}
+
+TEST(BookContingency, NoTransformerSharingFirstClassLoadsNoCheck)
+{
+    CLoadCalDocument doc = SharedFirstClass();
+    doc.loads[0].m_strLoadClass = L"三级";
+    const BookContent book = BuildBookContent(doc);
+    for (const BookCheck& c : book.checks) {
+        EXPECT_NE(c.item, kContingencyItem);
+    }
+}
+
+namespace {
+
+CLoadCalData Typed(const std::wstring& no, const std::wstring& type, const std::wstring& quantity)
+{
+    CLoadCalData c = Circuit(no, std::wstring(kPhaseThree), L"10", L"T1");
+    c.m_strLoadType = type;
+    c.m_strQuantity = quantity;
+    return c;
+}
+
+}  // namespace
+
+TEST(BookTypes, TheRowsAreTheLibraryRowsTheCircuitsNameEachOnceWithItsTierAndSource)
+{
+    const CLoadTypeLibrary user = LoadTypesFromJson(
+        R"({ "version": 1, "types": [ { "name": "充电桩", "kx": 0.6, "cos": 0.95 } ] })",
+        "user.json", LoadTypeOrigin::UserAdded);
+    const CLoadTypeLibrary library = CLoadTypeLibrary::Merge(ShippedLoadTypes(), user);
+    CLoadCalDocument doc;
+    doc.loads.Add(Typed(L"1", L"电梯", L""));
+    doc.loads.Add(Typed(L"2", L"照明插座", L"2000"));
+    doc.loads.Add(Circuit(L"3", std::wstring(kPhaseThree), L"10", L"T1"));  // no type
+    doc.loads.Add(Typed(L"4", L"照明插座", L"20000"));
+    doc.loads.Add(Typed(L"5", L" 电梯", L""));        // the same type, written with a blank
+    doc.loads.Add(Typed(L"6", L"照明插座", L"800"));  // the first tier again
+    doc.loads.Add(Typed(L"7", L"不存在的类型", L""));
+    doc.loads.Add(Typed(L"8", L"充电桩", L""));
+    doc.transformers.Add(Transformer(L"T1"));
+    FillFromLoadTypes(doc, library);
+    RecalculateDocument(doc);
+
+    const BookContent book = BuildBookContent(doc, &library);
+    ASSERT_EQ(book.types.size(), 5U);
+    const CLoadType& lift = *library.Find(L"电梯");
+    EXPECT_EQ(book.types[0].name, L"电梯");
+    EXPECT_EQ(book.types[0].circuits, 2);
+    EXPECT_EQ(book.types[0].kxRange, L"0.18–0.22");
+    EXPECT_EQ(book.types[0].kx, L"0.2");
+    EXPECT_EQ(book.types[0].cos, L"0.5（tanφ 1.73）");
+    EXPECT_EQ(book.types[0].source, lift.Citation());
+    EXPECT_NE(book.types[0].source.find(L"04DX101-1"), std::wstring::npos);
+    EXPECT_NE(book.types[0].source.find(L"转引自公开摘录，待核对原文"), std::wstring::npos);
+    EXPECT_EQ(book.types[0].origin, L"内置");
+    // A tiered type: one row per tier used, the tier's range and Kx.
+    EXPECT_EQ(book.types[1].name, L"照明插座");
+    EXPECT_NE(book.types[1].scale.find(L"500–3000 m²"), std::wstring::npos);
+    EXPECT_EQ(book.types[1].kxRange, L"0.7–0.9");
+    EXPECT_EQ(book.types[1].kx, L"0.8");
+    EXPECT_EQ(book.types[1].circuits, 2);
+    EXPECT_NE(book.types[2].scale.find(L"> 15000 m²"), std::wstring::npos);
+    EXPECT_EQ(book.types[2].kx, L"0.5");
+    // A name not in the library, and a user type without source.
+    EXPECT_EQ(book.types[3].name, L"不存在的类型");
+    EXPECT_FALSE(book.types[3].known);
+    EXPECT_NE(book.types[3].source.find(L"不在负荷类型库中"), std::wstring::npos);
+    EXPECT_EQ(book.types[4].name, L"充电桩");
+    EXPECT_EQ(book.types[4].source, L"用户自定义");
+    EXPECT_EQ(book.types[4].origin, L"用户");
+
+    // By circuit: the source without the table, none for a circuit without a type.
+    ASSERT_EQ(book.typeSources.size(), 8U);
+    EXPECT_EQ(book.typeSources[0], lift.source + L"（转引自公开摘录，待核对原文）");
+    EXPECT_TRUE(book.typeSources[2].empty());
+    EXPECT_EQ(book.typeSources[7], L"用户自定义");
+}
+
+TEST(BookTypes, ADocumentWithoutTypesListsNoneAndATypedKxOutsideItsRangeIsAmongTheChecks)
+{
+    const CLoadTypeLibrary& library = ShippedLoadTypes();
+    CLoadCalDocument plain;
+    plain.loads.Add(Circuit(L"1", std::wstring(kPhaseThree), L"10", L"T1"));
+    plain.transformers.Add(Transformer(L"T1"));
+    RecalculateDocument(plain);
+    EXPECT_TRUE(BuildBookContent(plain, &library).types.empty());
+
+    CLoadCalDocument doc = plain;
+    doc.loads[0].m_strLoadType = L"电梯";
+    doc.loads[0].m_strDemandFactor = L"0.9";  // the lift's range is 0.18–0.22
+    RecalculateDocument(doc);
+    const BookContent book = BuildBookContent(doc, &library);
+    ASSERT_EQ(book.types.size(), 1U);
+    bool named = false;
+    for (const BookCheck& c : book.checks) {
+        if (c.item == L"数据检查" && c.finding.find(L"电梯") != std::wstring::npos) {
+            named = true;
+            EXPECT_FALSE(c.met);
+        }
+    }
+    EXPECT_TRUE(named);
 }

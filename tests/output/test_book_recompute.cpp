@@ -316,3 +316,55 @@ TEST(BookRecompute, EveryBoardAndTransformerStepWithBoardsRecomputesUnderBothRul
     EXPECT_GT(boardSteps, 1000);
     EXPECT_GT(transformerSteps, 300);
 }
+
+TEST(BookRecompute, BothCasesAndTheSizingOfADocumentWithFireRolesRecompute)
+{
+    std::mt19937 rng(13);
+    int fireSteps = 0;
+    int sizingSteps = 0;
+    int boardFireSteps = 0;
+    int fireGoverns = 0;
+    for (const CalcRules rules : {CalcRules::Original, CalcRules::GB51348_2019}) {
+        for (int round = 0; round < 5; ++round) {
+            testsupport::RandomBoardOptions opt;
+            opt.circuits = 120;
+            opt.boards = 20;
+            opt.transformers = 3;
+            opt.rules = rules;
+            opt.fireShare = 0.3;
+            CLoadCalDocument doc;
+            testsupport::MakeRandomBoardDocument(rng, opt, doc);
+            RecalculateDocument(doc);
+            ASSERT_TRUE(HasFireRoles(doc));
+            const BookContent book = BuildBookContent(doc);
+            ASSERT_TRUE(book.fire);
+            for (const BookBoard& b : book.boards) {
+                ASSERT_TRUE(b.fire.has_value());
+                for (const BookStep& step : b.fire->steps) {
+                    boardFireSteps += CheckStep(step) ? 1 : 0;
+                }
+            }
+            for (const BookTransformer& t : book.transformers) {
+                ASSERT_TRUE(t.fire.has_value());
+                for (const BookStep& step : t.steps) {
+                    CheckStep(step);
+                    // The normal case stops at Pc / S2: the capacity is chosen below.
+                    EXPECT_NE(step.label, L"所需容量");
+                }
+                for (const BookStep& step : t.fire->steps) {
+                    fireSteps += CheckStep(step) ? 1 : 0;
+                }
+                for (const BookStep& step : t.sizing) {
+                    sizingSteps += CheckStep(step) ? 1 : 0;
+                }
+                const CTransformerCalData& record = doc.transformers[t.index];
+                fireGoverns += record.m_strGoverningCase == kGoverningFire ? 1 : 0;
+            }
+        }
+    }
+    EXPECT_GT(boardFireSteps, 300);
+    EXPECT_GT(fireSteps, 150);
+    // S, the two load rates; Se is a choice, not arithmetic.
+    EXPECT_GT(sizingSteps, 60);
+    EXPECT_GT(fireGoverns, 0);
+}

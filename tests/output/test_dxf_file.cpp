@@ -7,6 +7,9 @@
 #include <array>
 #include <fstream>
 
+#include "document/JsonDocument.h"
+#include "model/Calculation.h"
+#include "model/Text.h"
 #include "output/Drawing.h"
 #include "output/DrawingExport.h"
 #include "output/DrawingRun.h"
@@ -420,4 +423,89 @@ TEST(DxfFile, AFailedWriteLeavesThePreviousContentAndNoTemporaryFile)
     // A folder that does not exist.
     EXPECT_THROW(SaveDrawing(drawing, folder / "missing" / "t.dxf", true), OutputError);
     EXPECT_EQ(folder.Entries(), std::vector<std::string>{"t.dxf"});
+}
+
+TEST(DxfFile, WithFireRolesTheFireColumnsFollowInTheGridEveryTextInItsCell)
+{
+    CLoadCalDocument doc;
+    DocumentFromJson(testsupport::ReadBytes(std::string(LOADCAL_SOURCE_DIR) +
+                                            "/examples/office-building-boards.json"),
+                     "example", doc);
+    RecalculateDocument(doc);
+    TempFolder folder;
+    CFixedPointSource points(CadPoint{0, 0, 0});
+    const auto path = folder / "fire.dxf";
+    ASSERT_EQ(ExportDrawing(doc, ComputeTotals(doc), {path, 1.0, false, {}}, points),
+              DrawingExportResult::Written);
+    const json dxf = ReadBack("dxf", path);
+    ASSERT_TRUE(dxf.is_object());
+    EXPECT_EQ(dxf["audit_errors"], 0);
+    const int n = doc.loads.GetSize();
+    const int b = doc.boards.GetSize();
+    // The load table: header at 0, circuits, a blank row, the total row, a
+    // blank row; the board header below, then the transformer header.
+    const double boardHeader = -10.0 * (n + 4);
+    const double transformerHeader = boardHeader - 10.0 * (b + 2);
+    const auto cellX = [](size_t column) {
+        return 30.0 * static_cast<double>(column) + 15;
+    };
+    const auto textAt = [&dxf](double x, double y) {
+        for (const json& t : dxf["texts"]) {
+            if (t["x"].get<double>() == x && t["y"].get<double>() == y) {
+                return t["text"].get<std::string>();
+            }
+        }
+        return std::string("(none)");
+    };
+    // Circuit fields after the thirteen columns.
+    EXPECT_EQ(textAt(cellX(13), -5), "负荷类型");
+    EXPECT_EQ(textAt(cellX(14), -5), "负荷等级");
+    EXPECT_EQ(textAt(cellX(15), -5), "消防");
+    for (int i = 0; i < n; ++i) {
+        const CLoadCalData& c = doc.loads[i];
+        const double y = -10.0 * (i + 1) - 5;
+        if (!c.m_strLoadType.empty()) {
+            EXPECT_EQ(textAt(cellX(13), y), ToUtf8(c.m_strLoadType));
+        }
+        if (!c.m_strFire.empty()) {
+            EXPECT_EQ(textAt(cellX(15), y), ToUtf8(c.m_strFire));
+        }
+    }
+    // The boards' fire case after their eleven columns, with the command
+    // line's titles; figures rounded as in the book.
+    for (size_t k = 0; k < kIssuedBoardFireColumns.size(); ++k) {
+        EXPECT_EQ(textAt(cellX(11 + k), boardHeader - 5), ToUtf8(kBoardFireColumns[k + 1].title));
+        for (int i = 0; i < b; ++i) {
+            EXPECT_EQ(
+                textAt(cellX(11 + k), boardHeader - 10.0 * (i + 1) - 5),
+                ToUtf8(ShowFigure(kIssuedBoardFireColumns[k].kind,
+                                  doc.boards[i].AnyFieldAt(kIssuedBoardFireColumns[k].field))));
+        }
+    }
+    // The transformers' after their sixteen.
+    for (size_t k = 0; k < kIssuedTransformerFireColumns.size(); ++k) {
+        EXPECT_EQ(textAt(cellX(16 + k), transformerHeader - 5),
+                  ToUtf8(kTransformerFireColumns[k + 2].title));
+        for (int i = 0; i < doc.transformers.GetSize(); ++i) {
+            EXPECT_EQ(textAt(cellX(16 + k), transformerHeader - 10.0 * (i + 1) - 5),
+                      ToUtf8(ShowFigure(
+                          kIssuedTransformerFireColumns[k].kind,
+                          doc.transformers[i].AnyFieldAt(kIssuedTransformerFireColumns[k].field))));
+        }
+    }
+    // Every text within its cell; the frame around the widest table, 24 columns.
+    ASSERT_EQ(dxf["texts"].size(), dxf["cells"].size());
+    for (size_t k = 0; k < dxf["texts"].size(); ++k) {
+        const json& t = dxf["texts"][k];
+        if (IsTitle(t)) {
+            continue;
+        }
+        const json& cell = dxf["cells"][k];
+        const double width = t["measured"].get<double>();
+        ASSERT_FALSE(cell["left"].is_null()) << t["text"];
+        EXPECT_GE(t["x"].get<double>() - width / 2, cell["left"].get<double>()) << t["text"];
+        EXPECT_LE(t["x"].get<double>() + width / 2, cell["right"].get<double>()) << t["text"];
+    }
+    const json& frame = dxf["polylines"][0]["points"];
+    EXPECT_DOUBLE_EQ(frame[1][0].get<double>(), 24 * 30 + 5);
 }

@@ -11,6 +11,8 @@
 #include <sstream>
 
 #include "document/AtomicFile.h"
+#include "document/JsonDocument.h"
+#include "model/Calculation.h"
 #include "model/Numeric.h"
 #include "model/Text.h"
 #include "output/Desktop.h"
@@ -675,4 +677,119 @@ TEST(DesktopOpener, SucceedsOnlyWhenTheLauncherStartsAndSucceeds)
     std::ofstream(script) << "#!/bin/sh\nsleep 0.3\nexit 3\n";
     ::chmod(script.c_str(), 0755);
     EXPECT_TRUE(CDesktopOpener(script.string(), std::chrono::milliseconds(50)).Open("/x.xlsx"));
+}
+
+namespace {
+
+/// The boards example, recalculated: types, classes and fire roles.
+CLoadCalDocument FireExample()
+{
+    CLoadCalDocument doc;
+    DocumentFromJson(testsupport::ReadBytes(std::string(LOADCAL_SOURCE_DIR) +
+                                            "/examples/office-building-boards.json"),
+                     "example", doc);
+    RecalculateDocument(doc);
+    return doc;
+}
+
+/// A figure or text cell as read back: a number with the kind's format
+/// when the text reads as one and the kind is a figure, else the text.
+void ExpectCell(const CellMap& cells, int row, int column, FigureKind kind,
+                const std::wstring& text)
+{
+    const json& c = cells.at({row, column});
+    const std::optional<double> value = ReadTypedNumber(text);
+    if (kind != FigureKind::Text && value) {
+        EXPECT_EQ(c["type"], "n") << row << "," << column;
+        EXPECT_EQ(c["value"].get<double>(), *value) << row << "," << column;
+        EXPECT_EQ(c["number_format"], FigureNumberFormat(kind, *value)) << row << "," << column;
+    } else if (text.empty()) {
+        EXPECT_TRUE(c["value"].is_null()) << row << "," << column;
+    } else {
+        EXPECT_EQ(c["value"], ToUtf8(text)) << row << "," << column;
+        EXPECT_EQ(c["number_format"], "@") << row << "," << column;
+    }
+    EXPECT_EQ(c["borders"], json::array({"thin", "thin", "thin", "thin"}));
+}
+
+}  // namespace
+
+TEST(WorkbookFile, WithFireRolesTheTablesCarryTheFireCaseAndTheCircuitsTheirFields)
+{
+    TempFolder folder;
+    const CLoadCalDocument doc = FireExample();
+    WriteWorkbook(folder / "fire.xlsx", doc, ComputeTotals(doc));
+    const json workbook = ReadBack("xlsx", folder / "fire.xlsx");
+    ASSERT_TRUE(workbook.is_object());
+    const CellMap cells = Cells(workbook);
+    const int n = doc.loads.GetSize();
+    const int b = doc.boards.GetSize();
+    const int m = doc.transformers.GetSize();
+
+    // The circuit fields the example uses (type, class, fire role; no
+    // quantity) after the thirteen columns, as text.
+    const std::vector<std::pair<std::string, int>> circuitExtra = {
+        {"负荷类型", CLoadCalData::kLoadType},
+        {"负荷等级", CLoadCalData::kLoadClass},
+        {"消防", CLoadCalData::kFire}};
+    for (size_t k = 0; k < circuitExtra.size(); ++k) {
+        const int column = 14 + static_cast<int>(k);
+        EXPECT_EQ(cells.at({1, column})["value"], circuitExtra[k].first);
+        for (int i = 0; i < n; ++i) {
+            ExpectCell(cells, i + 2, column, FigureKind::Text,
+                       doc.loads[i].AnyFieldAt(circuitExtra[k].second));
+        }
+        EXPECT_TRUE(cells.at({n + 3, column})["value"].is_null());  // the total row
+    }
+    EXPECT_EQ(cells.count({1, 17}), 0U);
+
+    // The boards' governing case and fire figures after their eleven columns.
+    const int boardHeader = n + 5;
+    for (size_t k = 0; k < kIssuedBoardFireColumns.size(); ++k) {
+        const int column = 12 + static_cast<int>(k);
+        EXPECT_EQ(cells.at({boardHeader, column})["value"],
+                  ToUtf8(kIssuedBoardFireColumns[k].header));
+        for (int i = 0; i < b; ++i) {
+            ExpectCell(cells, boardHeader + 1 + i, column, kIssuedBoardFireColumns[k].kind,
+                       doc.boards[i].AnyFieldAt(kIssuedBoardFireColumns[k].field));
+        }
+    }
+    EXPECT_EQ(cells.at({boardHeader + 1 + 23, 12})["value"], "火灾");  // AP-XF
+
+    // The transformers' fire case after their sixteen columns.
+    const int transformerHeader = boardHeader + b + 2;
+    for (size_t k = 0; k < kIssuedTransformerFireColumns.size(); ++k) {
+        const int column = 17 + static_cast<int>(k);
+        EXPECT_EQ(cells.at({transformerHeader, column})["value"],
+                  ToUtf8(kIssuedTransformerFireColumns[k].header));
+        for (int i = 0; i < m; ++i) {
+            ExpectCell(cells, transformerHeader + 1 + i, column,
+                       kIssuedTransformerFireColumns[k].kind,
+                       doc.transformers[i].AnyFieldAt(kIssuedTransformerFireColumns[k].field));
+        }
+    }
+    EXPECT_EQ(cells.at({transformerHeader + 1, 17})["value"], "火灾");
+    EXPECT_EQ(cells.at({transformerHeader + 1, 24})["number_format"], "0.0%");
+    // Print area and widths over the widest table (24 columns, A to X).
+    EXPECT_EQ(workbook["page"]["print_area"],
+              json::array({"$A$1:$X$" + std::to_string(transformerHeader + m)}));
+    EXPECT_GE(workbook["widths"]["X"].get<double>(), TextColumns("火灾负载率"));
+}
+
+TEST(WorkbookFile, TypesWithoutFireRolesAddOnlyTheCircuitColumns)
+{
+    TempFolder folder;
+    CLoadCalDocument doc = FireExample();
+    for (CLoadCalData& c : doc.loads) {
+        c.m_strFire.clear();
+    }
+    RecalculateDocument(doc);
+    RecordingAutomation calls;
+    FillWorkbook(calls, doc.loads, doc.transformers, ComputeTotals(doc), doc.boards);
+    for (const std::string& call : calls.calls) {
+        EXPECT_EQ(call.find("火灾"), std::string::npos) << call;
+        EXPECT_EQ(call.find("取值工况"), std::string::npos) << call;
+    }
+    EXPECT_EQ(std::count(calls.calls.begin(), calls.calls.end(), "SetValue 负荷类型"), 1);
+    EXPECT_EQ(std::count(calls.calls.begin(), calls.calls.end(), "SetValue 消防"), 0);
 }
