@@ -22,16 +22,6 @@ std::wstring Shown(const std::wstring& text)
     return text.empty() ? std::wstring(L"0") : text;
 }
 
-std::wstring G(double value)
-{
-    return FormatG(value);
-}
-
-std::wstring Percent(const std::wstring& ratio)
-{
-    return FormatG(ParseNumber(ratio) * 100) + L" %";
-}
-
 /// Figures as the book shows them: rounded for reading (output/Figures.h);
 /// a text that is not a number stays as it stands, an empty one reads 0.
 std::wstring Pw(const std::wstring& text)
@@ -331,12 +321,12 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
                                                  index, CTransformerCalData::kActualLoadRate) &&
                              IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer,
                                                  index, CTransformerCalData::kRatedCapacity);
-    std::wstring rateFinding = L"实际负载率 " + Percent(t.m_strActualLoadRate);
+    std::wstring rateFinding = L"实际负载率 " + Pc(t.m_strActualLoadRate);
     bool rateMet = rateTrusted && loadRate <= kLoadRateLimit;
     if (b.fire) {
         // The fire case runs on the same transformer: its load rate is held
         // to the same limit.
-        rateFinding += L"；火灾负载率 " + Percent(t.m_strFireLoadRate);
+        rateFinding += L"；火灾负载率 " + Pc(t.m_strFireLoadRate);
         rateMet = rateMet &&
                   IsFigureTrustworthy(warnings, CCheckWarning::Subject::Transformer, index,
                                       CTransformerCalData::kFireLoadRate) &&
@@ -350,7 +340,7 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
         pf = L"S2 = " + Shown(t.m_strCalcS) + L"，Pc = " + Shown(t.m_strCalcP) + L"，无法计算";
         pfMet = false;
     } else if (s2 > 1e-8) {
-        pf = L"cos φ2' = Pc / S2 = " + G(b.cosAfterActual);
+        pf = L"cos φ2' = Pc / S2 = " + Fa(b.cosAfterActual);
         pfMet = b.cosAfterActual >= kPowerFactorLimit;
     } else {
         pf = L"无负荷（S2 = 0）";
@@ -361,8 +351,8 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
     if (b.phases.singlePhaseCount == 0) {
         balance = L"无单相负荷";
     } else {
-        balance = L"IL1 / IL2 / IL3 = " + G(b.phases.current[0]) + L" / " + G(b.phases.current[1]) +
-                  L" / " + G(b.phases.current[2]) + L" A";
+        balance = L"IL1 / IL2 / IL3 = " + Cu(b.phases.current[0]) + L" / " +
+                  Cu(b.phases.current[1]) + L" / " + Cu(b.phases.current[2]) + L" A";
         if (rules == CalcRules::GB51348_2019) {
             // The rule decides by the single-phase share; the phases are checked for balance.
             const auto a = static_cast<size_t>(SumField::Active);
@@ -370,7 +360,7 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
                 b.phases.value[a][0] + b.phases.value[a][1] + b.phases.value[a][2];
             const double three = b.phases.threePhase[a];
             const bool small = AddsAsTheyAre(b.phases, rules);
-            balance += L"；单相 " + G(single) + L" kW，三相 " + G(three) + L" kW" +
+            balance += L"；单相 " + Pw(single) + L" kW，三相 " + Pw(three) + L" kW" +
                        (small ? L"，单相小于三相的 15 %，直接相加"
                               : L"，单相不小于三相的 15 %，按最大相的 3 倍计");
             balanceMet = small || b.phases.Balanced();
@@ -383,7 +373,7 @@ void AddTransformerChecks(const CTransformerCalData& t, const BookTransformer& b
     const double rated = ParseNumber(t.m_strRatedCapacity);
     const bool inSeries = std::isfinite(rated) && rated > 0;
     checks.push_back({L"额定容量在标准容量系列内", t.m_strName,
-                      inSeries ? L"Se = " + t.m_strRatedCapacity + L" kVA"
+                      inSeries ? L"Se = " + Se(t.m_strRatedCapacity) + L" kV·A"
                                : L"额定容量为 \"" + t.m_strRatedCapacity + L"\"，超出标准系列",
                       inSeries});
 }
