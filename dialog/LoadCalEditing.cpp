@@ -324,8 +324,9 @@ void CLoadCalDiaog::RefreshTotalCell(int column)
 
 void CLoadCalDiaog::ShowTotalCell(const SummaryTotals& totals, int column)
 {
-    const TableColumn* spec = ColumnAt(GridId::Load, column);
-    const std::optional<std::wstring> total = spec ? TotalText(totals, spec->total) : std::nullopt;
+    const TableColumn* shown = ColumnAt(GridId::Load, column);
+    const std::optional<std::wstring> total =
+        shown ? TotalText(totals, shown->total) : std::nullopt;
     if (!total) {
         return;
     }
