@@ -412,12 +412,17 @@ bool CLoadCalDiaog::HasStaleFigures() const
 void CLoadCalDiaog::OnRecalculateAll()
 {
     CCommandScope command(*this);
+    RecalculateEverything();
+}
+
+bool CLoadCalDiaog::RecalculateEverything()
+{
     // The whole document under its rule set: circuits, boards bottom-up,
     // transformers, totals.
     CLoadCalDocument copy = m_document;
     RecalculateDocument(copy);
     if (copy == m_document) {
-        return;
+        return false;
     }
     // Recorded record by record; the document then follows from its
     // inputs throughout, so the index is built afresh without recalculating.
@@ -456,6 +461,39 @@ void CLoadCalDiaog::OnRecalculateAll()
         }
     }
     m_bModified = 1;
+    return true;
+}
+
+// ---- The document's properties ----
+
+void CLoadCalDiaog::OnProjectInfo()
+{
+    CDocumentProperties properties = GetDocumentProperties();
+    if (!Ui().EditProjectInfo(properties)) {
+        return;
+    }
+    ApplyDocumentProperties(properties);
+}
+
+void CLoadCalDiaog::ApplyDocumentProperties(const CDocumentProperties& properties)
+{
+    const CDocumentProperties before = GetDocumentProperties();
+    if (properties == before) {
+        return;
+    }
+    CCommandScope command(*this);
+    m_step.properties = CPropertiesChange{before, properties};
+    m_document.project = properties.project;
+    m_bModified = 1;
+    if (properties.rules != before.rules) {
+        // Every figure follows the new rules in this same step; the totals
+        // count the circuits as the rules say, also where no record moved.
+        m_document.rules = properties.rules;
+        m_pSupplyIndex.reset();
+        RecalculateEverything();
+        RefreshTotals();
+        UpdateStatusNote();
+    }
 }
 
 // ---- Outputs that keep the window open ----

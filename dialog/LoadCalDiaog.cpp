@@ -179,6 +179,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_CALCULATION_BOOK:
         case res::ID_RECALCULATE_ALL:
         case res::ID_LOAD_TYPE_LIBRARY:
+        case res::ID_PROJECT_INFO:
             return true;
         case res::ID_EDIT_UNDO:
             return CanUndo();
@@ -235,6 +236,9 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_LOAD_TYPE_LIBRARY:
             OnLoadTypeLibrary();
+            return true;
+        case res::ID_PROJECT_INFO:
+            OnProjectInfo();
             return true;
         case res::ID_LOAD_INSERT:
             OnInsertRow(GridId::Load);

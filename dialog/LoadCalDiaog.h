@@ -172,6 +172,23 @@ public:
     /// True when a recalculation would change a computed figure of the
     /// document or fill an empty one.
     bool HasStaleFigures() const;
+    /// 工程信息 (功能 menu): the document's project information and rule
+    /// set in their dialog; 确定 applies what it shows
+    /// (ApplyDocumentProperties), 取消 changes nothing.
+    void OnProjectInfo();
+    /// The document takes this project information and rule set as one
+    /// undo step. A change of the rule set recalculates every circuit,
+    /// board and transformer and the totals under the new rules in that
+    /// same step, so that undo returns the old rules with the old figures.
+    /// Nothing differs: nothing happens (no step).
+    void ApplyDocumentProperties(const CDocumentProperties& properties);
+    /// The project information and rule set of the open document.
+    CDocumentProperties GetDocumentProperties() const
+    {
+        return {m_document.project, m_document.rules};
+    }
+    /// The status bar's lasting note as last given to the window.
+    const std::wstring& GetStatusNote() const { return m_strStatusNote; }
     /// 插入 (Ctrl++): a new three-phase circuit above the load grid's focus
     /// row (a circuit row or the entry row). The transformer grid has none.
     void OnInsertRow(GridId grid);
@@ -408,6 +425,13 @@ private:
                          int col);
     /// Runs an output through the writer and tells the user where it went.
     void RunOutput(bool drawing);
+    /// Every circuit, board and transformer and the totals under the
+    /// document's rule set, recorded into the running command and shown;
+    /// false when no record changed.
+    bool RecalculateEverything();
+    /// Gives the window the status bar's lasting note: the load grid's
+    /// filter and the rule set in force.
+    void UpdateStatusNote();
     /// Reads an archive and makes it the document; a file that cannot be read
     /// whole is refused with a box naming it and what is wrong, and the open
     /// document stays as it was (false).
@@ -583,6 +607,7 @@ private:
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;
+    std::wstring m_strStatusNote;
     CMenuModel m_menuBar;
     std::optional<int> m_nEndResult;
 

@@ -238,6 +238,21 @@ void CLoadCalDiaog::ShowDocument(CLoadCalDocument doc)
     FillTransformerGrid();
     FillBoardGrid();
     RefreshWarnings(nullptr);
+    UpdateStatusNote();
+}
+
+void CLoadCalDiaog::UpdateStatusNote()
+{
+    std::wstring note;
+    if (m_document.rules == CalcRules::GB51348_2019) {
+        note = texts::kRulesNoteGB51348;
+    }
+    if (note != m_strStatusNote) {
+        m_strStatusNote = note;
+        if (m_pUi) {
+            m_pUi->SetStatusNote(note);
+        }
+    }
 }
 
 void CLoadCalDiaog::FillLoadGrid()

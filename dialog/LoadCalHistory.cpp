@@ -348,6 +348,18 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
     EndPendingCut(GridId::Board);
+    bool rulesChanged = false;
+    if (step.properties) {
+        const CDocumentProperties& now =
+            backwards ? step.properties->before : step.properties->after;
+        rulesChanged = now.rules != m_document.rules;
+        m_document.project = now.project;
+        m_document.rules = now.rules;
+        if (rulesChanged) {
+            // The index computes under the rules it was built with.
+            m_pSupplyIndex.reset();
+        }
+    }
     ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
     ApplyChanges(m_arrTransformer, step.transformers, backwards, m_arrTouchedTransformers);
     ApplyChanges(m_arrBoard, step.boards, backwards, m_arrTouchedBoards);
@@ -359,7 +371,7 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     // Otherwise only the rows of the records touched are written again.
     if (ChangesRows(step.loads)) {
         FillLoadGrid();
-    } else if (!step.loads.empty()) {
+    } else if (!step.loads.empty() || rulesChanged) {
         CGridCtrl::Batch batch(m_gridLoad);
         for (int i : ChangedIndices(step.loads)) {
             FillLoadRow(i + 1, m_arrLoad[i]);
@@ -387,6 +399,9 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     }
     UpdateGroups();
     RefreshWarnings(&step);
+    if (rulesChanged) {
+        UpdateStatusNote();
+    }
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }
 

@@ -48,6 +48,17 @@ inline constexpr std::wstring_view kMenuDelete = L"删除";
 inline constexpr std::wstring_view kMenuInsert = L"插入\tCtrl++";
 inline constexpr std::wstring_view kMenuRecalculateAll = L"全部重算\tF9";
 inline constexpr std::wstring_view kMenuLoadTypeLibrary = L"负荷类型库(&L)...";
+inline constexpr std::wstring_view kMenuProjectInfo = L"工程信息(&P)...";
+
+// The 工程信息 dialog: its title, the label of the rule choice and the two
+// rule sets as the choice names them.
+inline constexpr std::wstring_view kProjectInfoTitle = L"工程信息";
+inline constexpr std::wstring_view kRulesLabel = L"计算规则";
+inline constexpr std::wstring_view kRulesOriginalText = L"本程序原有规则";
+inline constexpr std::wstring_view kRulesGB51348Text = L"GB 51348-2019 《民用建筑电气设计标准》";
+/// The status bar's note while GB 51348-2019 is in force (the original
+/// rules show no note, as the window always showed them).
+inline constexpr std::wstring_view kRulesNoteGB51348 = L"计算规则：GB 51348-2019";
 /// Asked before one action removes more than one record (%s: how many).
 inline constexpr std::wstring_view kRemoveCircuitsFormat = L"删除 %s 个回路？";
 inline constexpr std::wstring_view kRemoveTransformersFormat = L"删除 %s 个变压器？";

@@ -10,6 +10,7 @@ namespace loadcal {
 
 class CMenuModel;
 class CLoadTypeLibraryEditor;
+struct CDocumentProperties;
 
 /// Message-box results and styles (the Windows values).
 inline constexpr int IDOK = 1;
@@ -101,6 +102,15 @@ public:
     {
         return false;
     }
+    /// The 工程信息 dialog, modal, over the document's project information
+    /// and rule set: true when the user ended it with 确定 (properties then
+    /// holds what the dialog shows), false when it was cancelled
+    /// (properties unchanged).
+    virtual bool EditProjectInfo(CDocumentProperties& /*properties*/) { return false; }
+    /// The lasting note at the right of the status bar (the load grid's
+    /// filter, the rule set in force); empty: none. Unlike SetStatusText it
+    /// stays until replaced.
+    virtual void SetStatusNote(const std::wstring& /*text*/) {}
 };
 
 }  // namespace loadcal

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMouseEvent>
@@ -25,6 +26,7 @@
 #include "dialog/qt/GridView.h"
 #include "dialog/qt/Icons.h"
 #include "dialog/qt/LoadTypeDialog.h"
+#include "dialog/qt/ProjectInfoDialog.h"
 #include "dialog/qt/QtSession.h"
 #include "dialog/qt/QtText.h"
 #include "dialog/qt/TotalRowView.h"
@@ -116,6 +118,9 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     m_pMenuBar = new QMenuBar(this);
     m_pStatusBar = new QStatusBar(this);
     m_pStatusBar->setSizeGripEnabled(false);
+    m_pStatusNote = new QLabel(m_pStatusBar);
+    m_pStatusNote->setTextFormat(Qt::PlainText);
+    m_pStatusBar->addPermanentWidget(m_pStatusNote);
     m_pClient = new QWidget(this);
     m_pToolBar = new QToolBar(m_pClient);
     m_pToolBar->setIconSize(QSize(kToolbarImageSize, kToolbarImageSize));
@@ -714,6 +719,21 @@ bool CLoadCalWindow::EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::ws
 {
     CLoadTypeLibraryDialog dialog(editor, userPath, Runner(), this);
     return Runner().Exec(dialog) == QDialog::Accepted;
+}
+
+bool CLoadCalWindow::EditProjectInfo(CDocumentProperties& properties)
+{
+    CProjectInfoDialog dialog(properties, this);
+    if (Runner().Exec(dialog) != QDialog::Accepted) {
+        return false;
+    }
+    properties = dialog.Properties();
+    return true;
+}
+
+void CLoadCalWindow::SetStatusNote(const std::wstring& text)
+{
+    m_pStatusNote->setText(ToQString(text));
 }
 
 void CLoadCalWindow::SetStatusText(const std::wstring& text)

@@ -11,6 +11,7 @@
 #include "dialog/LoadCalDiaog.h"
 #include "dialog/qt/ModalRunner.h"
 
+class QLabel;
 class QMenu;
 class QMenuBar;
 class QStatusBar;
@@ -78,7 +79,13 @@ public:
     void SetStatusText(const std::wstring& text) override;
     /// The 负荷类型库 window (CLoadTypeLibraryDialog), run through the runner.
     bool EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::wstring& userPath) override;
+    /// The 工程信息 window (CProjectInfoDialog), run through the runner.
+    bool EditProjectInfo(CDocumentProperties& properties) override;
+    /// The label at the right of the status bar.
+    void SetStatusNote(const std::wstring& text) override;
     QStatusBar& StatusBar() const { return *m_pStatusBar; }
+    /// The status bar's lasting note (the filter, the rule set).
+    QLabel& StatusNote() const { return *m_pStatusNote; }
 
     CGridView& View(GridId grid) const;
     QMenuBar& MenuBar() const { return *m_pMenuBar; }
@@ -172,6 +179,7 @@ private:
     mutable CModalRunner m_defaultRunner;
     QMenuBar* m_pMenuBar = nullptr;
     QStatusBar* m_pStatusBar = nullptr;
+    QLabel* m_pStatusNote = nullptr;
     QWidget* m_pClient = nullptr;
     QToolBar* m_pToolBar = nullptr;
     CGridModel* m_pLoadModel = nullptr;
