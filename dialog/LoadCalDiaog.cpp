@@ -654,8 +654,10 @@ void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
 {
     Loads().Modify(record, [&phase](CLoadCalData& c) { c.m_strPhase = phase; });
     const int col = GridColumnOfField(GridId::Load, CLoadCalData::kPhase);
-    m_gridLoad.SetItemText(record + 1, col, phase);
-    m_gridLoad.RedrawCell(record + 1, col);
+    if (const int row = LoadRowOfRecord(record); row > 0) {
+        m_gridLoad.SetItemText(row, col, phase);
+        m_gridLoad.RedrawCell(row, col);
+    }
 }
 
 void CLoadCalDiaog::ShowReport(const std::wstring& report)

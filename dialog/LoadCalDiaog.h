@@ -28,6 +28,7 @@
 #include "model/LoadTypes.h"
 #include "model/Records.h"
 #include "model/SupplyIndex.h"
+#include "model/SupplyTree.h"
 
 namespace loadcal {
 
@@ -368,6 +369,46 @@ public:
     /// the circuits by it. Cancelled, nothing changes.
     void OnLoadTypeLibrary();
 
+    // The supply tree beside the grids, and the load grid's view of it.
+    /// The document's supply tree as the window shows it (CSupplyTree). It
+    /// follows every change of names and owner lists, undo and redo included;
+    /// the window is given it (ILoadCalUi::ShowSupplyTree) whenever it or the
+    /// node selected changes.
+    const CSupplyTree& GetSupplyTree() const { return m_supplyTree; }
+    /// The node whose circuits the load grid shows (All: every circuit).
+    const CSupplyFilter& GetSupplyFilter() const { return m_supplyFilter; }
+    /// A click on a node of the supply tree (an index into its nodes): the
+    /// load grid shows only the circuits fed directly from it (a board: its
+    /// own circuits; a transformer: the circuits whose owner list names it;
+    /// 全部: all), in list order, then the entry row; the total row keeps
+    /// the document's totals and says so ("全部总计:"), as does the status
+    /// bar. The filter is a view: nothing of the document changes and no undo
+    /// step is made. While a board or transformer is selected, a circuit
+    /// added in the load grid (the entry row, 插入, a spreadsheet paste, a
+    /// row paste whose circuit does not name it) is fed from it: its owner
+    /// list becomes the node's name. A circuit whose owner list no longer
+    /// names the node leaves the view at the end of the command that changed
+    /// it. A node that goes (its board or transformer deleted, or a rename
+    /// undone elsewhere) gives way to 全部; a renamed one is followed.
+    void OnSupplyNodeClick(int node);
+    /// The same for the first node the filter stands for; a filter no node
+    /// stands for shows every circuit.
+    void ShowSupplyFilter(const CSupplyFilter& filter);
+    /// The load grid's rows as they stand: row r (1 .. ShownLoadCount())
+    /// shows circuit LoadRecordOfRow(r); the entry row LoadEntryRow() adds a
+    /// circuit at the end of the list (its record index is the list's size).
+    /// Without a filter row r shows circuit r - 1, as it always has.
+    int ShownLoadCount() const
+    {
+        return IsLoadFiltered() ? static_cast<int>(m_arrShownLoads.size()) : m_arrLoad.GetSize();
+    }
+    int LoadEntryRow() const { return ShownLoadCount() + 1; }
+    /// The circuit a load-grid row shows, the list's size for the entry row,
+    /// -1 for any other row.
+    int LoadRecordOfRow(int row) const;
+    /// The load-grid row that shows circuit i, or -1 when the filter hides it.
+    int LoadRowOfRecord(int i) const;
+
     // State, for the window, the command that runs the dialog, and tests.
     CGridCtrl& GetGrid(GridId grid) override
     {
@@ -432,6 +473,27 @@ private:
     /// Gives the window the status bar's lasting note: the load grid's
     /// filter and the rule set in force.
     void UpdateStatusNote();
+    bool IsLoadFiltered() const { return m_supplyFilter.kind != SupplyNodeKind::All; }
+    /// The circuits the filter shows, list order.
+    std::vector<int> FilteredLoads();
+    /// The view's row map after a row of the load grid showing circuit
+    /// record came (the circuits from record on moved down one) or went.
+    void NoteLoadRowInserted(int row, int record);
+    void NoteLoadRowRemoved(int row);
+    /// Circuit i, just added in the load grid while a board or transformer
+    /// is selected, is fed from it (its owner cell shows it).
+    void FeedNewCircuitFromNode(int i);
+    /// After a step done, undone (backwards) or redone: the tree follows the
+    /// names and owner lists, the filter a rename of its node (or gives way
+    /// to 全部 when its node went), and the load grid the circuits the filter
+    /// now shows; the window is told what changed.
+    void FollowSupplyTree(const CDocumentStep* step, bool backwards);
+    /// Takes the tree built anew and, when it or the node selected changed,
+    /// shows it.
+    void RebuildSupplyTree(CSupplyTree tree);
+    /// The cells of the warnings as they stand (after the load grid was
+    /// filled anew).
+    void MarkWarningCells();
     /// Reads an archive and makes it the document; a file that cannot be read
     /// whole is refused with a box naming it and what is wrong, and the open
     /// document stays as it was (false).
@@ -469,7 +531,12 @@ private:
     /// shows them; true when a figure changed. Nothing is recalculated.
     bool TakeLoadTypeFigures(int i);
     void SetTransformerField(int i, int k, const std::wstring& text);
+    /// Circuit i has no key cell left (IsBlankInView): it goes.
     bool IsLoadEmpty(int i) const;
+    /// The circuit's key cells are empty (CLoadCalData::IsBlank), its owner
+    /// list aside when that is the name of the board or transformer whose
+    /// view the load grid shows (which the view gave it).
+    bool IsBlankInView(const CLoadCalData& circuit) const;
     bool IsTransformerEmpty(int i) const;
     void OnEndEditLoad(int row, int col);
     void OnEndEditTransformer(int row, int col);
@@ -604,6 +671,12 @@ private:
     std::vector<int> m_arrTouchedLoads;
     std::vector<int> m_arrTouchedBoards;
     std::vector<int> m_arrTouchedTransformers;
+    /// The supply tree, the node the load grid shows and, while it is not
+    /// 全部, the circuits it shows (list order; row r shows entry r - 1).
+    CSupplyTree m_supplyTree;
+    CSupplyFilter m_supplyFilter;
+    std::vector<int> m_arrShownLoads;
+    int m_nShownNode = 0;  ///< the node the window was last told is selected
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;

@@ -125,7 +125,9 @@ CLoadCalDiaog::CCommandScope::~CCommandScope()
         return;
     }
     // Whatever the command got done, also when it was cut short, can be
-    // taken back; the marks follow what it changed.
+    // taken back; the tree and the load grid's view, then the marks follow
+    // what it changed.
+    m_dialog.FollowSupplyTree(&m_dialog.m_step, false);
     m_dialog.RefreshWarnings(&m_dialog.m_step);
     m_dialog.m_history.Push(std::move(m_dialog.m_step));
     m_dialog.m_step = CDocumentStep();
@@ -374,7 +376,9 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     } else if (!step.loads.empty() || rulesChanged) {
         CGridCtrl::Batch batch(m_gridLoad);
         for (int i : ChangedIndices(step.loads)) {
-            FillLoadRow(i + 1, m_arrLoad[i]);
+            if (const int row = LoadRowOfRecord(i); row > 0) {
+                FillLoadRow(row, m_arrLoad[i]);
+            }
         }
         const SummaryTotals totals = UpdateGroups().Totals();
         for (int column = 1; column <= static_cast<int>(kLoadColumns.size()); ++column) {
@@ -398,10 +402,9 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
         }
     }
     UpdateGroups();
+    // The tree and the load grid's view follow what the step put back.
+    FollowSupplyTree(&step, backwards);
     RefreshWarnings(&step);
-    if (rulesChanged) {
-        UpdateStatusNote();
-    }
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }
 
@@ -423,7 +426,7 @@ std::wstring CLoadCalDiaog::RowsAsText(GridId grid, const std::vector<int>& rows
 void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
 {
     const CGridCtrl& g = GetGrid(grid);
-    const int entryRow = (grid == GridId::Load    ? m_arrLoad.GetSize()
+    const int entryRow = (grid == GridId::Load    ? ShownLoadCount()
                           : grid == GridId::Board ? m_arrBoard.GetSize()
                                                   : m_arrTransformer.GetSize()) +
                          1;

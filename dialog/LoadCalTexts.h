@@ -22,6 +22,25 @@ inline constexpr std::wstring_view kApplicationName = L"loadcal";
 
 /// Label of the load grid's total row (column 2).
 inline constexpr std::wstring_view kTotalLabel = L"总计:";
+/// The same while the load grid shows one node's circuits only: the total
+/// row still holds the whole document's totals.
+inline constexpr std::wstring_view kTotalLabelFiltered = L"全部总计:";
+
+// The supply tree beside the grids: its nodes without a name of their own,
+// and the status bar's note while the load grid shows one node's circuits
+// (the node, how many circuits it shows).
+inline constexpr std::wstring_view kTreeAll = L"全部";
+inline constexpr std::wstring_view kTreeUnfed = L"未接电源";
+inline constexpr std::wstring_view kTreeCycle = L"循环归属";
+inline constexpr std::wstring_view kTreeUnnamed = L"(未命名)";
+inline constexpr std::wstring_view kTreeBoardTipFormat = L"配电箱 %s";
+inline constexpr std::wstring_view kTreeTransformerTipFormat = L"变压器 %s";
+inline constexpr std::wstring_view kFilterBoardFormat = L"配电箱 %s 直接供电";
+inline constexpr std::wstring_view kFilterTransformerFormat = L"变压器 %s 直接供电";
+inline constexpr std::wstring_view kFilterUnfed = L"未接电源";
+inline constexpr std::wstring_view kFilterCycle = L"循环归属的配电箱供电";
+inline constexpr std::wstring_view kFilterNoteFormat =
+    L"只显示%s的 %s 个回路，合计行为全部回路的总计";
 
 // Menu bar 201.
 inline constexpr std::wstring_view kMenuFile = L"文件(&F)";

@@ -10,6 +10,7 @@ namespace loadcal {
 
 class CMenuModel;
 class CLoadTypeLibraryEditor;
+class CSupplyTree;
 struct CDocumentProperties;
 
 /// Message-box results and styles (the Windows values).
@@ -111,6 +112,11 @@ public:
     /// filter, the rule set in force); empty: none. Unlike SetStatusText it
     /// stays until replaced.
     virtual void SetStatusNote(const std::wstring& /*text*/) {}
+    /// The supply tree beside the grids, with node `selected` (an index into
+    /// its nodes) as the current one. Called when the tree or the node
+    /// selected changed; the window reports clicks through
+    /// CLoadCalDiaog::OnSupplyNodeClick.
+    virtual void ShowSupplyTree(const CSupplyTree& /*tree*/, int /*selected*/) {}
 };
 
 }  // namespace loadcal

@@ -78,6 +78,16 @@ public:
     }
     void SetStatusNote(const std::wstring& text) override { statusNote = text; }
     std::wstring statusNote;  ///< the status bar's lasting note
+    /// The supply tree as last shown, the node selected, and how often.
+    void ShowSupplyTree(const CSupplyTree& shown, int selected) override
+    {
+        tree = shown;
+        treeSelected = selected;
+        ++treeShows;
+    }
+    CSupplyTree tree;
+    int treeSelected = -1;
+    int treeShows = 0;
 };
 
 using testsupport::TempFolder;
