@@ -188,6 +188,10 @@ public:
     {
         return {m_document.project, m_document.rules};
     }
+    /// True while the board and transformer grids show the fire case's
+    /// columns (取值工况 and the fire figures): in a document where some
+    /// circuit has a fire role ("消防" or "火灾时切除").
+    bool ShowsFireColumns() const { return m_bFireColumns; }
     /// The status bar's lasting note as last given to the window.
     const std::wstring& GetStatusNote() const { return m_strStatusNote; }
     /// 插入 (Ctrl++): a new three-phase circuit above the load grid's focus
@@ -483,10 +487,11 @@ private:
     /// Circuit i, just added in the load grid while a board or transformer
     /// is selected, is fed from it (its owner cell shows it).
     void FeedNewCircuitFromNode(int i);
-    /// After a step done, undone (backwards) or redone: the tree follows the
-    /// names and owner lists, the filter a rename of its node (or gives way
-    /// to 全部 when its node went), and the load grid the circuits the filter
-    /// now shows; the window is told what changed.
+    /// After a step done, undone (backwards) or redone: the fire columns
+    /// follow the fire roles, the tree the names and owner lists, the filter
+    /// a rename of its node (or gives way to 全部 when its node went), and
+    /// the load grid the circuits the filter now shows; the window is told
+    /// what changed.
     void FollowSupplyTree(const CDocumentStep* step, bool backwards);
     /// Takes the tree built anew and, when it or the node selected changed,
     /// shows it.
@@ -519,6 +524,10 @@ private:
     void FillTransformerEntryRow(int row);
     void ShowTransformerResults(int index);
     void FillBoardGrid();
+    /// The fire case's columns of the board and transformer grids shown
+    /// (a document with fire roles) or not; the grids are filled anew when
+    /// that changes.
+    void ShowFireColumns(bool shown);
     void FillBoardRow(int row, const CBoardCalData& record);
     void FillBoardEntryRow(int row);
     void ShowBoardResults(int index);
@@ -676,7 +685,8 @@ private:
     CSupplyTree m_supplyTree;
     CSupplyFilter m_supplyFilter;
     std::vector<int> m_arrShownLoads;
-    int m_nShownNode = 0;  ///< the node the window was last told is selected
+    int m_nShownNode = 0;         ///< the node the window was last told is selected
+    bool m_bFireColumns = false;  ///< the fire case's columns are shown
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;

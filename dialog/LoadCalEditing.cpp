@@ -132,10 +132,10 @@ void CLoadCalDiaog::FillLoadEntryRow(int row, const std::wstring& voltage,
 
 void CLoadCalDiaog::FillTransformerRow(int row, const CTransformerCalData& record)
 {
-    for (int c = 1; c <= kTransformerColumnCount; ++c) {
-        const TableColumn& column = kTransformerColumns[static_cast<size_t>(c - 1)];
+    for (int c = 1; c < m_gridTransformer.GetColumnCount(); ++c) {
+        const TableColumn& column = *ColumnAt(GridId::Transformer, c);
         const bool computed = column.kind == ColumnKind::Computed;
-        m_gridTransformer.SetItem(row, c, record.FieldAt(column.field),
+        m_gridTransformer.SetItem(row, c, record.AnyFieldAt(column.field),
                                   column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
         if (computed) {
             m_gridTransformer.SetItemBkColour(row, c, kComputedColour);
@@ -148,8 +148,8 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
     // Only the entry cells: the last column of the entry row stays as the
     // grid created it. Typed figures propose a new transformer's defaults.
     const CTransformerCalData defaults;
-    for (int c = 1; c <= kTransformerColumnCount; ++c) {
-        const TableColumn& column = kTransformerColumns[static_cast<size_t>(c - 1)];
+    for (int c = 1; c < m_gridTransformer.GetColumnCount(); ++c) {
+        const TableColumn& column = *ColumnAt(GridId::Transformer, c);
         if (!column.Has(column::kEntryCell)) {
             continue;
         }
@@ -166,9 +166,9 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
 
 void CLoadCalDiaog::FillBoardRow(int row, const CBoardCalData& record)
 {
-    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
-        const TableColumn& column = kBoardColumns[static_cast<size_t>(c - 1)];
-        m_gridBoard.SetItem(row, c, record.FieldAt(column.field),
+    for (int c = 1; c < m_gridBoard.GetColumnCount(); ++c) {
+        const TableColumn& column = *ColumnAt(GridId::Board, c);
+        m_gridBoard.SetItem(row, c, record.AnyFieldAt(column.field),
                             column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
         if (column.kind == ColumnKind::Computed) {
             m_gridBoard.SetItemBkColour(row, c, kComputedColour);
@@ -209,10 +209,10 @@ void CLoadCalDiaog::ShowBoardResults(int index)
         return;
     }
     const CBoardCalData& board = m_arrBoard[index];
-    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
+    for (int c = 1; c < m_gridBoard.GetColumnCount(); ++c) {
         if (IsComputed(GridId::Board, c)) {
             m_gridBoard.SetItemText(index + 1, c,
-                                    board.FieldAt(kBoardColumns[static_cast<size_t>(c - 1)].field));
+                                    board.AnyFieldAt(ColumnAt(GridId::Board, c)->field));
             m_gridBoard.RedrawCell(index + 1, c);
         }
     }
@@ -234,6 +234,7 @@ void CLoadCalDiaog::ShowDocument(CLoadCalDocument doc)
     m_arrTouchedBoards.clear();
     m_arrTouchedTransformers.clear();
     m_history.Clear(m_bModified == 0);
+    ShowFireColumns(HasFireRoles(m_document));
     // Another document: its tree, every circuit shown.
     m_supplyFilter = CSupplyFilter{};
     m_arrShownLoads.clear();
@@ -295,6 +296,32 @@ void CLoadCalDiaog::FillTransformerGrid()
         }
         FillTransformerEntryRow(m + 1);
         m_gridTransformer.Invalidate();
+    }
+}
+
+void CLoadCalDiaog::ShowFireColumns(bool shown)
+{
+    m_bFireColumns = shown;
+    bool changed = false;
+    for (auto [grid, base] : {std::pair{GridId::Board, kBoardColumns.size()},
+                              std::pair{GridId::Transformer, kTransformerColumns.size()}}) {
+        CGridCtrl& g = GetGrid(grid);
+        const int count = static_cast<int>(shown ? ColumnsOf(grid).size() : base) + 1;
+        if (g.GetColumnCount() == count) {
+            continue;
+        }
+        changed = true;
+        const int before = g.GetColumnCount();
+        g.SetColumnCount(count);
+        for (int c = before; c < count; ++c) {
+            const TableColumn& column = *ColumnAt(grid, c);
+            g.SetItem(0, c, std::wstring(column.title), 0, kTitleFormat);
+            g.SetColumnWidth(c, column.widthHint);
+        }
+    }
+    if (changed) {
+        FillBoardGrid();
+        FillTransformerGrid();
     }
 }
 
@@ -366,9 +393,10 @@ void CLoadCalDiaog::ShowTransformerResults(int index)
     }
     const CTransformerCalData& t = m_arrTransformer[index];
     const int row = index + 1;
-    for (int c = 1; c <= kTransformerColumnCount; ++c) {
+    for (int c = 1; c < m_gridTransformer.GetColumnCount(); ++c) {
         if (IsComputed(GridId::Transformer, c)) {
-            m_gridTransformer.SetItemText(row, c, t.FieldAt(TransformerFieldOfIndex(c - 1)));
+            m_gridTransformer.SetItemText(row, c,
+                                          t.AnyFieldAt(ColumnAt(GridId::Transformer, c)->field));
             m_gridTransformer.RedrawCell(row, c);
         }
     }

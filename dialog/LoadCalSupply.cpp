@@ -221,6 +221,18 @@ void CLoadCalDiaog::RebuildSupplyTree(CSupplyTree tree)
 
 void CLoadCalDiaog::FollowSupplyTree(const CDocumentStep* step, bool backwards)
 {
+    // A first fire role, or the last one gone: the fire case's columns come
+    // or go.
+    const bool roles = step == nullptr || std::ranges::any_of(step->loads, [](const auto& c) {
+                           return c.kind != CRecordChange<CLoadCalData>::Kind::Set ||
+                                  c.before.m_strFire != c.after.m_strFire;
+                       });
+    if (roles) {
+        const bool fire = HasFireRoles(m_document);
+        if (fire != m_bFireColumns) {
+            ShowFireColumns(fire);
+        }
+    }
     const bool treeInputs = step == nullptr || ChangesTreeInputs(*step);
     const CSupplyFilter before = m_supplyFilter;
     if (step && IsNamedKind(m_supplyFilter.kind)) {

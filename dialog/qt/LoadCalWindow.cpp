@@ -18,6 +18,7 @@
 #include <QTreeWidget>
 #include <algorithm>
 #include <chrono>
+#include <tuple>
 #include <unordered_set>
 
 #include "dialog/LoadCalResources.h"
@@ -628,9 +629,12 @@ void CLoadCalWindow::SetBoardHeight(int pixels)
 
 void CLoadCalWindow::RestoreLayout()
 {
-    const CWindowLayout saved =
-        CWindowLayout::Read(m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(),
-                            m_pTransformerModel->columnCount(), m_pBoardModel->columnCount());
+    // The board and transformer grids keep the widths of their own columns;
+    // the fire case's, which only some documents show, start as wide as
+    // their tables say.
+    const CWindowLayout saved = CWindowLayout::Read(
+        m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(),
+        static_cast<int>(kTransformerColumns.size()), static_cast<int>(kBoardColumns.size()));
     m_nTreeWidth = saved.treeWidth.value_or(m_nTreeWidth);
     for (auto [view, widths] : {std::pair{m_pLoadView, &saved.loadColumns},
                                 std::pair{m_pTransformerView, &saved.transformerColumns},
@@ -679,10 +683,12 @@ void CLoadCalWindow::SaveLayout()
     layout.transformerHeight = TransformerHeight();
     layout.boardHeight = BoardHeight();
     layout.treeWidth = TreeWidth();
-    for (auto [view, widths] : {std::pair{m_pLoadView, &layout.loadColumns},
-                                std::pair{m_pTransformerView, &layout.transformerColumns},
-                                std::pair{m_pBoardView, &layout.boardColumns}}) {
-        for (int c = 0; c < view->model()->columnCount(); ++c) {
+    for (auto [view, widths, count] :
+         {std::tuple{m_pLoadView, &layout.loadColumns, m_pLoadModel->columnCount()},
+          std::tuple{m_pTransformerView, &layout.transformerColumns,
+                     static_cast<int>(kTransformerColumns.size())},
+          std::tuple{m_pBoardView, &layout.boardColumns, static_cast<int>(kBoardColumns.size())}}) {
+        for (int c = 0; c < std::min(count, view->model()->columnCount()); ++c) {
             widths->push_back(view->horizontalHeader()->sectionSize(c));
         }
     }

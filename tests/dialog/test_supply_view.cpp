@@ -442,3 +442,110 @@ TEST(SupplyView, RandomWorkKeepsTheViewRight)
         }
     }
 }
+
+namespace {
+
+/// The board and transformer grids show every column of their tables that
+/// they hold, each cell the record's field.
+void ExpectGroupGrids(DialogFixture& f, const std::string& when)
+{
+    const CLoadCalDocument& doc = f.dlg->GetDocument();
+    const CGridCtrl& boards = f.Boards();
+    for (int b = 0; b < doc.boards.GetSize(); ++b) {
+        for (int c = 1; c < boards.GetColumnCount(); ++c) {
+            ASSERT_EQ(boards.GetItemText(b + 1, c),
+                      doc.boards[b].AnyFieldAt(kBoardGridColumns[static_cast<size_t>(c - 1)].field))
+                << "board " << b << " column " << c << " " << when;
+        }
+    }
+    const CGridCtrl& ts = f.Transformers();
+    for (int t = 0; t < doc.transformers.GetSize(); ++t) {
+        for (int c = 1; c < ts.GetColumnCount(); ++c) {
+            ASSERT_EQ(Trim(ts.GetItemText(t + 1, c)),
+                      doc.transformers[t].AnyFieldAt(
+                          kTransformerGridColumns[static_cast<size_t>(c - 1)].field))
+                << "transformer " << t << " column " << c << " " << when;
+        }
+    }
+}
+
+int ColumnTitled(const CGridCtrl& g, std::wstring_view title)
+{
+    for (int c = 1; c < g.GetColumnCount(); ++c) {
+        if (g.GetItemText(0, c) == title) {
+            return c;
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
+// A document without fire roles shows the board and transformer grids as
+// they always were; one with fire roles shows the fire case beside the
+// normal one, with the case that governs. In the boards example the fire
+// case governs 2#变压器: S2 in a fire 275.203 kVA / 0.7 takes it to 400 kVA
+// where its normal case alone took 315.
+TEST(FireColumns, OnlyADocumentWithFireRolesShowsTheFireCase)
+{
+    DialogFixture f;
+    f.ui.openAnswers.push_back(
+        FromUtf8(std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building.LDC"));
+    f.dlg->OnFileOpen();
+    f.ui.boxAnswers.clear();
+    EXPECT_FALSE(f.dlg->ShowsFireColumns());
+    EXPECT_EQ(f.Boards().GetColumnCount(), static_cast<int>(kBoardColumns.size()) + 1);
+    EXPECT_EQ(f.Transformers().GetColumnCount(), static_cast<int>(kTransformerColumns.size()) + 1);
+
+    DialogFixture g;
+    OpenBoardsExample(g);
+    EXPECT_TRUE(g.dlg->ShowsFireColumns());
+    EXPECT_EQ(g.Boards().GetColumnCount(), static_cast<int>(kBoardGridColumns.size()) + 1);
+    EXPECT_EQ(g.Transformers().GetColumnCount(),
+              static_cast<int>(kTransformerGridColumns.size()) + 1);
+    ExpectGroupGrids(g, "the boards example");
+    const int governs = ColumnTitled(g.Transformers(), L"取值工况");
+    const int fireS = ColumnTitled(g.Transformers(), L"火灾视在功率(kVA)");
+    ASSERT_GT(governs, 0);
+    ASSERT_GT(fireS, 0);
+    EXPECT_EQ(g.Transformers().GetItemText(2, 1), L"2#变压器");
+    EXPECT_EQ(g.Transformers().GetItemText(2, governs), L"火灾");
+    EXPECT_EQ(g.Transformers().GetItemText(2, fireS), L"275.203");
+    EXPECT_EQ(g.Transformers().GetItemText(2, 2), L"400");
+    // The fire pump board runs only in a fire: nothing in normal operation.
+    const int xf = BoardIndex(g.dlg->GetDocument(), L"AP-XF") + 1;
+    EXPECT_EQ(g.Boards().GetItemText(xf, ColumnTitled(g.Boards(), L"计算有功(kW)")), L"0");
+    EXPECT_EQ(g.Boards().GetItemText(xf, ColumnTitled(g.Boards(), L"取值工况")), L"火灾");
+    EXPECT_NE(g.Boards().GetItemText(xf, ColumnTitled(g.Boards(), L"火灾计算有功(kW)")), L"0");
+}
+
+// The first fire role typed brings the fire columns with their figures; its
+// undo takes them away again, redo brings them back, and an edit while they
+// show keeps them right.
+TEST(FireColumns, TheFirstFireRoleBringsThemAndUndoTakesThemAway)
+{
+    DialogFixture f;
+    f.ui.openAnswers.push_back(
+        FromUtf8(std::string(LOADCAL_SOURCE_DIR) + "/examples/office-building.LDC"));
+    f.dlg->OnFileOpen();
+    f.ui.boxAnswers.clear();
+    ASSERT_FALSE(f.dlg->ShowsFireColumns());
+    const int fireColumn = GridColumnOfField(GridId::Load, CLoadCalData::kFire);
+    f.Type(GridId::Load, 1, fireColumn, L"消防");
+    EXPECT_TRUE(f.dlg->ShowsFireColumns());
+    ExpectGroupGrids(f, "after the first role");
+    const int governs = ColumnTitled(f.Transformers(), L"取值工况");
+    ASSERT_GT(governs, 0);
+    EXPECT_FALSE(f.Transformers().GetItemText(1, governs).empty());
+
+    f.Type(GridId::Load, 2, kPowerColumn, L"99");
+    ExpectGroupGrids(f, "after an edit");
+    f.dlg->OnEditUndo();
+    f.dlg->OnEditUndo();
+    EXPECT_FALSE(f.dlg->ShowsFireColumns());
+    EXPECT_EQ(f.Transformers().GetColumnCount(), static_cast<int>(kTransformerColumns.size()) + 1);
+    ExpectGroupGrids(f, "after undo");
+    f.dlg->OnEditRedo();
+    EXPECT_TRUE(f.dlg->ShowsFireColumns());
+    ExpectGroupGrids(f, "after redo");
+}
