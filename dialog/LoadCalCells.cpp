@@ -223,7 +223,10 @@ void CLoadCalDiaog::OnInsertRow(GridId grid)
     CCommandScope command(*this);
     EndPendingCut(grid);
     CLoadCalData circuit;
-    circuit.m_strPhase = kPhaseThree;
+    circuit.m_strPhase = EntryPhase();
+    if (circuit.m_strPhase != kPhaseThree) {
+        circuit.m_strVoltage = kVoltageSingle;
+    }
     RecalculateCircuit(circuit, m_document.rules);
     const int height = m_gridLoad.GetRowHeight(r);
     m_gridLoad.InsertRow(L"", r);
@@ -390,7 +393,7 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
         if (calculate) {
             RecalculateCircuit(circuit, m_document.rules);
         }
-        phase = kPhaseThree;
+        phase = EntryPhase();
         // Pasted while a board or transformer is selected: fed from it.
         if (m_supplyFilter.kind == SupplyNodeKind::Board ||
             m_supplyFilter.kind == SupplyNodeKind::Transformer) {

@@ -484,6 +484,9 @@ private:
     /// record came (the circuits from record on moved down one) or went.
     void NoteLoadRowInserted(int row, int record);
     void NoteLoadRowRemoved(int row);
+    /// The phase the entry row proposes: the board's own in the view of a
+    /// single-phase board, else three-phase.
+    std::wstring EntryPhase() const;
     /// Circuit i, just added in the load grid while a board or transformer
     /// is selected, is fed from it (its owner cell shows it).
     void FeedNewCircuitFromNode(int i);

@@ -108,13 +108,15 @@ void CLoadCalDiaog::FillLoadEntryRow(int row, const std::wstring& voltage,
                                      const std::wstring& demandFactor,
                                      const std::wstring& powerFactor)
 {
-    // The entry row proposes a three-phase circuit with these figures.
+    // The entry row proposes a three-phase circuit with these figures; in
+    // the view of a single-phase board, a circuit on the board's phase.
     CLoadCalData proposal;
     for (int f = 0; f < CLoadCalData::kAnyFieldCount; ++f) {
         proposal.AnyFieldAt(f).clear();
     }
-    proposal.m_strPhase = kPhaseThree;
-    proposal.m_strVoltage = voltage;
+    proposal.m_strPhase = EntryPhase();
+    proposal.m_strVoltage =
+        proposal.m_strPhase == kPhaseThree ? voltage : std::wstring(kVoltageSingle);
     proposal.m_strDemandFactor = demandFactor;
     proposal.m_strPowerFactor = powerFactor;
     for (int c = 1; c <= kLoadColumnCount; ++c) {

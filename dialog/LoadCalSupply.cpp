@@ -144,6 +144,19 @@ void CLoadCalDiaog::NoteLoadRowRemoved(int row)
     }
 }
 
+std::wstring CLoadCalDiaog::EntryPhase() const
+{
+    if (m_supplyFilter.kind == SupplyNodeKind::Board) {
+        for (const CBoardCalData& board : m_arrBoard) {
+            if (EqualsNoCase(board.m_strName, m_supplyFilter.name) &&
+                IsPhaseText(board.m_strPhase)) {
+                return board.m_strPhase;
+            }
+        }
+    }
+    return std::wstring(kPhaseThree);
+}
+
 void CLoadCalDiaog::FeedNewCircuitFromNode(int i)
 {
     if (!IsNamedKind(m_supplyFilter.kind) || i < 0 || i >= m_arrLoad.GetSize()) {

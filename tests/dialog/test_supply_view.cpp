@@ -180,6 +180,9 @@ TEST(SupplyView, EditingWhileFilteredChangesTheRightCircuit)
     ASSERT_EQ(doc.loads.GetSize(), before.loads.GetSize() + 1);
     EXPECT_EQ(doc.loads[doc.loads.GetSize() - 1].m_strTransformer, L"1AL");
     EXPECT_EQ(doc.loads[doc.loads.GetSize() - 1].m_strEquipName, L"新回路");
+    // 1AL is a single-phase board on L1: the circuit is proposed on its phase.
+    EXPECT_EQ(doc.loads[doc.loads.GetSize() - 1].m_strPhase, L"L1,N");
+    EXPECT_EQ(doc.loads[doc.loads.GetSize() - 1].m_strVoltage, L"0.22");
     EXPECT_EQ(f.dlg->ShownLoadCount(), 2);
     ExpectView(f, "after the entry row");
 
@@ -188,6 +191,7 @@ TEST(SupplyView, EditingWhileFilteredChangesTheRightCircuit)
     f.dlg->OnInsertRow(GridId::Load);
     EXPECT_EQ(f.dlg->GetDocument().loads[record].m_strTransformer, L"1AL");
     EXPECT_EQ(f.dlg->GetDocument().loads[record].m_strEquipName, L"");
+    EXPECT_EQ(f.dlg->GetDocument().loads[record].m_strPhase, L"L1,N");
     EXPECT_EQ(f.dlg->ShownLoadCount(), 3);
     ExpectView(f, "after 插入");
 
