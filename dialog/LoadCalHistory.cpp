@@ -121,13 +121,16 @@ CLoadCalDiaog::CCommandScope::CCommandScope(CLoadCalDiaog& dialog) : m_dialog(di
 
 CLoadCalDiaog::CCommandScope::~CCommandScope()
 {
-    if (--m_dialog.m_nCommandDepth > 0) {
+    if (m_dialog.m_nCommandDepth > 1) {
+        --m_dialog.m_nCommandDepth;
         return;
     }
-    // Whatever the command got done, also when it was cut short, can be
-    // taken back; the tree and the load grid's view, then the marks follow
-    // what it changed.
+    // The tree and the load grid's view follow what the command changed,
+    // still inside it (whatever they recalculate is part of the step).
     m_dialog.FollowSupplyTree(&m_dialog.m_step, false);
+    m_dialog.m_nCommandDepth = 0;
+    // Whatever the command got done, also when it was cut short, can be
+    // taken back; the marks follow what it changed.
     m_dialog.RefreshWarnings(&m_dialog.m_step);
     m_dialog.m_history.Push(std::move(m_dialog.m_step));
     m_dialog.m_step = CDocumentStep();
