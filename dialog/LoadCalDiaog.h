@@ -381,6 +381,8 @@ public:
     const CSupplyTree& GetSupplyTree() const { return m_supplyTree; }
     /// The node whose circuits the load grid shows (All: every circuit).
     const CSupplyFilter& GetSupplyFilter() const { return m_supplyFilter; }
+    /// The node of the tree that is current (an index into its nodes).
+    int GetSupplyNode() const { return m_nShownNode; }
     /// A click on a node of the supply tree (an index into its nodes): the
     /// load grid shows only the circuits fed directly from it (a board: its
     /// own circuits; a transformer: the circuits whose owner list names it;
@@ -478,6 +480,9 @@ private:
     /// filter and the rule set in force.
     void UpdateStatusNote();
     bool IsLoadFiltered() const { return m_supplyFilter.kind != SupplyNodeKind::All; }
+    /// The load grid shows what the filter stands for (every circuit when no
+    /// node of the tree does); the status bar says so.
+    void ApplySupplyFilter(const CSupplyFilter& filter);
     /// The circuits the filter shows, list order.
     std::vector<int> FilteredLoads();
     /// The view's row map after a row of the load grid showing circuit

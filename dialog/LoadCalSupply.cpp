@@ -183,16 +183,25 @@ void CLoadCalDiaog::OnSupplyNodeClick(int node)
     if (node < 0 || static_cast<size_t>(node) >= nodes.size()) {
         return;
     }
-    ShowSupplyFilter(nodes[static_cast<size_t>(node)].Filter());
-    // The occurrence clicked stays the current one (a board fed twice shows
-    // twice); the window has selected it itself.
-    if (m_supplyTree.Find(m_supplyFilter) >= 0 &&
-        nodes[static_cast<size_t>(node)].Filter() == m_supplyFilter) {
-        m_nShownNode = node;
-    }
+    // The occurrence clicked becomes the current node (a board fed twice
+    // shows twice); the window has made it current itself.
+    m_nShownNode = node;
+    ApplySupplyFilter(nodes[static_cast<size_t>(node)].Filter());
 }
 
 void CLoadCalDiaog::ShowSupplyFilter(const CSupplyFilter& filter)
+{
+    ApplySupplyFilter(filter);
+    const int node = std::max(0, m_supplyTree.Find(m_supplyFilter));
+    if (node != m_nShownNode) {
+        m_nShownNode = node;
+        if (m_pUi) {
+            m_pUi->ShowSupplyTree(m_supplyTree, m_nShownNode);
+        }
+    }
+}
+
+void CLoadCalDiaog::ApplySupplyFilter(const CSupplyFilter& filter)
 {
     const int node = m_supplyTree.Find(filter);
     m_supplyFilter = node >= 0 ? filter : CSupplyFilter{};
@@ -204,11 +213,6 @@ void CLoadCalDiaog::ShowSupplyFilter(const CSupplyFilter& filter)
     // The designer starts at the node's first circuit (or its entry row).
     m_gridLoad.ResetSelectedRange();
     m_gridLoad.SetFocusCell(1, std::min(col, m_gridLoad.GetColumnCount() - 1));
-    const int shownNode = std::max(0, node);
-    if (shownNode != m_nShownNode && m_pUi) {
-        m_nShownNode = shownNode;
-        m_pUi->ShowSupplyTree(m_supplyTree, m_nShownNode);
-    }
     UpdateStatusNote();
 }
 

@@ -33,13 +33,20 @@ void OpenBoardsExample(DialogFixture& f)
     ASSERT_EQ(f.dlg->GetBoards().GetSize(), 25);
 }
 
+/// A click on node n of the tree, which the window makes current.
+void ClickNode(DialogFixture& f, int node)
+{
+    f.ui.treeSelected = node;
+    f.dlg->OnSupplyNodeClick(node);
+}
+
 /// Clicks the first node of the tree the window was given that stands for
 /// the filter.
 void Click(DialogFixture& f, SupplyNodeKind kind, const std::wstring& name = L"")
 {
     const int node = f.ui.tree.Find({kind, name});
     ASSERT_GE(node, 0) << ToUtf8(name);
-    f.dlg->OnSupplyNodeClick(node);
+    ClickNode(f, node);
 }
 
 /// Everything the view promises, checked against the document by
@@ -88,6 +95,7 @@ void ExpectView(DialogFixture& f, const std::string& when)
     EXPECT_EQ(g.GetItemText(total, 12), totals.current) << when;
     EXPECT_TRUE(f.ui.tree == CSupplyTree(doc)) << "tree " << when;
     EXPECT_TRUE(f.dlg->GetSupplyTree() == f.ui.tree) << when;
+    EXPECT_EQ(f.dlg->GetSupplyNode(), f.ui.treeSelected) << when;
     const auto& node = f.ui.tree.Nodes().at(static_cast<size_t>(f.ui.treeSelected));
     EXPECT_EQ(node.kind, filter.kind) << when;
     EXPECT_TRUE(EqualsNoCase(node.name, filter.name)) << when;
@@ -376,8 +384,7 @@ TEST(SupplyView, RandomWorkKeepsTheViewRight)
             return std::uniform_int_distribution<int>(0, n - 1)(rng);
         };
         const auto clickAny = [&] {
-            const int node = pick(static_cast<int>(f.ui.tree.Nodes().size()));
-            f.dlg->OnSupplyNodeClick(node);
+            ClickNode(f, pick(static_cast<int>(f.ui.tree.Nodes().size())));
         };
         clickAny();
         for (int step = 0; step < 400; ++step) {
@@ -552,4 +559,35 @@ TEST(FireColumns, TheFirstFireRoleBringsThemAndUndoTakesThemAway)
     f.dlg->OnEditRedo();
     EXPECT_TRUE(f.dlg->ShowsFireColumns());
     ExpectGroupGrids(f, "after redo");
+}
+
+// A board fed from both transformers shows under each; a click on its
+// second place keeps that place current (the window is not sent back to the
+// first), and the view is the board's either way.
+TEST(SupplyView, ADualFedBoardClickedUnderEitherTransformer)
+{
+    DialogFixture f;
+    OpenBoardsExample(f);
+    const std::vector<CSupplyNode>& nodes = f.dlg->GetSupplyTree().Nodes();
+    std::vector<int> places;
+    for (size_t n = 0; n < nodes.size(); ++n) {
+        if (nodes[n].kind == SupplyNodeKind::Board && nodes[n].name == L"AP-DT") {
+            places.push_back(static_cast<int>(n));
+        }
+    }
+    ASSERT_EQ(places.size(), 2u);
+    const int shows = f.ui.treeShows;
+    ClickNode(f, places[1]);
+    EXPECT_EQ(f.ui.treeShows, shows);
+    EXPECT_EQ(f.dlg->GetSupplyNode(), places[1]);
+    EXPECT_EQ(f.dlg->ShownLoadCount(), 3);
+    // An edit keeps the place clicked current.
+    f.Type(GridId::Load, 1, kPowerColumn, L"25");
+    EXPECT_EQ(f.ui.treeShows, shows);
+    EXPECT_EQ(f.dlg->GetSupplyNode(), places[1]);
+    ClickNode(f, places[0]);
+    EXPECT_EQ(f.dlg->ShownLoadCount(), 3);
+    f.dlg->OnEditUndo();
+    EXPECT_EQ(f.dlg->ShownLoadCount(), 3);
+    EXPECT_EQ(f.dlg->GetSupplyFilter().name, L"AP-DT");
 }
