@@ -11,6 +11,8 @@
 // six levels and 100 transformers under the GB 51348-2019 rules (target: at
 // most 16 ms): the circuit, the chain of boards above it, the transformers
 // they feed and the totals recalculated, the three grids repainted.
+// A click on a node of the supply tree beside the grids in that document
+// (target: about 100 ms): the load grid filled with the node's circuits.
 
 #include <benchmark/benchmark.h>
 
@@ -19,6 +21,7 @@
 #include <QDir>
 #include <QShortcut>
 #include <QTemporaryDir>
+#include <QTreeWidget>
 #include <memory>
 #include <random>
 
@@ -255,6 +258,99 @@ void BM_OwnerChoiceUnderBoards(benchmark::State& state)
     }
 }
 BENCHMARK(BM_OwnerChoiceUnderBoards)->Unit(benchmark::kMillisecond);
+
+/// A click on a node of the supply tree beside the grids, as the window
+/// takes it (the tree's current item changes): the load grid filled with the
+/// circuits the node feeds and the window repainted. Two nodes in turn:
+/// two boards of the bottom level (a few circuits each), two transformers;
+/// or 全部 (all 32,767 circuits) after a board, the click on 全部 alone timed.
+/// Target: about 100 ms a click.
+void ClickInTurn(benchmark::State& state, SupplyNodeKind kind)
+{
+    LargeBoardWindow& w = BoardWindow();
+    const CLoadCalDocument& doc = w.dialog->GetDocument();
+    const CSupplyTree& tree = w.dialog->GetSupplyTree();
+    const CBoardArray& boards = doc.boards;
+    int nodes[2] = {-1, -1};
+    switch (kind) {
+        case SupplyNodeKind::Transformer:
+            nodes[0] = tree.Find({kind, doc.transformers[0].m_strName});
+            nodes[1] = tree.Find({kind, doc.transformers[1].m_strName});
+            break;
+        case SupplyNodeKind::All:
+            nodes[0] = 0;
+            nodes[1] = tree.Find({SupplyNodeKind::Board, boards[boards.GetSize() - 1].m_strName});
+            break;
+        default:
+            nodes[0] = tree.Find({kind, boards[boards.GetSize() - 1].m_strName});
+            nodes[1] = tree.Find({kind, boards[boards.GetSize() - 2].m_strName});
+            break;
+    }
+    if (nodes[0] < 0 || nodes[1] < 0) {
+        state.SkipWithError("no such node in the tree");
+        return;
+    }
+    QTreeWidget& view = w.window->SupplyTree();
+    size_t shown = 0;
+    int k = 0;
+    for (auto _ : state) {
+        if (kind == SupplyNodeKind::All) {
+            // Only the click on 全部 is timed; the board's before it is not.
+            state.PauseTiming();
+            view.setCurrentItem(w.window->SupplyItem(nodes[1]));
+            w.Repaint();
+            state.ResumeTiming();
+            view.setCurrentItem(w.window->SupplyItem(nodes[0]));
+        } else {
+            view.setCurrentItem(w.window->SupplyItem(nodes[++k % 2]));
+        }
+        w.Repaint();
+        shown += static_cast<size_t>(w.dialog->ShownLoadCount());
+    }
+    state.counters["circuits shown"] =
+        benchmark::Counter(static_cast<double>(shown), benchmark::Counter::kAvgIterations);
+    view.setCurrentItem(w.window->SupplyItem(0));
+    w.Repaint();
+}
+
+void BM_TreeClickBoard(benchmark::State& state)
+{
+    ClickInTurn(state, SupplyNodeKind::Board);
+}
+BENCHMARK(BM_TreeClickBoard)->Unit(benchmark::kMillisecond);
+
+void BM_TreeClickTransformer(benchmark::State& state)
+{
+    ClickInTurn(state, SupplyNodeKind::Transformer);
+}
+BENCHMARK(BM_TreeClickTransformer)->Unit(benchmark::kMillisecond);
+
+void BM_TreeClickAll(benchmark::State& state)
+{
+    ClickInTurn(state, SupplyNodeKind::All);
+}
+BENCHMARK(BM_TreeClickAll)->Unit(benchmark::kMillisecond);
+
+/// The cell edit of BM_CellEditUnderBoards while the load grid shows only
+/// the circuits of that circuit's board.
+void BM_CellEditWhileFiltered(benchmark::State& state)
+{
+    LargeBoardWindow& w = BoardWindow();
+    const CLoadCalDocument& doc = w.dialog->GetDocument();
+    w.dialog->ShowSupplyFilter({SupplyNodeKind::Board, doc.loads[w.row - 1].m_strTransformer});
+    const int row = w.dialog->LoadRowOfRecord(w.row - 1);
+    int k = 0;
+    for (auto _ : state) {
+        w.dialog->OnEndEdit(GridId::Load, row, 5, ++k % 2 ? L"12.5" : L"7");
+        w.Repaint();
+    }
+    if (row < 1 || w.dialog->HasStaleFigures()) {
+        state.SkipWithError("the circuit was not shown, or its figures went wrong");
+    }
+    w.dialog->ShowSupplyFilter({});
+    w.Repaint();
+}
+BENCHMARK(BM_CellEditWhileFiltered)->Unit(benchmark::kMillisecond);
 
 /// The window over an untitled document with one transformer, as a user
 /// starts a new load list.

@@ -5,7 +5,9 @@
 #include <optional>
 #include <vector>
 
+#include "model/ProjectInfo.h"
 #include "model/Records.h"
+#include "model/Rules.h"
 
 namespace loadcal {
 
@@ -20,14 +22,33 @@ struct CRecordChange {
     Record after;   ///< Set and Insert: the record as it became
 };
 
+/// What a document holds beside its records: the project information its
+/// outputs carry and the rule set it is calculated under. A plain value.
+struct CDocumentProperties {
+    CProjectInfo project;
+    CalcRules rules = CalcRules::Original;
+    friend bool operator==(const CDocumentProperties&, const CDocumentProperties&) = default;
+};
+
+/// A change of the document's properties, as it was and as it became.
+struct CPropertiesChange {
+    CDocumentProperties before;
+    CDocumentProperties after;
+};
+
 /// What one user action changed in the document: the changes of each record
-/// array in the order they happened. Undo applies their inverses in reverse
+/// array in the order they happened, and a change of its properties (made
+/// before any record changed). Undo applies their inverses in reverse
 /// order, redo applies them again in order.
 struct CDocumentStep {
     std::vector<CRecordChange<CLoadCalData>> loads;
     std::vector<CRecordChange<CTransformerCalData>> transformers;
     std::vector<CRecordChange<CBoardCalData>> boards;
-    bool IsEmpty() const { return loads.empty() && transformers.empty() && boards.empty(); }
+    std::optional<CPropertiesChange> properties;
+    bool IsEmpty() const
+    {
+        return loads.empty() && transformers.empty() && boards.empty() && !properties;
+    }
 };
 
 /// A record array whose every change is written into a step as it happens

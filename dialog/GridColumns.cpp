@@ -12,11 +12,11 @@ std::span<const TableColumn> ColumnsOf(GridId grid)
         case GridId::LoadTypes:
             return kLoadTypeLibraryColumns;
         case GridId::Board:
-            return kBoardColumns;
+            return kBoardGridColumns;
         case GridId::Transformer:
             break;
     }
-    return kTransformerColumns;
+    return kTransformerGridColumns;
 }
 
 const TableColumn* ColumnAt(GridId grid, int col)

@@ -18,9 +18,10 @@ enum class GridId {
 };
 
 /// The column table of a grid (model/Columns.h; the load grid shows
-/// kLoadGridColumns): grid column c (1 based;
-/// column 0 is the row heading) shows entry c - 1. Everything the dialog
-/// knows about a column comes from here.
+/// kLoadGridColumns, the board and transformer grids kBoardGridColumns and
+/// kTransformerGridColumns, whose fire columns only a document with fire
+/// roles shows): grid column c (1 based; column 0 is the row heading) shows
+/// entry c - 1. Everything the dialog knows about a column comes from here.
 std::span<const TableColumn> ColumnsOf(GridId grid);
 
 /// The table entry of grid column col, or null for the heading column and

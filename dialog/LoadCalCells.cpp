@@ -92,7 +92,7 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
     const auto count = [this, grid] {
-        return grid == GridId::Load    ? m_arrLoad.GetSize()
+        return grid == GridId::Load    ? ShownLoadCount()
                : grid == GridId::Board ? m_arrBoard.GetSize()
                                        : m_arrTransformer.GetSize();
     };
@@ -120,11 +120,11 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
     int removed = 0;
     for (const auto& [r, cols] : cells) {
         if (load) {
-            CLoadCalData after = m_arrLoad[r - 1];
+            CLoadCalData after = m_arrLoad[LoadRecordOfRow(r)];
             for (int c : cols) {
                 after.AnyFieldAt(ColumnAt(grid, c)->field).clear();
             }
-            removed += after.IsBlank() ? 1 : 0;
+            removed += IsBlankInView(after) ? 1 : 0;
         } else {
             // A transformer or board goes with its name (the first column).
             removed += std::ranges::find(cols, 1) != cols.end() ? 1 : 0;
@@ -171,7 +171,7 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
     CGridCtrl& g = GetGrid(grid);
     const CCellRange bounds = g.GetSelectedRange();
     const int records =
-        load ? m_arrLoad.GetSize()
+        load ? ShownLoadCount()
              : (grid == GridId::Board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize());
     if (!bounds.IsValid() || bounds.minRow < 1 || bounds.minRow >= records ||
         bounds.maxRow <= bounds.minRow) {
@@ -216,19 +216,26 @@ void CLoadCalDiaog::OnInsertRow(GridId grid)
         return;
     }
     const int r = m_gridLoad.GetFocusCell().row;
-    if (r < 1 || r > m_arrLoad.GetSize() + 1) {
+    const int i = LoadRecordOfRow(r);
+    if (i < 0) {
         return;
     }
     CCommandScope command(*this);
     EndPendingCut(grid);
     CLoadCalData circuit;
-    circuit.m_strPhase = kPhaseThree;
+    circuit.m_strPhase = EntryPhase();
+    if (circuit.m_strPhase != kPhaseThree) {
+        circuit.m_strVoltage = kVoltageSingle;
+    }
     RecalculateCircuit(circuit, m_document.rules);
     const int height = m_gridLoad.GetRowHeight(r);
     m_gridLoad.InsertRow(L"", r);
     m_gridLoad.SetRowHeight(r, height);
-    Loads().InsertAt(r - 1, circuit);
+    Loads().InsertAt(i, circuit);
+    NoteLoadRowInserted(r, i);
     FillLoadRow(r, circuit);
+    // Inserted while a board or transformer is selected: fed from it.
+    FeedNewCircuitFromNode(i);
     m_gridLoad.SetFocusCell(r, m_gridLoad.GetFocusCell().col);
     RefreshTotals();
     RecalculateAllTransformers();
@@ -244,7 +251,7 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
     const CCellID focus = g.GetFocusCell();
     const bool load = grid == GridId::Load;
     const int records =
-        load ? m_arrLoad.GetSize()
+        load ? ShownLoadCount()
              : (grid == GridId::Board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize());
     const int entryRow = records + 1;
     if (focus.row < 1 || focus.row > entryRow || focus.col < 1 || focus.col >= g.GetColumnCount()) {
@@ -258,9 +265,10 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
     for (size_t k = over; k < lines.size(); ++k) {
         newLines += IsBlankLine(lines[k]) ? 0 : 1;
     }
-    if (load && records + static_cast<long long>(newLines) > kArchiveMostRecords) {
+    const int circuits = m_arrLoad.GetSize();
+    if (load && circuits + static_cast<long long>(newLines) > kArchiveMostRecords) {
         MessageBox(texts::FormatText(texts::kPasteTooLargeFormat,
-                                     std::to_wstring(records + static_cast<long long>(newLines))),
+                                     std::to_wstring(circuits + static_cast<long long>(newLines))),
                    texts::kApplicationName, MB_OK | MB_ICONEXCLAMATION);
         return;
     }
@@ -316,7 +324,7 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
     // a phase brings its voltage, and a circuit whose phase or figures were
     // typed is calculated. The records are added at once and the grid is
     // laid out once.
-    const int entry = m_arrLoad.GetSize() + 1;
+    const int entry = LoadEntryRow();
     std::wstring voltage =
         m_gridLoad.GetItemText(entry, GridColumnOfField(GridId::Load, CLoadCalData::kVoltage));
     std::wstring demand =
@@ -385,7 +393,12 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
         if (calculate) {
             RecalculateCircuit(circuit, m_document.rules);
         }
-        phase = kPhaseThree;
+        phase = EntryPhase();
+        // Pasted while a board or transformer is selected: fed from it.
+        if (m_supplyFilter.kind == SupplyNodeKind::Board ||
+            m_supplyFilter.kind == SupplyNodeKind::Transformer) {
+            circuit.m_strTransformer = m_supplyFilter.name;
+        }
         Loads().Add(circuit);
         added = true;
     }
@@ -394,8 +407,8 @@ void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col
     }
     FillLoadGrid();
     // The entry row proposes the last new circuit's figures at its creation.
-    FillLoadEntryRow(m_arrLoad.GetSize() + 1, voltage, demand, power);
-    m_gridLoad.SetFocusCell(m_arrLoad.GetSize() + 1, col);
+    FillLoadEntryRow(LoadEntryRow(), voltage, demand, power);
+    m_gridLoad.SetFocusCell(LoadEntryRow(), col);
     m_bRecalculationPending = true;
     m_bModified = 1;
 }
@@ -412,12 +425,17 @@ bool CLoadCalDiaog::HasStaleFigures() const
 void CLoadCalDiaog::OnRecalculateAll()
 {
     CCommandScope command(*this);
+    RecalculateEverything();
+}
+
+bool CLoadCalDiaog::RecalculateEverything()
+{
     // The whole document under its rule set: circuits, boards bottom-up,
     // transformers, totals.
     CLoadCalDocument copy = m_document;
     RecalculateDocument(copy);
     if (copy == m_document) {
-        return;
+        return false;
     }
     // Recorded record by record; the document then follows from its
     // inputs throughout, so the index is built afresh without recalculating.
@@ -438,8 +456,8 @@ void CLoadCalDiaog::OnRecalculateAll()
     m_arrTouchedTransformers.clear();
     {
         CGridCtrl::Batch batch(m_gridLoad);
-        for (int i = 0; i < m_arrLoad.GetSize(); ++i) {
-            FillLoadRow(i + 1, m_arrLoad[i]);
+        for (int r = 1; r <= ShownLoadCount(); ++r) {
+            FillLoadRow(r, m_arrLoad[LoadRecordOfRow(r)]);
         }
         RefreshTotals();
     }
@@ -456,6 +474,39 @@ void CLoadCalDiaog::OnRecalculateAll()
         }
     }
     m_bModified = 1;
+    return true;
+}
+
+// ---- The document's properties ----
+
+void CLoadCalDiaog::OnProjectInfo()
+{
+    CDocumentProperties properties = GetDocumentProperties();
+    if (!Ui().EditProjectInfo(properties)) {
+        return;
+    }
+    ApplyDocumentProperties(properties);
+}
+
+void CLoadCalDiaog::ApplyDocumentProperties(const CDocumentProperties& properties)
+{
+    const CDocumentProperties before = GetDocumentProperties();
+    if (properties == before) {
+        return;
+    }
+    CCommandScope command(*this);
+    m_step.properties = CPropertiesChange{before, properties};
+    m_document.project = properties.project;
+    m_bModified = 1;
+    if (properties.rules != before.rules) {
+        // Every figure follows the new rules in this same step; the totals
+        // count the circuits as the rules say, also where no record moved.
+        m_document.rules = properties.rules;
+        m_pSupplyIndex.reset();
+        RecalculateEverything();
+        RefreshTotals();
+        UpdateStatusNote();
+    }
 }
 
 // ---- Outputs that keep the window open ----
@@ -580,7 +631,13 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
         m_warnings.insert(m_warnings.end(), w.begin(), w.end());
     }
 
-    // The cells: every warning on the cell of its field; several join.
+    MarkWarningCells();
+}
+
+void CLoadCalDiaog::MarkWarningCells()
+{
+    // The cells: every warning on the cell of its field; several join. A
+    // circuit the load grid's filter hides has no cell.
     std::map<std::pair<GridId, CCellID>, std::wstring> marks;
     for (const CCheckWarning& w : m_warnings) {
         GridId grid = GridId::Load;
@@ -592,10 +649,11 @@ void CLoadCalDiaog::RefreshWarnings(const CDocumentStep* step)
             continue;
         }
         const int col = GridColumnOfField(grid, w.field);
-        if (col < 0) {
+        const int row = grid == GridId::Load ? LoadRowOfRecord(w.index) : w.index + 1;
+        if (col < 0 || row < 1) {
             continue;
         }
-        std::wstring& text = marks[{grid, CCellID{w.index + 1, col}}];
+        std::wstring& text = marks[{grid, CCellID{row, col}}];
         text += (text.empty() ? L"" : L"\n") + w.text;
     }
     for (const auto& [grid, cell] : m_markedCells) {

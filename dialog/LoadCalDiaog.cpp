@@ -179,6 +179,7 @@ bool CLoadCalDiaog::IsCommandEnabled(unsigned id) const
         case res::ID_CALCULATION_BOOK:
         case res::ID_RECALCULATE_ALL:
         case res::ID_LOAD_TYPE_LIBRARY:
+        case res::ID_PROJECT_INFO:
             return true;
         case res::ID_EDIT_UNDO:
             return CanUndo();
@@ -235,6 +236,9 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
             return true;
         case res::ID_LOAD_TYPE_LIBRARY:
             OnLoadTypeLibrary();
+            return true;
+        case res::ID_PROJECT_INFO:
+            OnProjectInfo();
             return true;
         case res::ID_LOAD_INSERT:
             OnInsertRow(GridId::Load);
@@ -650,8 +654,10 @@ void CLoadCalDiaog::SetPhaseCell(int record, const std::wstring& phase)
 {
     Loads().Modify(record, [&phase](CLoadCalData& c) { c.m_strPhase = phase; });
     const int col = GridColumnOfField(GridId::Load, CLoadCalData::kPhase);
-    m_gridLoad.SetItemText(record + 1, col, phase);
-    m_gridLoad.RedrawCell(record + 1, col);
+    if (const int row = LoadRowOfRecord(record); row > 0) {
+        m_gridLoad.SetItemText(row, col, phase);
+        m_gridLoad.RedrawCell(row, col);
+    }
 }
 
 void CLoadCalDiaog::ShowReport(const std::wstring& report)

@@ -28,6 +28,7 @@
 #include "model/LoadTypes.h"
 #include "model/Records.h"
 #include "model/SupplyIndex.h"
+#include "model/SupplyTree.h"
 
 namespace loadcal {
 
@@ -172,6 +173,27 @@ public:
     /// True when a recalculation would change a computed figure of the
     /// document or fill an empty one.
     bool HasStaleFigures() const;
+    /// 工程信息 (功能 menu): the document's project information and rule
+    /// set in their dialog; 确定 applies what it shows
+    /// (ApplyDocumentProperties), 取消 changes nothing.
+    void OnProjectInfo();
+    /// The document takes this project information and rule set as one
+    /// undo step. A change of the rule set recalculates every circuit,
+    /// board and transformer and the totals under the new rules in that
+    /// same step, so that undo returns the old rules with the old figures.
+    /// Nothing differs: nothing happens (no step).
+    void ApplyDocumentProperties(const CDocumentProperties& properties);
+    /// The project information and rule set of the open document.
+    CDocumentProperties GetDocumentProperties() const
+    {
+        return {m_document.project, m_document.rules};
+    }
+    /// True while the board and transformer grids show the fire case's
+    /// columns (取值工况 and the fire figures): in a document where some
+    /// circuit has a fire role ("消防" or "火灾时切除").
+    bool ShowsFireColumns() const { return m_bFireColumns; }
+    /// The status bar's lasting note as last given to the window.
+    const std::wstring& GetStatusNote() const { return m_strStatusNote; }
     /// 插入 (Ctrl++): a new three-phase circuit above the load grid's focus
     /// row (a circuit row or the entry row). The transformer grid has none.
     void OnInsertRow(GridId grid);
@@ -351,6 +373,48 @@ public:
     /// the circuits by it. Cancelled, nothing changes.
     void OnLoadTypeLibrary();
 
+    // The supply tree beside the grids, and the load grid's view of it.
+    /// The document's supply tree as the window shows it (CSupplyTree). It
+    /// follows every change of names and owner lists, undo and redo included;
+    /// the window is given it (ILoadCalUi::ShowSupplyTree) whenever it or the
+    /// node selected changes.
+    const CSupplyTree& GetSupplyTree() const { return m_supplyTree; }
+    /// The node whose circuits the load grid shows (All: every circuit).
+    const CSupplyFilter& GetSupplyFilter() const { return m_supplyFilter; }
+    /// The node of the tree that is current (an index into its nodes).
+    int GetSupplyNode() const { return m_nShownNode; }
+    /// A click on a node of the supply tree (an index into its nodes): the
+    /// load grid shows only the circuits fed directly from it (a board: its
+    /// own circuits; a transformer: the circuits whose owner list names it;
+    /// 全部: all), in list order, then the entry row; the total row keeps
+    /// the document's totals and says so ("全部总计:"), as does the status
+    /// bar. The filter is a view: nothing of the document changes and no undo
+    /// step is made. While a board or transformer is selected, a circuit
+    /// added in the load grid (the entry row, 插入, a spreadsheet paste, a
+    /// row paste whose circuit does not name it) is fed from it: its owner
+    /// list becomes the node's name. A circuit whose owner list no longer
+    /// names the node leaves the view at the end of the command that changed
+    /// it. A node that goes (its board or transformer deleted, or a rename
+    /// undone elsewhere) gives way to 全部; a renamed one is followed.
+    void OnSupplyNodeClick(int node);
+    /// The same for the first node the filter stands for; a filter no node
+    /// stands for shows every circuit.
+    void ShowSupplyFilter(const CSupplyFilter& filter);
+    /// The load grid's rows as they stand: row r (1 .. ShownLoadCount())
+    /// shows circuit LoadRecordOfRow(r); the entry row LoadEntryRow() adds a
+    /// circuit at the end of the list (its record index is the list's size).
+    /// Without a filter row r shows circuit r - 1, as it always has.
+    int ShownLoadCount() const
+    {
+        return IsLoadFiltered() ? static_cast<int>(m_arrShownLoads.size()) : m_arrLoad.GetSize();
+    }
+    int LoadEntryRow() const { return ShownLoadCount() + 1; }
+    /// The circuit a load-grid row shows, the list's size for the entry row,
+    /// -1 for any other row.
+    int LoadRecordOfRow(int row) const;
+    /// The load-grid row that shows circuit i, or -1 when the filter hides it.
+    int LoadRowOfRecord(int i) const;
+
     // State, for the window, the command that runs the dialog, and tests.
     CGridCtrl& GetGrid(GridId grid) override
     {
@@ -408,6 +472,41 @@ private:
                          int col);
     /// Runs an output through the writer and tells the user where it went.
     void RunOutput(bool drawing);
+    /// Every circuit, board and transformer and the totals under the
+    /// document's rule set, recorded into the running command and shown;
+    /// false when no record changed.
+    bool RecalculateEverything();
+    /// Gives the window the status bar's lasting note: the load grid's
+    /// filter and the rule set in force.
+    void UpdateStatusNote();
+    bool IsLoadFiltered() const { return m_supplyFilter.kind != SupplyNodeKind::All; }
+    /// The load grid shows what the filter stands for (every circuit when no
+    /// node of the tree does); the status bar says so.
+    void ApplySupplyFilter(const CSupplyFilter& filter);
+    /// The circuits the filter shows, list order.
+    std::vector<int> FilteredLoads();
+    /// The view's row map after a row of the load grid showing circuit
+    /// record came (the circuits from record on moved down one) or went.
+    void NoteLoadRowInserted(int row, int record);
+    void NoteLoadRowRemoved(int row);
+    /// The phase the entry row proposes: the board's own in the view of a
+    /// single-phase board, else three-phase.
+    std::wstring EntryPhase() const;
+    /// Circuit i, just added in the load grid while a board or transformer
+    /// is selected, is fed from it (its owner cell shows it).
+    void FeedNewCircuitFromNode(int i);
+    /// After a step done, undone (backwards) or redone: the fire columns
+    /// follow the fire roles, the tree the names and owner lists, the filter
+    /// a rename of its node (or gives way to 全部 when its node went), and
+    /// the load grid the circuits the filter now shows; the window is told
+    /// what changed.
+    void FollowSupplyTree(const CDocumentStep* step, bool backwards);
+    /// Takes the tree built anew and, when it or the node selected changed,
+    /// shows it.
+    void RebuildSupplyTree(CSupplyTree tree);
+    /// The cells of the warnings as they stand (after the load grid was
+    /// filled anew).
+    void MarkWarningCells();
     /// Reads an archive and makes it the document; a file that cannot be read
     /// whole is refused with a box naming it and what is wrong, and the open
     /// document stays as it was (false).
@@ -433,6 +532,10 @@ private:
     void FillTransformerEntryRow(int row);
     void ShowTransformerResults(int index);
     void FillBoardGrid();
+    /// The fire case's columns of the board and transformer grids shown
+    /// (a document with fire roles) or not; the grids are filled anew when
+    /// that changes.
+    void ShowFireColumns(bool shown);
     void FillBoardRow(int row, const CBoardCalData& record);
     void FillBoardEntryRow(int row);
     void ShowBoardResults(int index);
@@ -445,7 +548,12 @@ private:
     /// shows them; true when a figure changed. Nothing is recalculated.
     bool TakeLoadTypeFigures(int i);
     void SetTransformerField(int i, int k, const std::wstring& text);
+    /// Circuit i has no key cell left (IsBlankInView): it goes.
     bool IsLoadEmpty(int i) const;
+    /// The circuit's key cells are empty (CLoadCalData::IsBlank), its owner
+    /// list aside when that is the name of the board or transformer whose
+    /// view the load grid shows (which the view gave it).
+    bool IsBlankInView(const CLoadCalData& circuit) const;
     bool IsTransformerEmpty(int i) const;
     void OnEndEditLoad(int row, int col);
     void OnEndEditTransformer(int row, int col);
@@ -580,9 +688,17 @@ private:
     std::vector<int> m_arrTouchedLoads;
     std::vector<int> m_arrTouchedBoards;
     std::vector<int> m_arrTouchedTransformers;
+    /// The supply tree, the node the load grid shows and, while it is not
+    /// 全部, the circuits it shows (list order; row r shows entry r - 1).
+    CSupplyTree m_supplyTree;
+    CSupplyFilter m_supplyFilter;
+    std::vector<int> m_arrShownLoads;
+    int m_nShownNode = 0;         ///< the node the window was last told is selected
+    bool m_bFireColumns = false;  ///< the fire case's columns are shown
 
     ILoadCalUi* m_pUi = nullptr;
     std::wstring m_strTitle;
+    std::wstring m_strStatusNote;
     CMenuModel m_menuBar;
     std::optional<int> m_nEndResult;
 

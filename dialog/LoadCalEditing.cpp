@@ -108,13 +108,15 @@ void CLoadCalDiaog::FillLoadEntryRow(int row, const std::wstring& voltage,
                                      const std::wstring& demandFactor,
                                      const std::wstring& powerFactor)
 {
-    // The entry row proposes a three-phase circuit with these figures.
+    // The entry row proposes a three-phase circuit with these figures; in
+    // the view of a single-phase board, a circuit on the board's phase.
     CLoadCalData proposal;
     for (int f = 0; f < CLoadCalData::kAnyFieldCount; ++f) {
         proposal.AnyFieldAt(f).clear();
     }
-    proposal.m_strPhase = kPhaseThree;
-    proposal.m_strVoltage = voltage;
+    proposal.m_strPhase = EntryPhase();
+    proposal.m_strVoltage =
+        proposal.m_strPhase == kPhaseThree ? voltage : std::wstring(kVoltageSingle);
     proposal.m_strDemandFactor = demandFactor;
     proposal.m_strPowerFactor = powerFactor;
     for (int c = 1; c <= kLoadColumnCount; ++c) {
@@ -132,10 +134,10 @@ void CLoadCalDiaog::FillLoadEntryRow(int row, const std::wstring& voltage,
 
 void CLoadCalDiaog::FillTransformerRow(int row, const CTransformerCalData& record)
 {
-    for (int c = 1; c <= kTransformerColumnCount; ++c) {
-        const TableColumn& column = kTransformerColumns[static_cast<size_t>(c - 1)];
+    for (int c = 1; c < m_gridTransformer.GetColumnCount(); ++c) {
+        const TableColumn& column = *ColumnAt(GridId::Transformer, c);
         const bool computed = column.kind == ColumnKind::Computed;
-        m_gridTransformer.SetItem(row, c, record.FieldAt(column.field),
+        m_gridTransformer.SetItem(row, c, record.AnyFieldAt(column.field),
                                   column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
         if (computed) {
             m_gridTransformer.SetItemBkColour(row, c, kComputedColour);
@@ -148,8 +150,8 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
     // Only the entry cells: the last column of the entry row stays as the
     // grid created it. Typed figures propose a new transformer's defaults.
     const CTransformerCalData defaults;
-    for (int c = 1; c <= kTransformerColumnCount; ++c) {
-        const TableColumn& column = kTransformerColumns[static_cast<size_t>(c - 1)];
+    for (int c = 1; c < m_gridTransformer.GetColumnCount(); ++c) {
+        const TableColumn& column = *ColumnAt(GridId::Transformer, c);
         if (!column.Has(column::kEntryCell)) {
             continue;
         }
@@ -166,9 +168,9 @@ void CLoadCalDiaog::FillTransformerEntryRow(int row)
 
 void CLoadCalDiaog::FillBoardRow(int row, const CBoardCalData& record)
 {
-    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
-        const TableColumn& column = kBoardColumns[static_cast<size_t>(c - 1)];
-        m_gridBoard.SetItem(row, c, record.FieldAt(column.field),
+    for (int c = 1; c < m_gridBoard.GetColumnCount(); ++c) {
+        const TableColumn& column = *ColumnAt(GridId::Board, c);
+        m_gridBoard.SetItem(row, c, record.AnyFieldAt(column.field),
                             column.IsEditable() ? 0 : GVIS_READONLY, kDataFormat);
         if (column.kind == ColumnKind::Computed) {
             m_gridBoard.SetItemBkColour(row, c, kComputedColour);
@@ -209,10 +211,10 @@ void CLoadCalDiaog::ShowBoardResults(int index)
         return;
     }
     const CBoardCalData& board = m_arrBoard[index];
-    for (int c = 1; c <= static_cast<int>(kBoardColumns.size()); ++c) {
+    for (int c = 1; c < m_gridBoard.GetColumnCount(); ++c) {
         if (IsComputed(GridId::Board, c)) {
             m_gridBoard.SetItemText(index + 1, c,
-                                    board.FieldAt(kBoardColumns[static_cast<size_t>(c - 1)].field));
+                                    board.AnyFieldAt(ColumnAt(GridId::Board, c)->field));
             m_gridBoard.RedrawCell(index + 1, c);
         }
     }
@@ -234,39 +236,53 @@ void CLoadCalDiaog::ShowDocument(CLoadCalDocument doc)
     m_arrTouchedBoards.clear();
     m_arrTouchedTransformers.clear();
     m_history.Clear(m_bModified == 0);
+    ShowFireColumns(HasFireRoles(m_document));
+    // Another document: its tree, every circuit shown.
+    m_supplyFilter = CSupplyFilter{};
+    m_arrShownLoads.clear();
     FillLoadGrid();
     FillTransformerGrid();
     FillBoardGrid();
     RefreshWarnings(nullptr);
+    m_nShownNode = -1;
+    RebuildSupplyTree(CSupplyTree(m_document));
+    UpdateStatusNote();
 }
 
 void CLoadCalDiaog::FillLoadGrid()
 {
-    {
-        CGridCtrl::Batch batch(m_gridLoad);
-        const int n = m_arrLoad.GetSize();
-        m_gridLoad.SetRowCount(1);
-        m_gridLoad.SetRowCount(n + 4);
-        for (int i = 0; i < n; ++i) {
-            FillLoadRow(i + 1, m_arrLoad[i]);
-        }
-        const CLoadCalData defaults;
-        FillLoadEntryRow(n + 1, std::wstring(kVoltageThree),
-                         n > 0 ? m_arrLoad[n - 1].m_strDemandFactor : defaults.m_strDemandFactor,
-                         n > 0 ? m_arrLoad[n - 1].m_strPowerFactor : defaults.m_strPowerFactor);
-        for (int c = 1; c <= kLoadColumnCount; ++c) {
-            m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
-            m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
-        }
-        const SummaryTotals totals = UpdateGroups().Totals();
-        for (int c = 1; c <= kLoadColumnCount; ++c) {
-            const TotalCell cell = kLoadGridColumns[static_cast<size_t>(c - 1)].total;
-            const std::wstring text = cell == TotalCell::Label
-                                          ? std::wstring(texts::kTotalLabel)
-                                          : TotalText(totals, cell).value_or(L"");
-            m_gridLoad.SetItem(n + 3, c, text, GVIS_READONLY, kDataFormat);
-            m_gridLoad.SetItemBkColour(n + 3, c, kComputedColour);
-        }
+    CGridCtrl::Batch batch(m_gridLoad);
+    if (IsLoadFiltered()) {
+        m_arrShownLoads = FilteredLoads();
+    } else {
+        m_arrShownLoads.clear();
+    }
+    const int n = ShownLoadCount();
+    m_gridLoad.SetRowCount(1);
+    m_gridLoad.SetRowCount(n + 4);
+    for (int r = 1; r <= n; ++r) {
+        FillLoadRow(r, m_arrLoad[LoadRecordOfRow(r)]);
+    }
+    // The entry row proposes the figures of the circuit above it.
+    const CLoadCalData defaults;
+    const CLoadCalData& above = n > 0 ? m_arrLoad[LoadRecordOfRow(n)] : defaults;
+    FillLoadEntryRow(n + 1, std::wstring(kVoltageThree), above.m_strDemandFactor,
+                     above.m_strPowerFactor);
+    for (int c = 1; c <= kLoadColumnCount; ++c) {
+        m_gridLoad.SetItem(n + 2, c, L"", GVIS_READONLY, kDataFormat);
+        m_gridLoad.SetItemBkColour(n + 2, c, kSeparatorColour);
+    }
+    // The total row holds the whole document's totals, also while the grid
+    // shows one node's circuits (its label then says so).
+    const SummaryTotals totals = UpdateGroups().Totals();
+    const std::wstring_view label =
+        IsLoadFiltered() ? texts::kTotalLabelFiltered : texts::kTotalLabel;
+    for (int c = 1; c <= kLoadColumnCount; ++c) {
+        const TotalCell cell = kLoadGridColumns[static_cast<size_t>(c - 1)].total;
+        const std::wstring text =
+            cell == TotalCell::Label ? std::wstring(label) : TotalText(totals, cell).value_or(L"");
+        m_gridLoad.SetItem(n + 3, c, text, GVIS_READONLY, kDataFormat);
+        m_gridLoad.SetItemBkColour(n + 3, c, kComputedColour);
     }
 }
 
@@ -282,6 +298,32 @@ void CLoadCalDiaog::FillTransformerGrid()
         }
         FillTransformerEntryRow(m + 1);
         m_gridTransformer.Invalidate();
+    }
+}
+
+void CLoadCalDiaog::ShowFireColumns(bool shown)
+{
+    m_bFireColumns = shown;
+    bool changed = false;
+    for (auto [grid, base] : {std::pair{GridId::Board, kBoardColumns.size()},
+                              std::pair{GridId::Transformer, kTransformerColumns.size()}}) {
+        CGridCtrl& g = GetGrid(grid);
+        const int count = static_cast<int>(shown ? ColumnsOf(grid).size() : base) + 1;
+        if (g.GetColumnCount() == count) {
+            continue;
+        }
+        changed = true;
+        const int before = g.GetColumnCount();
+        g.SetColumnCount(count);
+        for (int c = before; c < count; ++c) {
+            const TableColumn& column = *ColumnAt(grid, c);
+            g.SetItem(0, c, std::wstring(column.title), 0, kTitleFormat);
+            g.SetColumnWidth(c, column.widthHint);
+        }
+    }
+    if (changed) {
+        FillBoardGrid();
+        FillTransformerGrid();
     }
 }
 
@@ -302,8 +344,8 @@ void CLoadCalDiaog::RecalculateRow(int i)
     }
     Loads().Modify(i, [this](CLoadCalData& c) { RecalculateCircuit(c, m_document.rules); });
     const CLoadCalData& circuit = m_arrLoad[i];
-    const int row = i + 1;
-    for (int c = 1; c <= kLoadColumnCount; ++c) {
+    const int row = LoadRowOfRecord(i);
+    for (int c = 1; c <= kLoadColumnCount && row > 0; ++c) {
         if (IsComputed(GridId::Load, c)) {
             m_gridLoad.SetItemText(row, c, circuit.AnyFieldAt(LoadFieldOfIndex(c - 1)));
             m_gridLoad.RedrawCell(row, c);
@@ -354,9 +396,10 @@ void CLoadCalDiaog::ShowTransformerResults(int index)
     }
     const CTransformerCalData& t = m_arrTransformer[index];
     const int row = index + 1;
-    for (int c = 1; c <= kTransformerColumnCount; ++c) {
+    for (int c = 1; c < m_gridTransformer.GetColumnCount(); ++c) {
         if (IsComputed(GridId::Transformer, c)) {
-            m_gridTransformer.SetItemText(row, c, t.FieldAt(TransformerFieldOfIndex(c - 1)));
+            m_gridTransformer.SetItemText(row, c,
+                                          t.AnyFieldAt(ColumnAt(GridId::Transformer, c)->field));
             m_gridTransformer.RedrawCell(row, c);
         }
     }
@@ -396,9 +439,10 @@ void CLoadCalDiaog::ReplaceOwnerName(const std::wstring& oldName, const std::wst
             loads.Modify(i, [&joined](CLoadCalData& c) { c.m_strTransformer = std::move(joined); });
         }
         // The owner cell shows the list as it now stands.
-        if (m_gridLoad.GetItemText(i + 1, ownerColumn) != m_arrLoad[i].m_strTransformer) {
-            m_gridLoad.SetItemText(i + 1, ownerColumn, m_arrLoad[i].m_strTransformer);
-            m_gridLoad.RedrawCell(i + 1, ownerColumn);
+        const int row = LoadRowOfRecord(i);
+        if (row > 0 && m_gridLoad.GetItemText(row, ownerColumn) != m_arrLoad[i].m_strTransformer) {
+            m_gridLoad.SetItemText(row, ownerColumn, m_arrLoad[i].m_strTransformer);
+            m_gridLoad.RedrawCell(row, ownerColumn);
         }
     }
     CRecordedArray<CBoardCalData> boards = Boards();
@@ -440,7 +484,24 @@ void CLoadCalDiaog::SetTransformerField(int i, int k, const std::wstring& text)
 
 bool CLoadCalDiaog::IsLoadEmpty(int i) const
 {
-    return i >= 0 && i < m_arrLoad.GetSize() && m_arrLoad[i].IsBlank();
+    return i >= 0 && i < m_arrLoad.GetSize() && IsBlankInView(m_arrLoad[i]);
+}
+
+bool CLoadCalDiaog::IsBlankInView(const CLoadCalData& circuit) const
+{
+    if (circuit.IsBlank()) {
+        return true;
+    }
+    // In a board's or transformer's view its name in the owner cell is what
+    // the view gave the circuit, not something typed.
+    if ((m_supplyFilter.kind != SupplyNodeKind::Board &&
+         m_supplyFilter.kind != SupplyNodeKind::Transformer) ||
+        !EqualsNoCase(circuit.m_strTransformer, m_supplyFilter.name)) {
+        return false;
+    }
+    CLoadCalData unowned = circuit;
+    unowned.m_strTransformer.clear();
+    return unowned.IsBlank();
 }
 
 bool CLoadCalDiaog::IsTransformerEmpty(int i) const
@@ -472,7 +533,7 @@ std::optional<CCellChoices> CLoadCalDiaog::CellChoices(GridId grid, int row, int
 {
     const TableColumn* column = ColumnAt(grid, col);
     // Circuit rows and the entry row.
-    if (grid != GridId::Load || column == nullptr || row < 1 || row > m_arrLoad.GetSize() + 1) {
+    if (grid != GridId::Load || column == nullptr || row < 1 || row > LoadEntryRow()) {
         return std::nullopt;
     }
     CCellChoices choices;
@@ -505,17 +566,26 @@ bool CLoadCalDiaog::TakeLoadTypeFigures(int i)
         return false;
     }
     Loads().Modify(i, [&after](CLoadCalData& c) { c = after; });
+    const int row = LoadRowOfRecord(i);
     for (int field : {CLoadCalData::kDemandFactor, CLoadCalData::kPowerFactor}) {
         const int col = LoadColumn(field);
-        m_gridLoad.SetItemText(i + 1, col, after.AnyFieldAt(field));
-        m_gridLoad.RedrawCell(i + 1, col);
+        if (row > 0) {
+            m_gridLoad.SetItemText(row, col, after.AnyFieldAt(field));
+            m_gridLoad.RedrawCell(row, col);
+        }
     }
     return true;
 }
 
 void CLoadCalDiaog::OnEndEditLoad(int r, int c)
 {
+    // Row r shows circuit i; the entry row makes circuit n, at the end.
     const int n = m_arrLoad.GetSize();
+    const bool entry = r == LoadEntryRow();
+    const int i = LoadRecordOfRow(r);
+    if (i < 0) {
+        return;
+    }
     const int phaseColumn = LoadColumn(CLoadCalData::kPhase);
     const int voltageColumn = LoadColumn(CLoadCalData::kVoltage);
     const TableColumn& column = *ColumnAt(GridId::Load, c);
@@ -524,7 +594,7 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
         // The phase is one of the four texts of its list, a load class or a
         // fire role one of its list (or empty): anything else is refused
         // for this cell, which shows what it had.
-        const std::wstring had = r - 1 < n ? m_arrLoad[r - 1].AnyFieldAt(column.field)
+        const std::wstring had = !entry ? m_arrLoad[i].AnyFieldAt(column.field)
                                  : column.kind == ColumnKind::Phase ? std::wstring(kPhaseThree)
                                                                     : std::wstring();
         m_gridLoad.SetItemText(r, c, had);
@@ -532,8 +602,11 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
         return;
     }
     // The row's phase goes into its record first; on the entry row this
-    // already appends the new circuit.
-    SetLoadField(r - 1, phaseColumn - 1, m_gridLoad.GetItemText(r, phaseColumn));
+    // already appends the new circuit, which the row now shows.
+    SetLoadField(i, phaseColumn - 1, m_gridLoad.GetItemText(r, phaseColumn));
+    if (entry) {
+        NoteLoadRowInserted(r, n);
+    }
     text = Trim(text);
     if (column.kind == ColumnKind::LoadType) {
         // A library type is stored under the library's own name.
@@ -545,7 +618,7 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
 
     if (c == phaseColumn) {
         const std::wstring voltage(text == kPhaseThree ? kVoltageThree : kVoltageSingle);
-        SetLoadField(r - 1, voltageColumn - 1, voltage);
+        SetLoadField(i, voltageColumn - 1, voltage);
         m_gridLoad.SetItemText(r, voltageColumn, voltage);
         m_gridLoad.RedrawCell(r, voltageColumn);
     }
@@ -553,17 +626,17 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
     // Choosing a type, or a quantity of a tiered type, gives the circuit the
     // type's Kx and cos φ, as if typed.
     const auto takeTypeFigures = [&] {
-        const CLoadType* type = m_loadTypes.Find(m_arrLoad[r - 1].m_strLoadType);
+        const CLoadType* type = m_loadTypes.Find(m_arrLoad[i].m_strLoadType);
         if (column.kind == ColumnKind::LoadType ||
             (column.field == CLoadCalData::kQuantity && type != nullptr && type->IsTiered())) {
-            TakeLoadTypeFigures(r - 1);
+            TakeLoadTypeFigures(i);
         }
     };
 
-    if (r == n + 1 && !text.empty()) {
-        SetLoadField(r - 1, c - 1, text);
+    if (entry && !text.empty()) {
+        SetLoadField(i, c - 1, text);
         // The entry row's proposals become the circuit's own values.
-        Loads().Modify(r - 1, [&](CLoadCalData& added) {
+        Loads().Modify(i, [&](CLoadCalData& added) {
             added.m_strVoltage = m_gridLoad.GetItemText(r, voltageColumn);
             added.m_strDemandFactor =
                 m_gridLoad.GetItemText(r, LoadColumn(CLoadCalData::kDemandFactor));
@@ -571,7 +644,9 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
                 m_gridLoad.GetItemText(r, LoadColumn(CLoadCalData::kPowerFactor));
         });
         takeTypeFigures();
-        const CLoadCalData& circuit = m_arrLoad[r - 1];
+        // Typed while a board or transformer is selected: fed from it.
+        FeedNewCircuitFromNode(i);
+        const CLoadCalData& circuit = m_arrLoad[i];
         const int height = m_gridLoad.GetRowHeight(r);
         m_gridLoad.InsertRow(L"", r + 1);
         m_gridLoad.SetRowHeight(r + 1, height);
@@ -579,14 +654,15 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
                          circuit.m_strPowerFactor);
         m_gridLoad.Invalidate();
     } else {
-        SetLoadField(r - 1, c - 1, text);
-        if (text.empty() && IsLoadEmpty(r - 1)) {
-            Loads().RemoveAt(r - 1);
-            if (r != n + 1) {
+        SetLoadField(i, c - 1, text);
+        if (text.empty() && IsLoadEmpty(i)) {
+            Loads().RemoveAt(i);
+            NoteLoadRowRemoved(r);
+            if (!entry) {
                 m_gridLoad.DeleteRow(r);
                 m_gridLoad.Invalidate();
             }
-        } else if (r - 1 < m_arrLoad.GetSize()) {
+        } else if (i < m_arrLoad.GetSize()) {
             takeTypeFigures();
         }
     }
@@ -594,7 +670,7 @@ void CLoadCalDiaog::OnEndEditLoad(int r, int c)
     // A figure, the phase or the type changed: the circuit's results follow.
     if (column.kind == ColumnKind::Phase || column.kind == ColumnKind::Number ||
         column.kind == ColumnKind::LoadType) {
-        RecalculateRow(r - 1);
+        RecalculateRow(i);
     }
     RecalculateAllTransformers();
     m_bModified = 1;
@@ -668,7 +744,7 @@ void CLoadCalDiaog::OnGridClick(GridId grid, int row, int col)
         return;
     }
     // Records: rows 1 .. count; the entry row follows them.
-    const int records = grid == GridId::Load ? m_arrLoad.GetSize() : m_arrBoard.GetSize();
+    const int records = grid == GridId::Load ? ShownLoadCount() : m_arrBoard.GetSize();
     const TableColumn* column = ColumnAt(grid, col);
     if (!column) {
         return;
@@ -722,7 +798,7 @@ void CLoadCalDiaog::ShowChoiceList(GridId grid, int row, int col)
     // The record's own list, which its cell shows.
     const CStringArray pieces =
         OwnerPieces(grid == GridId::Board ? m_arrBoard[row - 1].m_strOwner
-                                          : m_arrLoad[row - 1].m_strTransformer);
+                                          : m_arrLoad[LoadRecordOfRow(row)].m_strTransformer);
     std::vector<bool> marks(names.size(), false);
     for (size_t j = 0; j < names.size(); ++j) {
         for (const std::wstring& piece : pieces) {
@@ -762,10 +838,11 @@ int CLoadCalDiaog::OnChoiceReport(const std::vector<std::wstring>& names)
         m_bModified = 1;
         return 1;
     }
+    // The focus row must be a circuit row; anything else is an invalid index.
+    const int i = LoadRecordOfRow(cell.row);
     g.SetItemText(cell.row, cell.col, text);
     g.RedrawCell(cell.row, cell.col);
-    // The focus row must be a circuit row; anything else is an invalid index.
-    Loads().Modify(cell.row - 1, [&text](CLoadCalData& c) { c.m_strTransformer = text; });
+    Loads().Modify(i, [&text](CLoadCalData& c) { c.m_strTransformer = text; });
     // The totals group the circuits by their owner text.
     RefreshTotals();
     RecalculateAllTransformers();
@@ -778,8 +855,7 @@ int CLoadCalDiaog::OnChoiceReport(const std::vector<std::wstring>& names)
 void CLoadCalDiaog::OnGridRightClick(GridId grid, int row, int col)
 {
     if (grid == GridId::Load) {
-        if (row >= 1 && row <= m_arrLoad.GetSize() + 1 &&
-            ColumnHas(GridId::Load, col, column::kRowMenu)) {
+        if (row >= 1 && row <= LoadEntryRow() && ColumnHas(GridId::Load, col, column::kRowMenu)) {
             TrackContextMenu(res::IDR_MENU_LOAD);
         }
     } else if (grid == GridId::Board) {

@@ -121,9 +121,14 @@ CLoadCalDiaog::CCommandScope::CCommandScope(CLoadCalDiaog& dialog) : m_dialog(di
 
 CLoadCalDiaog::CCommandScope::~CCommandScope()
 {
-    if (--m_dialog.m_nCommandDepth > 0) {
+    if (m_dialog.m_nCommandDepth > 1) {
+        --m_dialog.m_nCommandDepth;
         return;
     }
+    // The tree and the load grid's view follow what the command changed,
+    // still inside it (whatever they recalculate is part of the step).
+    m_dialog.FollowSupplyTree(&m_dialog.m_step, false);
+    m_dialog.m_nCommandDepth = 0;
     // Whatever the command got done, also when it was cut short, can be
     // taken back; the marks follow what it changed.
     m_dialog.RefreshWarnings(&m_dialog.m_step);
@@ -348,6 +353,18 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     EndPendingCut(GridId::Load);
     EndPendingCut(GridId::Transformer);
     EndPendingCut(GridId::Board);
+    bool rulesChanged = false;
+    if (step.properties) {
+        const CDocumentProperties& now =
+            backwards ? step.properties->before : step.properties->after;
+        rulesChanged = now.rules != m_document.rules;
+        m_document.project = now.project;
+        m_document.rules = now.rules;
+        if (rulesChanged) {
+            // The index computes under the rules it was built with.
+            m_pSupplyIndex.reset();
+        }
+    }
     ApplyChanges(m_arrLoad, step.loads, backwards, m_arrTouchedLoads);
     ApplyChanges(m_arrTransformer, step.transformers, backwards, m_arrTouchedTransformers);
     ApplyChanges(m_arrBoard, step.boards, backwards, m_arrTouchedBoards);
@@ -359,10 +376,12 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
     // Otherwise only the rows of the records touched are written again.
     if (ChangesRows(step.loads)) {
         FillLoadGrid();
-    } else if (!step.loads.empty()) {
+    } else if (!step.loads.empty() || rulesChanged) {
         CGridCtrl::Batch batch(m_gridLoad);
         for (int i : ChangedIndices(step.loads)) {
-            FillLoadRow(i + 1, m_arrLoad[i]);
+            if (const int row = LoadRowOfRecord(i); row > 0) {
+                FillLoadRow(row, m_arrLoad[i]);
+            }
         }
         const SummaryTotals totals = UpdateGroups().Totals();
         for (int column = 1; column <= static_cast<int>(kLoadColumns.size()); ++column) {
@@ -386,6 +405,8 @@ void CLoadCalDiaog::ApplyStep(const CDocumentStep& step, bool backwards)
         }
     }
     UpdateGroups();
+    // The tree and the load grid's view follow what the step put back.
+    FollowSupplyTree(&step, backwards);
     RefreshWarnings(&step);
     m_bModified = m_history.IsAtSaved() ? 0 : 1;
 }
@@ -408,7 +429,7 @@ std::wstring CLoadCalDiaog::RowsAsText(GridId grid, const std::vector<int>& rows
 void CLoadCalDiaog::OnPasteKey(GridId grid, const std::wstring& clipboardText)
 {
     const CGridCtrl& g = GetGrid(grid);
-    const int entryRow = (grid == GridId::Load    ? m_arrLoad.GetSize()
+    const int entryRow = (grid == GridId::Load    ? ShownLoadCount()
                           : grid == GridId::Board ? m_arrBoard.GetSize()
                                                   : m_arrTransformer.GetSize()) +
                          1;

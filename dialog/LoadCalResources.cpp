@@ -31,7 +31,8 @@ CMenuModel MainMenu()
         .AddCommand(W(texts::kMenuCalculationBook), ID_CALCULATION_BOOK)
         .AddSeparator()
         .AddCommand(W(texts::kMenuRecalculateAll), ID_RECALCULATE_ALL)
-        .AddCommand(W(texts::kMenuLoadTypeLibrary), ID_LOAD_TYPE_LIBRARY);
+        .AddCommand(W(texts::kMenuLoadTypeLibrary), ID_LOAD_TYPE_LIBRARY)
+        .AddCommand(W(texts::kMenuProjectInfo), ID_PROJECT_INFO);
     bar.AddPopup(W(texts::kMenuHelp)).AddCommand(W(texts::kMenuAbout), ID_ABOUT);
     return bar;
 }

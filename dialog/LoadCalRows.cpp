@@ -11,7 +11,10 @@ namespace loadcal {
 namespace {
 
 /// One grid with its records, clipboard and cut state, so that the row
-/// commands are written once for both grids.
+/// commands are written once for every grid. Rows here are record rows
+/// (record i is row i + 1), which the grid shows as they are unless
+/// gridFollows is false (the load grid showing one node's circuits, which
+/// is filled anew afterwards).
 template <class Record>
 struct RowSide {
     CGridCtrl& grid;
@@ -19,6 +22,7 @@ struct RowSide {
     CArray<Record>& clipboard;
     int& cutFlag;
     CArray<int>& cutRows;
+    bool gridFollows = true;
 };
 
 int IndexOf(const CArray<int>& rows, int row)
@@ -73,7 +77,9 @@ std::optional<int> RemoveCutRows(RowSide<Record> side, int r, Bound inBounds, Ma
         if (row < r) {
             --r;
         }
-        side.grid.DeleteRow(row);
+        if (side.gridFollows) {
+            side.grid.DeleteRow(row);
+        }
         side.records.RemoveAt(row - 1);
         for (int k = j; k < side.cutRows.GetSize(); ++k) {
             --side.cutRows[k];
@@ -83,18 +89,21 @@ std::optional<int> RemoveCutRows(RowSide<Record> side, int r, Bound inBounds, Ma
     return r;
 }
 
-/// Inserts the clipboard's rows at row r and its records into the array.
+/// Inserts the clipboard's rows at row r and its records into the array;
+/// returns the index of the first record inserted.
 template <class Record, class Fill>
-void InsertClipboard(RowSide<Record> side, int r, Fill fill)
+int InsertClipboard(RowSide<Record> side, int r, Fill fill)
 {
-    const int height = side.grid.GetRowHeight(r);
     const int k = side.clipboard.GetSize();
-    for (int i = 0; i < k; ++i) {
-        side.grid.InsertRow(L"", r);
-        side.grid.SetRowHeight(r, height);
-    }
-    for (int i = 0; i < k; ++i) {
-        fill(r + i, side.clipboard[i]);
+    if (side.gridFollows) {
+        const int height = side.grid.GetRowHeight(r);
+        for (int i = 0; i < k; ++i) {
+            side.grid.InsertRow(L"", r);
+            side.grid.SetRowHeight(r, height);
+        }
+        for (int i = 0; i < k; ++i) {
+            fill(r + i, side.clipboard[i]);
+        }
     }
     // The paste asymmetry: a paste on the second-to-last data row shows the
     // rows there but appends the records at the end of the array.
@@ -102,31 +111,37 @@ void InsertClipboard(RowSide<Record> side, int r, Fill fill)
     for (int i = 0; i < k; ++i) {
         side.records.InsertAt(at + i, side.clipboard[i]);
     }
+    return at;
 }
 
 /// Paste at row r: a pending Cut is carried out first, then the clipboard is
 /// inserted with fill; a Cut pastes once. The grid's selection survives.
-/// False when the target moved out of bounds (then nothing changed).
+/// The first record inserted and how many, or nothing when the target moved
+/// out of bounds (then nothing changed).
 template <class Record, class Bound, class Mark, class Fill>
-bool PasteRecords(RowSide<Record> side, int r, Bound inBounds, Mark mark, Fill fill)
+std::optional<std::pair<int, int>> PasteRecords(RowSide<Record> side, int r, Bound inBounds,
+                                                Mark mark, Fill fill)
 {
     const bool wasCut = side.cutFlag != 0;
     if (wasCut) {
         const std::optional<int> target = RemoveCutRows(side, r, inBounds, mark);
         if (!target) {
-            return false;
+            return std::nullopt;
         }
         r = *target;
     }
     const CCellRange selection = side.grid.GetSelectedRange();
-    InsertClipboard(side, r, fill);
+    const int count = side.clipboard.GetSize();
+    const int at = InsertClipboard(side, r, fill);
     if (wasCut) {
         side.clipboard.RemoveAll();
         side.cutFlag = 0;
     }
-    side.grid.Refresh();
-    side.grid.SetSelectedRange(selection);
-    return true;
+    if (side.gridFollows) {
+        side.grid.Refresh();
+        side.grid.SetSelectedRange(selection);
+    }
+    return std::pair{at, count};
 }
 
 }  // namespace
@@ -191,8 +206,13 @@ void CLoadCalDiaog::MarkCutRows(GridId grid)
             : (grid == GridId::Board ? m_arrClipBoard.GetSize() : m_arrClipTransformer.GetSize());
     const bool cut = IsCut(grid);
     const COLORREF colour = clipSize > 0 && cut ? kCutTextColour : CLR_DEFAULT;
-    // The heading and the columns the table marks.
-    for (int row : GetCutRows(grid)) {
+    // The heading and the columns the table marks; the load grid's cut rows
+    // are record rows, shown where its view shows them.
+    for (int marked : GetCutRows(grid)) {
+        const int row = grid == GridId::Load ? LoadRowOfRecord(marked - 1) : marked;
+        if (row < 1) {
+            continue;
+        }
         for (int c = 0; c < g.GetColumnCount(); ++c) {
             if (c == 0 || ColumnHas(grid, c, column::kCutMark)) {
                 g.SetItemFgColour(row, c, colour);
@@ -218,9 +238,15 @@ void CLoadCalDiaog::FillClipboard(GridId grid, bool cut)
         return;
     }
     if (grid == GridId::Load) {
+        // The circuits of the rows, as record rows: a cut is pasted after
+        // the view may have changed.
+        std::vector<int> records;
+        for (int r : *rows) {
+            records.push_back(LoadRecordOfRow(r) + 1);
+        }
         const RowSide<CLoadCalData> side{m_gridLoad, Loads(), m_arrClipLoad, m_bLoadCut,
                                          m_arrCutLoadRows};
-        cut ? Cut(side, *rows) : Copy(side, *rows);
+        cut ? Cut(side, records) : Copy(side, records);
     } else if (grid == GridId::Board) {
         const RowSide<CBoardCalData> side{m_gridBoard, Boards(), m_arrClipBoard, m_bBoardCut,
                                           m_arrCutBoardRows};
@@ -271,12 +297,21 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
 {
     const bool load = grid == GridId::Load;
     CGridCtrl& g = GetGrid(grid);
+    // While the load grid shows one node's circuits, the paste works on
+    // record rows and the grid is filled anew afterwards.
+    const bool filtered = load && IsLoadFiltered();
     // Load grid: a circuit row or the entry row; transformer grid: a
     // transformer row or the entry row.
-    auto inBounds = [&g, load](int row) {
+    auto inBounds = [this, &g, load, filtered](int row) {
+        if (filtered) {
+            return row >= 1 && row <= m_arrLoad.GetSize() + 1;
+        }
         return row >= 1 && row < (load ? g.GetRowCount() - 2 : g.GetRowCount());
     };
     int r = g.GetFocusCell().row;
+    if (filtered) {
+        r = LoadRecordOfRow(r) + 1;
+    }
     CCommandScope command(*this);
     const int clipSize =
         load ? m_arrClipLoad.GetSize()
@@ -288,11 +323,22 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
         MarkCutRows(grid);
     };
     if (load) {
-        const RowSide<CLoadCalData> side{m_gridLoad, Loads(), m_arrClipLoad, m_bLoadCut,
-                                         m_arrCutLoadRows};
-        if (!PasteRecords(side, r, inBounds, mark,
-                          [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); })) {
+        const RowSide<CLoadCalData> side{m_gridLoad, Loads(),          m_arrClipLoad,
+                                         m_bLoadCut, m_arrCutLoadRows, !filtered};
+        const auto pasted =
+            PasteRecords(side, r, inBounds, mark,
+                         [this](int row, const CLoadCalData& rec) { FillLoadRow(row, rec); });
+        if (!pasted) {
             return;
+        }
+        if (filtered) {
+            // Pasted while a board or transformer is selected: fed from it
+            // (a circuit whose owner list names it keeps its list).
+            for (int k = 0; k < pasted->second; ++k) {
+                FeedNewCircuitFromNode(pasted->first + k);
+            }
+            FillLoadGrid();
+            MarkCutRows(GridId::Load);
         }
         RefreshTotals();
         RecalculateAllTransformers();
@@ -303,8 +349,9 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
         }
         const RowSide<CBoardCalData> side{m_gridBoard, Boards(), m_arrClipBoard, m_bBoardCut,
                                           m_arrCutBoardRows};
-        if (!PasteRecords(side, r, inBounds, mark,
-                          [this](int row, const CBoardCalData& rec) { FillBoardRow(row, rec); })) {
+        if (!PasteRecords(side, r, inBounds, mark, [this](int row, const CBoardCalData& rec) {
+                 FillBoardRow(row, rec);
+             }).has_value()) {
             return;
         }
         RecalculateAllTransformers();
@@ -313,8 +360,8 @@ void CLoadCalDiaog::OnPasteRows(GridId grid)
                                                 m_arrClipTransformer, m_bTransformerCut,
                                                 m_arrCutTransformerRows};
         if (!PasteRecords(side, r, inBounds, mark, [this](int row, const CTransformerCalData& rec) {
-                FillTransformerRow(row, rec);
-            })) {
+                 FillTransformerRow(row, rec);
+             }).has_value()) {
             return;
         }
     }
@@ -330,6 +377,14 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         return;
     }
     std::vector<int> rows = *selected;
+    // While the load grid shows one node's circuits, its rows are turned
+    // into record rows (the cut rows are), and the grid is filled anew.
+    const bool filtered = load && IsLoadFiltered();
+    if (filtered) {
+        for (int& row : rows) {
+            row = LoadRecordOfRow(row) + 1;
+        }
+    }
     // One action that would remove several records asks first.
     if (!ConfirmRemoval(grid, static_cast<int>(rows.size()))) {
         return;
@@ -362,7 +417,9 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         } else if (grid == GridId::Board) {
             ReplaceOwnerName(m_arrBoard[row - 1].m_strName, L"");
         }
-        g.DeleteRow(row);
+        if (!filtered) {
+            g.DeleteRow(row);
+        }
         if (load) {
             Loads().RemoveAt(row - 1);
         } else if (grid == GridId::Board) {
@@ -373,6 +430,10 @@ void CLoadCalDiaog::OnDeleteRows(GridId grid)
         for (size_t k = i; k < rows.size(); ++k) {
             --rows[k];
         }
+    }
+    if (filtered) {
+        FillLoadGrid();
+        MarkCutRows(GridId::Load);
     }
     // A transformer that goes leaves the owner lists, which the totals group by.
     RefreshTotals();

@@ -22,6 +22,25 @@ inline constexpr std::wstring_view kApplicationName = L"loadcal";
 
 /// Label of the load grid's total row (column 2).
 inline constexpr std::wstring_view kTotalLabel = L"总计:";
+/// The same while the load grid shows one node's circuits only: the total
+/// row still holds the whole document's totals.
+inline constexpr std::wstring_view kTotalLabelFiltered = L"全部总计:";
+
+// The supply tree beside the grids: its nodes without a name of their own,
+// and the status bar's note while the load grid shows one node's circuits
+// (the node, how many circuits it shows).
+inline constexpr std::wstring_view kTreeAll = L"全部";
+inline constexpr std::wstring_view kTreeUnfed = L"未接电源";
+inline constexpr std::wstring_view kTreeCycle = L"循环归属";
+inline constexpr std::wstring_view kTreeUnnamed = L"(未命名)";
+inline constexpr std::wstring_view kTreeBoardTipFormat = L"配电箱 %s";
+inline constexpr std::wstring_view kTreeTransformerTipFormat = L"变压器 %s";
+inline constexpr std::wstring_view kFilterBoardFormat = L"配电箱 %s 直接供电";
+inline constexpr std::wstring_view kFilterTransformerFormat = L"变压器 %s 直接供电";
+inline constexpr std::wstring_view kFilterUnfed = L"未接电源";
+inline constexpr std::wstring_view kFilterCycle = L"循环归属的配电箱供电";
+inline constexpr std::wstring_view kFilterNoteFormat =
+    L"只显示%s的 %s 个回路，合计行为全部回路的总计";
 
 // Menu bar 201.
 inline constexpr std::wstring_view kMenuFile = L"文件(&F)";
@@ -48,6 +67,17 @@ inline constexpr std::wstring_view kMenuDelete = L"删除";
 inline constexpr std::wstring_view kMenuInsert = L"插入\tCtrl++";
 inline constexpr std::wstring_view kMenuRecalculateAll = L"全部重算\tF9";
 inline constexpr std::wstring_view kMenuLoadTypeLibrary = L"负荷类型库(&L)...";
+inline constexpr std::wstring_view kMenuProjectInfo = L"工程信息(&P)...";
+
+// The 工程信息 dialog: its title, the label of the rule choice and the two
+// rule sets as the choice names them.
+inline constexpr std::wstring_view kProjectInfoTitle = L"工程信息";
+inline constexpr std::wstring_view kRulesLabel = L"计算规则";
+inline constexpr std::wstring_view kRulesOriginalText = L"本程序原有规则";
+inline constexpr std::wstring_view kRulesGB51348Text = L"GB 51348-2019 《民用建筑电气设计标准》";
+/// The status bar's note while GB 51348-2019 is in force (the original
+/// rules show no note, as the window always showed them).
+inline constexpr std::wstring_view kRulesNoteGB51348 = L"计算规则：GB 51348-2019";
 /// Asked before one action removes more than one record (%s: how many).
 inline constexpr std::wstring_view kRemoveCircuitsFormat = L"删除 %s 个回路？";
 inline constexpr std::wstring_view kRemoveTransformersFormat = L"删除 %s 个变压器？";

@@ -10,6 +10,8 @@ namespace loadcal {
 
 class CMenuModel;
 class CLoadTypeLibraryEditor;
+class CSupplyTree;
+struct CDocumentProperties;
 
 /// Message-box results and styles (the Windows values).
 inline constexpr int IDOK = 1;
@@ -101,6 +103,20 @@ public:
     {
         return false;
     }
+    /// The 工程信息 dialog, modal, over the document's project information
+    /// and rule set: true when the user ended it with 确定 (properties then
+    /// holds what the dialog shows), false when it was cancelled
+    /// (properties unchanged).
+    virtual bool EditProjectInfo(CDocumentProperties& /*properties*/) { return false; }
+    /// The lasting note at the right of the status bar (the load grid's
+    /// filter, the rule set in force); empty: none. Unlike SetStatusText it
+    /// stays until replaced.
+    virtual void SetStatusNote(const std::wstring& /*text*/) {}
+    /// The supply tree beside the grids, with node `selected` (an index into
+    /// its nodes) as the current one. Called when the tree or the node
+    /// selected changed; the window reports clicks through
+    /// CLoadCalDiaog::OnSupplyNodeClick.
+    virtual void ShowSupplyTree(const CSupplyTree& /*tree*/, int /*selected*/) {}
 };
 
 }  // namespace loadcal

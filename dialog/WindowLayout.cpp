@@ -16,6 +16,7 @@ constexpr std::wstring_view kLoadColumns = L"负荷表列宽";
 constexpr std::wstring_view kTransformerColumns = L"变压器表列宽";
 constexpr std::wstring_view kBoardHeight = L"配电箱表高";
 constexpr std::wstring_view kBoardColumns = L"配电箱表列宽";
+constexpr std::wstring_view kTreeWidth = L"供电树宽";
 
 std::wstring KeyOf(std::wstring_view name)
 {
@@ -111,6 +112,7 @@ CWindowLayout CWindowLayout::Read(const CLoadCalRecentFiles& settings, int loadC
     layout.transformerColumns = ReadWidths(settings, kTransformerColumns, transformerCount);
     layout.boardHeight = ReadInt(settings, kBoardHeight, 1);
     layout.boardColumns = ReadWidths(settings, kBoardColumns, boardCount);
+    layout.treeWidth = ReadInt(settings, kTreeWidth, 1);
     return layout;
 }
 
@@ -125,6 +127,7 @@ void CWindowLayout::Store(CLoadCalRecentFiles& settings) const
     WriteWidths(settings, kTransformerColumns, transformerColumns);
     WriteInt(settings, kBoardHeight, boardHeight);
     WriteWidths(settings, kBoardColumns, boardColumns);
+    WriteInt(settings, kTreeWidth, treeWidth);
 }
 
 }  // namespace loadcal

@@ -13,7 +13,8 @@ class CLoadCalRecentFiles;
 /// beside the recent-files list under a group of its own ("负荷计算\窗口"):
 /// the window's position (top-left of its frame, screen pixels) and size
 /// (pixels), the splits between the grids (the heights of the transformer
-/// grid and of the board grid, pixels) and the widths of the data columns of
+/// grid and of the board grid, pixels), the width of the supply tree at their
+/// left (pixels) and the widths of the data columns of
 /// the three grids (pixels, grid column 1 onwards). The window reads it once when it opens and
 /// writes it when it closes. A value that is missing or damaged (not a whole number, outside its
 /// range, a width list of the wrong length) reads as nothing, and the window uses its default for
@@ -28,6 +29,7 @@ struct CWindowLayout {
     std::optional<int> height;
     std::optional<int> transformerHeight;
     std::optional<int> boardHeight;
+    std::optional<int> treeWidth;         ///< the supply tree beside the grids
     std::vector<int> loadColumns;         ///< empty: the default widths
     std::vector<int> transformerColumns;  ///< empty: the default widths
     std::vector<int> boardColumns;        ///< empty: the default widths

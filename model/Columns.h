@@ -182,4 +182,45 @@ inline constexpr std::array<TableColumn, 8> kBoardFireColumns = {{
     {L"火灾计算电流(A)", CBoardCalData::kFireCalcI},
 }};
 
+/// The window's board and transformer grids: their tables, then, for a
+/// document with fire roles, the fire case's computed columns beside the
+/// normal ones (the governing case first), so that a designer sees both
+/// cases of every board and transformer at once. A document without fire
+/// roles shows the tables alone, as it always did.
+namespace column {
+inline constexpr int kFireColumnWidth = 92;  ///< pixels
+}  // namespace column
+inline constexpr auto kBoardGridColumns = [] {
+    std::array<TableColumn, kBoardColumns.size() + kBoardFireColumns.size() - 1> all{};
+    size_t i = 0;
+    for (const TableColumn& column : kBoardColumns) {
+        all[i++] = column;
+    }
+    for (size_t k = 1; k < kBoardFireColumns.size(); ++k) {
+        all[i++] = {kBoardFireColumns[k].title,
+                    kBoardFireColumns[k].field,
+                    ColumnKind::Computed,
+                    column::kAll,
+                    TotalCell::None,
+                    column::kFireColumnWidth};
+    }
+    return all;
+}();
+inline constexpr auto kTransformerGridColumns = [] {
+    std::array<TableColumn, kTransformerColumns.size() + kTransformerFireColumns.size() - 2> all{};
+    size_t i = 0;
+    for (const TableColumn& column : kTransformerColumns) {
+        all[i++] = column;
+    }
+    for (size_t k = 2; k < kTransformerFireColumns.size(); ++k) {
+        all[i++] = {kTransformerFireColumns[k].title,
+                    kTransformerFireColumns[k].field,
+                    ColumnKind::Computed,
+                    column::kTransformerLast,
+                    TotalCell::None,
+                    column::kFireColumnWidth};
+    }
+    return all;
+}();
+
 }  // namespace loadcal

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QHeaderView>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QMenu>
 #include <QMenuBar>
 #include <QMouseEvent>
@@ -14,8 +15,11 @@
 #include <QStatusBar>
 #include <QTimer>
 #include <QToolBar>
+#include <QTreeWidget>
 #include <algorithm>
 #include <chrono>
+#include <tuple>
+#include <unordered_set>
 
 #include "dialog/LoadCalResources.h"
 #include "dialog/LoadCalTexts.h"
@@ -25,10 +29,12 @@
 #include "dialog/qt/GridView.h"
 #include "dialog/qt/Icons.h"
 #include "dialog/qt/LoadTypeDialog.h"
+#include "dialog/qt/ProjectInfoDialog.h"
 #include "dialog/qt/QtSession.h"
 #include "dialog/qt/QtText.h"
 #include "dialog/qt/TotalRowView.h"
 #include "dialog/qt/WindowTexts.h"
+#include "model/Text.h"
 
 namespace loadcal {
 namespace {
@@ -69,14 +75,16 @@ QMessageBox::StandardButtons ButtonsOf(unsigned style)
     }
 }
 
-/// The bar between the two grids: dragging it moves the split. Reports the
-/// pointer's height in its parent's coordinates.
+/// The bar between two grids (or between the tree and the grids): dragging
+/// it moves the split. Reports the pointer's height (or, across, its x) in
+/// its parent's coordinates.
 class CSplitHandle final : public QWidget {
 public:
-    CSplitHandle(QWidget* parent, std::function<void(int)> onDrag)
-        : QWidget(parent), m_onDrag(std::move(onDrag))
+    CSplitHandle(QWidget* parent, std::function<void(int)> onDrag,
+                 Qt::Orientation across = Qt::Vertical)
+        : QWidget(parent), m_onDrag(std::move(onDrag)), m_across(across)
     {
-        setCursor(Qt::SplitVCursor);
+        setCursor(across == Qt::Vertical ? Qt::SplitVCursor : Qt::SplitHCursor);
     }
 
 protected:
@@ -84,16 +92,60 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override
     {
         if (event->buttons() & Qt::LeftButton) {
-            m_onDrag(mapToParent(event->position().toPoint()).y());
+            const QPoint at = mapToParent(event->position().toPoint());
+            m_onDrag(m_across == Qt::Vertical ? at.y() : at.x());
         }
     }
 
 private:
     std::function<void(int)> m_onDrag;
+    Qt::Orientation m_across;
 };
 
 /// Smallest heights the split leaves each grid (pixels).
 constexpr int kMinGridHeight = 60;
+/// The supply tree's width at first, its narrowest, and the narrowest the
+/// grids keep beside it (pixels).
+constexpr int kDefaultTreeWidth = 170;
+constexpr int kMinTreeWidth = 60;
+constexpr int kMinGridWidth = 200;
+/// Up to this many nodes the tree opens whole; a larger one opens its first
+/// two levels.
+constexpr size_t kTreeOpenWhole = 400;
+
+/// What a tree node shows, and its tip.
+QString NodeText(const CSupplyNode& node)
+{
+    switch (node.kind) {
+        case SupplyNodeKind::All:
+            return ToQString(texts::kTreeAll);
+        case SupplyNodeKind::Unfed:
+            return ToQString(texts::kTreeUnfed);
+        case SupplyNodeKind::Cycle:
+            return ToQString(texts::kTreeCycle);
+        case SupplyNodeKind::Transformer:
+        case SupplyNodeKind::Board:
+            break;
+    }
+    QString text = node.name.empty() ? ToQString(texts::kTreeUnnamed) : ToQString(node.name);
+    if (node.membersLeftOut) {
+        text += QStringLiteral(" …");
+    }
+    return text;
+}
+
+/// A key naming a node by its path from 全部 (kinds and names), to keep
+/// nodes open across a rebuild.
+QString NodePath(const std::vector<CSupplyNode>& nodes, size_t n)
+{
+    QString path;
+    for (int at = static_cast<int>(n); at >= 0; at = nodes[static_cast<size_t>(at)].parent) {
+        const CSupplyNode& node = nodes[static_cast<size_t>(at)];
+        path.prepend(QString::number(static_cast<int>(node.kind)) + QLatin1Char(':') +
+                     ToQString(FoldCase(node.name)) + QLatin1Char('/'));
+    }
+    return path;
+}
 
 }  // namespace
 
@@ -116,6 +168,9 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     m_pMenuBar = new QMenuBar(this);
     m_pStatusBar = new QStatusBar(this);
     m_pStatusBar->setSizeGripEnabled(false);
+    m_pStatusNote = new QLabel(m_pStatusBar);
+    m_pStatusNote->setTextFormat(Qt::PlainText);
+    m_pStatusBar->addPermanentWidget(m_pStatusNote);
     m_pClient = new QWidget(this);
     m_pToolBar = new QToolBar(m_pClient);
     m_pToolBar->setIconSize(QSize(kToolbarImageSize, kToolbarImageSize));
@@ -133,6 +188,25 @@ CLoadCalWindow::CLoadCalWindow(CLoadCalDiaog& dialog, IModalRunner* runner, QWid
     m_pBoardView = new CGridView(*m_pBoardModel, m_pClient);
     m_pTransformerView = new CGridView(*m_pTransformerModel, m_pClient);
     m_pTotalRow = new CTotalRowView(*m_pLoadView, m_pClient);
+    m_pSupplyTree = new QTreeWidget(m_pClient);
+    m_pSupplyTree->setHeaderHidden(true);
+    m_pSupplyTree->setColumnCount(1);
+    m_pSupplyTree->setSelectionMode(QAbstractItemView::SingleSelection);
+    m_pSupplyTree->setUniformRowHeights(true);
+    // A click or the arrow keys on a node: the load grid shows its circuits.
+    connect(m_pSupplyTree, &QTreeWidget::currentItemChanged, this,
+            [this](QTreeWidgetItem* current) {
+                if (current == nullptr) {
+                    return;
+                }
+                const int node = current->data(0, Qt::UserRole).toInt();
+                Guarded([this] { CommitOpenEdits(); });
+                Guarded([this, node] { m_dialog.OnSupplyNodeClick(node); });
+                RefreshCommandStates();
+            });
+    m_nTreeWidth = kDefaultTreeWidth;
+    m_pTreeSplitHandle = new CSplitHandle(
+        m_pClient, [this](int x) { SetTreeWidth(x - 2); }, Qt::Horizontal);
     m_pSplitHandle = new CSplitHandle(m_pClient, [this](int y) {
         // y is where the pointer is; the transformer grid begins below it.
         SetTransformerHeight(height() - MenuHeight() - StatusHeight() - 5 - y);
@@ -555,9 +629,13 @@ void CLoadCalWindow::SetBoardHeight(int pixels)
 
 void CLoadCalWindow::RestoreLayout()
 {
-    const CWindowLayout saved =
-        CWindowLayout::Read(m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(),
-                            m_pTransformerModel->columnCount(), m_pBoardModel->columnCount());
+    // The board and transformer grids keep the widths of their own columns;
+    // the fire case's, which only some documents show, start as wide as
+    // their tables say.
+    const CWindowLayout saved = CWindowLayout::Read(
+        m_dialog.GetRecentFiles(), m_pLoadModel->columnCount(),
+        static_cast<int>(kTransformerColumns.size()), static_cast<int>(kBoardColumns.size()));
+    m_nTreeWidth = saved.treeWidth.value_or(m_nTreeWidth);
     for (auto [view, widths] : {std::pair{m_pLoadView, &saved.loadColumns},
                                 std::pair{m_pTransformerView, &saved.transformerColumns},
                                 std::pair{m_pBoardView, &saved.boardColumns}}) {
@@ -568,9 +646,10 @@ void CLoadCalWindow::RestoreLayout()
         }
     }
 
-    // The first start: wide enough for every load column.
+    // The first start: wide enough for the tree and every load column.
     int loadWidth = 2 * m_pLoadView->frameWidth() + m_pLoadView->verticalHeader()->width() +
-                    style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3 + m_loadFrame.left;
+                    style()->pixelMetric(QStyle::PM_ScrollBarExtent) + 3 + m_loadFrame.left +
+                    m_nTreeWidth + 4;
     for (int c = 0; c < m_pLoadModel->columnCount(); ++c) {
         loadWidth += m_pLoadView->horizontalHeader()->sectionSize(c);
     }
@@ -603,16 +682,26 @@ void CLoadCalWindow::SaveLayout()
     layout.height = height();
     layout.transformerHeight = TransformerHeight();
     layout.boardHeight = BoardHeight();
-    for (auto [view, widths] : {std::pair{m_pLoadView, &layout.loadColumns},
-                                std::pair{m_pTransformerView, &layout.transformerColumns},
-                                std::pair{m_pBoardView, &layout.boardColumns}}) {
-        for (int c = 0; c < view->model()->columnCount(); ++c) {
+    layout.treeWidth = TreeWidth();
+    for (auto [view, widths, count] :
+         {std::tuple{m_pLoadView, &layout.loadColumns, m_pLoadModel->columnCount()},
+          std::tuple{m_pTransformerView, &layout.transformerColumns,
+                     static_cast<int>(kTransformerColumns.size())},
+          std::tuple{m_pBoardView, &layout.boardColumns, static_cast<int>(kBoardColumns.size())}}) {
+        for (int c = 0; c < std::min(count, view->model()->columnCount()); ++c) {
             widths->push_back(view->horizontalHeader()->sectionSize(c));
         }
     }
     CLoadCalRecentFiles& settings = m_dialog.GetRecentFiles();
     layout.Store(settings);
     settings.WriteSettings();
+}
+
+void CLoadCalWindow::SetTreeWidth(int pixels)
+{
+    const int room = width() - kMinGridWidth - m_loadFrame.left - 8;
+    m_nTreeWidth = std::clamp(pixels, kMinTreeWidth, std::max(kMinTreeWidth, room));
+    LayOut();
 }
 
 void CLoadCalWindow::done(int result)
@@ -634,8 +723,20 @@ void CLoadCalWindow::LayOut()
     // the window manager's frame is not part of the widget, so the window's
     // edges are the widget's own.
     const CRect windowInClient{0, -menuHeight, width(), height() - menuHeight - statusHeight};
-    const CGridLayout layout =
-        CLoadCalDiaog::OnSize(windowInClient, m_loadFrame, m_transformerFrame);
+    // The supply tree stands at the left, from the toolbar down; the grids
+    // take the rest of the width.
+    const int treeWidth =
+        std::clamp(m_nTreeWidth, 0, std::max(0, width() - kMinGridWidth - m_loadFrame.left - 8));
+    const int gridsLeft = m_loadFrame.left + treeWidth + 4;
+    CRect loadFrame = m_loadFrame;
+    loadFrame.left += treeWidth + 4;
+    CRect transformerFrame = m_transformerFrame;
+    transformerFrame.left += treeWidth + 4;
+    const CGridLayout layout = CLoadCalDiaog::OnSize(windowInClient, loadFrame, transformerFrame);
+    m_pSupplyTree->setGeometry(m_loadFrame.left, m_loadFrame.top, treeWidth,
+                               std::max(0, layout.transformer.bottom - m_loadFrame.top));
+    m_pTreeSplitHandle->setGeometry(gridsLeft - 4, m_loadFrame.top, 4,
+                                    std::max(0, layout.transformer.bottom - m_loadFrame.top));
     // The board grid takes the bottom of the load grid's place, 3 pixels
     // below it, leaving the load grid its smallest useful height.
     const int boardHeight =
@@ -652,9 +753,10 @@ void CLoadCalWindow::LayOut()
     m_pBoardView->setGeometry(ToQRect(board));
     m_pTransformerView->setGeometry(ToQRect(layout.transformer));
     const int gapTop = layout.load.bottom - 1;
-    m_pSplitHandle->setGeometry(0, gapTop, width(), layout.transformer.top + 1 - gapTop);
+    m_pSplitHandle->setGeometry(gridsLeft, gapTop, width() - gridsLeft,
+                                layout.transformer.top + 1 - gapTop);
     m_pSplitHandle->raise();
-    m_pBoardSplitHandle->setGeometry(0, upper.bottom - 1, width(),
+    m_pBoardSplitHandle->setGeometry(gridsLeft, upper.bottom - 1, width() - gridsLeft,
                                      board.top + 1 - upper.bottom + 1);
     m_pBoardSplitHandle->raise();
 }
@@ -714,6 +816,81 @@ bool CLoadCalWindow::EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::ws
 {
     CLoadTypeLibraryDialog dialog(editor, userPath, Runner(), this);
     return Runner().Exec(dialog) == QDialog::Accepted;
+}
+
+void CLoadCalWindow::ShowSupplyTree(const CSupplyTree& tree, int selected)
+{
+    const std::vector<CSupplyNode>& nodes = tree.Nodes();
+    // A node that was there before keeps its state, open or closed; a new
+    // one opens when the tree is small, else in the first two levels.
+    std::unordered_set<QString> before;
+    std::unordered_set<QString> open;
+    for (QTreeWidgetItem* item : m_supplyItems) {
+        const QString path = item->data(0, Qt::UserRole + 1).toString();
+        before.insert(path);
+        if (item->isExpanded()) {
+            open.insert(path);
+        }
+    }
+    const QSignalBlocker blocker(m_pSupplyTree);
+    m_pSupplyTree->setUpdatesEnabled(false);
+    m_pSupplyTree->clear();
+    m_supplyItems.assign(nodes.size(), nullptr);
+    QFont bold = m_pSupplyTree->font();
+    bold.setBold(true);
+    std::vector<QString> paths(nodes.size());
+    for (size_t n = 0; n < nodes.size(); ++n) {
+        const CSupplyNode& node = nodes[n];
+        QTreeWidgetItem* item =
+            node.parent < 0 ? new QTreeWidgetItem(m_pSupplyTree)
+                            : new QTreeWidgetItem(m_supplyItems[static_cast<size_t>(node.parent)]);
+        item->setText(0, NodeText(node));
+        item->setData(0, Qt::UserRole, static_cast<int>(n));
+        paths[n] = NodePath(nodes, n);
+        item->setData(0, Qt::UserRole + 1, paths[n]);
+        if (node.kind != SupplyNodeKind::Board) {
+            item->setFont(0, bold);
+        }
+        if (node.kind == SupplyNodeKind::Transformer || node.kind == SupplyNodeKind::Board) {
+            item->setToolTip(0, ToQString(texts::FormatText(node.kind == SupplyNodeKind::Board
+                                                                ? texts::kTreeBoardTipFormat
+                                                                : texts::kTreeTransformerTipFormat,
+                                                            node.name)));
+        }
+        m_supplyItems[n] = item;
+    }
+    for (size_t n = 0; n < nodes.size(); ++n) {
+        const bool openAtFirst = nodes.size() <= kTreeOpenWhole || nodes[n].depth < 2;
+        m_supplyItems[n]->setExpanded(before.contains(paths[n]) ? open.contains(paths[n])
+                                                                : openAtFirst);
+    }
+    if (QTreeWidgetItem* current = SupplyItem(selected)) {
+        m_pSupplyTree->setCurrentItem(current);
+        m_pSupplyTree->scrollToItem(current);
+    }
+    m_pSupplyTree->setUpdatesEnabled(true);
+}
+
+QTreeWidgetItem* CLoadCalWindow::SupplyItem(int node) const
+{
+    return node >= 0 && static_cast<size_t>(node) < m_supplyItems.size()
+               ? m_supplyItems[static_cast<size_t>(node)]
+               : nullptr;
+}
+
+bool CLoadCalWindow::EditProjectInfo(CDocumentProperties& properties)
+{
+    CProjectInfoDialog dialog(properties, this);
+    if (Runner().Exec(dialog) != QDialog::Accepted) {
+        return false;
+    }
+    properties = dialog.Properties();
+    return true;
+}
+
+void CLoadCalWindow::SetStatusNote(const std::wstring& text)
+{
+    m_pStatusNote->setText(ToQString(text));
 }
 
 void CLoadCalWindow::SetStatusText(const std::wstring& text)

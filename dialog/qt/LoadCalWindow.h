@@ -11,10 +11,13 @@
 #include "dialog/LoadCalDiaog.h"
 #include "dialog/qt/ModalRunner.h"
 
+class QLabel;
 class QMenu;
 class QMenuBar;
 class QStatusBar;
 class QToolBar;
+class QTreeWidget;
+class QTreeWidgetItem;
 
 namespace loadcal {
 
@@ -78,7 +81,24 @@ public:
     void SetStatusText(const std::wstring& text) override;
     /// The 负荷类型库 window (CLoadTypeLibraryDialog), run through the runner.
     bool EditLoadTypes(CLoadTypeLibraryEditor& editor, const std::wstring& userPath) override;
+    /// The 工程信息 window (CProjectInfoDialog), run through the runner.
+    bool EditProjectInfo(CDocumentProperties& properties) override;
+    /// The label at the right of the status bar.
+    void SetStatusNote(const std::wstring& text) override;
     QStatusBar& StatusBar() const { return *m_pStatusBar; }
+    /// The status bar's lasting note (the filter, the rule set).
+    QLabel& StatusNote() const { return *m_pStatusNote; }
+    /// The supply tree beside the grids: rebuilt from the controller's
+    /// tree, the node selected made current; nodes that were open stay open.
+    void ShowSupplyTree(const CSupplyTree& tree, int selected) override;
+    QTreeWidget& SupplyTree() const { return *m_pSupplyTree; }
+    /// The tree item of node n of the controller's tree, or null.
+    QTreeWidgetItem* SupplyItem(int node) const;
+    /// The width of the supply tree (the split at its right).
+    int TreeWidth() const { return m_nTreeWidth; }
+    /// Moves the split between the tree and the grids (pixels), keeping
+    /// both a useful width.
+    void SetTreeWidth(int pixels);
 
     CGridView& View(GridId grid) const;
     QMenuBar& MenuBar() const { return *m_pMenuBar; }
@@ -172,6 +192,7 @@ private:
     mutable CModalRunner m_defaultRunner;
     QMenuBar* m_pMenuBar = nullptr;
     QStatusBar* m_pStatusBar = nullptr;
+    QLabel* m_pStatusNote = nullptr;
     QWidget* m_pClient = nullptr;
     QToolBar* m_pToolBar = nullptr;
     CGridModel* m_pLoadModel = nullptr;
@@ -183,7 +204,12 @@ private:
     CTotalRowView* m_pTotalRow = nullptr;
     QWidget* m_pSplitHandle = nullptr;       ///< between the boards and the transformers
     QWidget* m_pBoardSplitHandle = nullptr;  ///< between the circuits and the boards
-    int m_nBoardHeight = 0;                  ///< pixels
+    QWidget* m_pTreeSplitHandle = nullptr;   ///< between the supply tree and the grids
+    QTreeWidget* m_pSupplyTree = nullptr;
+    /// The tree's items by node of the controller's tree.
+    std::vector<QTreeWidgetItem*> m_supplyItems;
+    int m_nTreeWidth = 0;    ///< pixels
+    int m_nBoardHeight = 0;  ///< pixels
     CRect m_loadFrame;
     CRect m_transformerFrame;
     QSize m_openedSize;

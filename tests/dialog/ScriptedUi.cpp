@@ -82,7 +82,7 @@ void DialogFixture::Type(GridId grid, int row, int col, const std::wstring& text
 void DialogFixture::AddCircuit(const std::wstring& name, const std::wstring& phase,
                                const std::wstring& power)
 {
-    const int row = dlg->GetLoads().GetSize() + 1;
+    const int row = dlg->LoadEntryRow();
     Type(GridId::Load, row, 3, name);
     if (!phase.empty()) {
         Type(GridId::Load, row, 4, phase);

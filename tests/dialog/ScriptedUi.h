@@ -70,6 +70,24 @@ public:
     {
         return editLoadTypes ? editLoadTypes(editor, userPath) : false;
     }
+    /// The 工程信息 dialog: what the test does in it (none: cancelled).
+    std::function<bool(CDocumentProperties&)> editProjectInfo;
+    bool EditProjectInfo(CDocumentProperties& properties) override
+    {
+        return editProjectInfo ? editProjectInfo(properties) : false;
+    }
+    void SetStatusNote(const std::wstring& text) override { statusNote = text; }
+    std::wstring statusNote;  ///< the status bar's lasting note
+    /// The supply tree as last shown, the node selected, and how often.
+    void ShowSupplyTree(const CSupplyTree& shown, int selected) override
+    {
+        tree = shown;
+        treeSelected = selected;
+        ++treeShows;
+    }
+    CSupplyTree tree;
+    int treeSelected = -1;
+    int treeShows = 0;
 };
 
 using testsupport::TempFolder;

@@ -1,5 +1,6 @@
-// A screenshot of the window with the bundled example, opened as a user
-// opens it (File > Open), at a desktop size.
+// A screenshot of the window with the bundled example with distribution
+// boards, opened as a user opens it (File > Open), at a desktop size: the
+// supply tree beside the three grids, the fire case's columns.
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <QMenu>
@@ -8,6 +9,7 @@
 #include <QtTest>
 #include <memory>
 
+#include <QTreeWidget>
 #include "dialog/LoadCalResources.h"
 #include "dialog/qt/LoadCalWindow.h"
 #include "dialog/qt/QtText.h"
@@ -15,8 +17,8 @@
 
 using namespace loadcal;
 
-/// Opens the example in the window and writes loadcal-window.png into the
-/// build folder.
+/// Opens the boards example in the window and writes loadcal-window.png into
+/// the build folder.
 class ScreenshotTest : public QObject {
     Q_OBJECT
 
@@ -28,8 +30,9 @@ void ScreenshotTest::theWindowShowsTheBundledExample()
 {
     QTemporaryDir folder;
     QVERIFY(folder.isValid());
-    const QString example = QStringLiteral(LOADCAL_SOURCE_DIR "/examples/office-building.LDC");
-    const QString archive = folder.filePath("office-building.LDC");
+    const QString example =
+        QStringLiteral(LOADCAL_SOURCE_DIR "/examples/office-building-boards.LDC");
+    const QString archive = folder.filePath("office-building-boards.LDC");
     QVERIFY(QFile::copy(example, archive));
 
     CLoadCalDiaog dialog(ToWString(folder.filePath("settings.idp")));
@@ -52,12 +55,17 @@ void ScreenshotTest::theWindowShowsTheBundledExample()
     QCOMPARE(window.windowTitle(),
              QStringLiteral("需要系数法负荷计算『") + archive + QStringLiteral("』[*]"));
 
-    window.resize(1240, 720);
-    QTRY_COMPARE(window.size(), QSize(1240, 720));
+    // The tree beside the grids holds every board; 全部 is current.
+    QCOMPARE(window.SupplyTree().currentItem(), window.SupplyItem(0));
+    QCOMPARE(static_cast<size_t>(window.SupplyTree().topLevelItem(0)->childCount()), size_t{2});
+
+    window.resize(1400, 820);
+    QTRY_COMPARE(window.size(), QSize(1400, 820));
+    window.SetBoardHeight(190);
     QApplication::processEvents();
 
     const QImage shot = window.grab().toImage();
-    QCOMPARE(shot.size(), QSize(1240, 720));
+    QCOMPARE(shot.size(), QSize(1400, 820));
     // The computed cells show their yellow and the grid its titles' colour.
     qsizetype yellow = 0;
     for (int y = 0; y < shot.height(); ++y) {

@@ -325,7 +325,8 @@ void WindowTest::theMenusCarryTheirTextsAndCommandIds()
                                                   {"生成计算书(&B)", 32795},
                                                   separator,
                                                   {"全部重算\tF9", 32796},
-                                                  {"负荷类型库(&L)...", 32798}}));
+                                                  {"负荷类型库(&L)...", 32798},
+                                                  {"工程信息(&P)...", 32803}}));
 
     QMenu& help = TopMenu(3);
     emit help.aboutToShow();

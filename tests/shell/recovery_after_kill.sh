@@ -70,10 +70,11 @@ focus() {
 
 copies() { compgen -G "$settings/recovery-*.LDC"; }
 
-# 1. An edit: click the entry row's first cell (circuit number) and type at once.
+# 1. An edit: click the entry row's first cell (circuit number, right of the
+# supply tree) and type at once.
 start_window
 main=$(focus '^需要系数法负荷计算『未命名』$')
-xdotool mousemove --window "$main" 40 98 click 1
+xdotool mousemove --window "$main" 215 98 click 1
 xdotool type --delay 20 'PUMP-7'
 xdotool key Return
 until_ok 15 copies || fail "no recovery copy in $settings after the edit"
