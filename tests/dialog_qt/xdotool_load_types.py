@@ -26,7 +26,6 @@ usage: xdotool_load_types.py LOADCAL SEED_RECENT_FILE [SHOT]
 """
 import json
 import os
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -125,12 +124,7 @@ def main():
     loadcal, seed = sys.argv[1:3]
     shot_file = sys.argv[3] if len(sys.argv) == 4 else None
     with tempfile.TemporaryDirectory(prefix="loadcal-load-types-") as scratch:
-        os.mkdir(os.path.join(scratch, "bin"))
-        program = os.path.join(scratch, "bin", "loadcal")
-        try:
-            os.link(loadcal, program)
-        except OSError:
-            shutil.copy2(loadcal, program)
+        program = x.private_program(loadcal, scratch)
         document = {
             "loads": [
                 {"circuitNo": "WP%d" % i, "equipName": "设备%d" % i, "phase": "L1,L2,L3,N",
@@ -150,14 +144,7 @@ def main():
         main_title = "需要系数法负荷计算『%s』" % archive
 
         server, display = x.start_xvfb()
-        runtime = os.path.join(scratch, "runtime")
-        os.mkdir(runtime, 0o700)
-        suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)),
-                                    "lsan-desktop.supp")
-        env = dict(os.environ, DISPLAY=display, XDG_RUNTIME_DIR=runtime,
-                   LSAN_OPTIONS="suppressions=" + suppressions)
-        env.pop("QT_QPA_PLATFORM", None)
-        env.pop("WAYLAND_DISPLAY", None)
+        env = x.desktop_env(scratch, display)
         logs = open(os.path.join(scratch, "window.log"), "w+")
         window_proc = subprocess.Popen([program], env=env, stdout=logs, stderr=logs, text=True)
         try:

@@ -24,7 +24,6 @@ usage: xdotool_one_truth.py LOADCAL SEED_RECENT_FILE rename|delete|outputs [SCRE
 """
 import json
 import os
-import shutil
 import subprocess
 import sys
 import tempfile
@@ -111,33 +110,11 @@ def main():
     loadcal, seed, scenario = sys.argv[1:4]
     shot_file = sys.argv[4] if len(sys.argv) == 5 else None
     with tempfile.TemporaryDirectory(prefix="loadcal-one-truth-") as scratch:
-        os.mkdir(os.path.join(scratch, "bin"))
-        program = os.path.join(scratch, "bin", "loadcal")
-        try:
-            os.link(loadcal, program)
-        except OSError:
-            shutil.copy2(loadcal, program)
-        document = {
-            "loads": [
-                {"circuitNo": "WP%d" % i, "equipName": "水泵%d" % i, "phase": "L1,L2,L3,N",
-                 "ratedPower": "10", "voltage": "0.38", "demandFactor": "0.8",
-                 "powerFactor": "0.85", "transformer": "1#TR"} for i in range(1, 5)],
-            "transformers": [
-                {"name": name, "loadRate": "0.7", "kp": "0.9", "kq": "0.97", "alpha": "0.7",
-                 "beta": "0.76", "cosAfter": "0.9"} for name in ("1#TR", "2#TR")],
-        }
-        source = os.path.join(scratch, "two.json")
-        with open(source, "w", encoding="utf-8") as f:
-            json.dump(document, f, ensure_ascii=False)
-        archive = os.path.join(scratch, "two.LDC")
-        x.run([program, "calc", source, "-o", archive])
+        program = x.private_program(loadcal, scratch)
+        archive = x.two_transformer_archive(program, scratch)
         x.run([seed, os.path.join(scratch, "DQCal", "需要系数法负荷计算.idp"), archive])
 
         server, display = x.start_xvfb()
-        runtime = os.path.join(scratch, "runtime")
-        os.mkdir(runtime, 0o700)
-        suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)),
-                                    "lsan-desktop.supp")
         # The desktop's launcher finds no program for a file, as xdg-open
         # does on a machine without one ("no method available": status 3).
         launcher = os.path.join(scratch, "launcher")
@@ -145,11 +122,8 @@ def main():
         with open(os.path.join(launcher, "xdg-open"), "w") as f:
             f.write("#!/bin/sh\nexit 3\n")
         os.chmod(os.path.join(launcher, "xdg-open"), 0o755)
-        env = dict(os.environ, DISPLAY=display, XDG_RUNTIME_DIR=runtime,
-                   LSAN_OPTIONS="suppressions=" + suppressions,
-                   PATH=launcher + os.pathsep + os.environ.get("PATH", ""))
-        env.pop("QT_QPA_PLATFORM", None)
-        env.pop("WAYLAND_DISPLAY", None)
+        env = x.desktop_env(scratch, display,
+                            PATH=launcher + os.pathsep + os.environ.get("PATH", ""))
         window_proc = subprocess.Popen([program], env=env, stdout=subprocess.PIPE,
                                        stderr=subprocess.PIPE, text=True)
         try:

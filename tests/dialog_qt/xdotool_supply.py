@@ -122,12 +122,7 @@ def main():
     loadcal, seed, example = sys.argv[1:4]
     shots = sys.argv[4] if len(sys.argv) == 5 else None
     with tempfile.TemporaryDirectory(prefix="loadcal-supply-") as scratch:
-        os.mkdir(os.path.join(scratch, "bin"))
-        program = os.path.join(scratch, "bin", "loadcal")
-        try:
-            os.link(loadcal, program)
-        except OSError:
-            shutil.copy2(loadcal, program)
+        program = x.private_program(loadcal, scratch)
         archive = os.path.join(scratch, "supply.LDC")
         shutil.copy2(example, archive)
         before = json.loads(x.run([program, "calc", archive, "--json"]))
@@ -135,14 +130,7 @@ def main():
                "宽=1580", "高=960", "左=0", "上=0", "配电箱表高=300", "变压器表高=110"])
 
         server, display = x.start_xvfb()
-        runtime = os.path.join(scratch, "runtime")
-        os.mkdir(runtime, 0o700)
-        suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)),
-                                    "lsan-desktop.supp")
-        env = dict(os.environ, DISPLAY=display, XDG_RUNTIME_DIR=runtime,
-                   LSAN_OPTIONS="suppressions=" + suppressions)
-        env.pop("QT_QPA_PLATFORM", None)
-        env.pop("WAYLAND_DISPLAY", None)
+        env = x.desktop_env(scratch, display)
         window_proc = subprocess.Popen([program], env=env, stdout=subprocess.PIPE,
                                        stderr=subprocess.PIPE, text=True)
         main_title = "需要系数法负荷计算『%s』" % archive

@@ -135,44 +135,64 @@ def click_and_type(env, point, text, *keys):
         xdo(env, "key", *keys)
 
 
+def private_program(loadcal, scratch):
+    """The program linked (or copied) into scratch/bin: it finds its settings
+    in DQCal/ above its own folder, so the user's settings stay untouched."""
+    os.mkdir(os.path.join(scratch, "bin"))
+    program = os.path.join(scratch, "bin", "loadcal")
+    try:
+        os.link(loadcal, program)
+    except OSError:
+        shutil.copy2(loadcal, program)
+    return program
+
+
+def desktop_env(scratch, display, **extra):
+    """The environment of a desktop session on the X server `display`: a
+    private runtime folder, the desktop libraries' leaks suppressed, no
+    offscreen or Wayland platform inherited from the test run."""
+    runtime = os.path.join(scratch, "runtime")
+    os.mkdir(runtime, 0o700)
+    suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)),
+                                "lsan-desktop.supp")
+    env = dict(os.environ, DISPLAY=display, XDG_RUNTIME_DIR=runtime,
+               LSAN_OPTIONS="suppressions=" + suppressions, **extra)
+    env.pop("QT_QPA_PLATFORM", None)
+    env.pop("WAYLAND_DISPLAY", None)
+    return env
+
+
+def two_transformer_archive(program, scratch):
+    """scratch/two.LDC: four three-phase pumps of 10 kW under 1#TR, and 2#TR
+    with nothing under it."""
+    document = {
+        "loads": [
+            {"circuitNo": "WP%d" % i, "equipName": "水泵%d" % i, "phase": "L1,L2,L3,N",
+             "ratedPower": "10", "voltage": "0.38", "demandFactor": "0.8",
+             "powerFactor": "0.85", "transformer": "1#TR"} for i in range(1, 5)],
+        "transformers": [
+            {"name": name, "loadRate": "0.7", "kp": "0.9", "kq": "0.97", "alpha": "0.7",
+             "beta": "0.76", "cosAfter": "0.9"} for name in ("1#TR", "2#TR")],
+    }
+    source = os.path.join(scratch, "two.json")
+    with open(source, "w", encoding="utf-8") as f:
+        json.dump(document, f, ensure_ascii=False)
+    archive = os.path.join(scratch, "two.LDC")
+    run([program, "calc", source, "-o", archive])
+    return archive
+
+
 def main():
     if len(sys.argv) != 3:
         fail("usage: xdotool_typing.py LOADCAL SEED_RECENT_FILE")
     loadcal, seed = sys.argv[1], sys.argv[2]
     with tempfile.TemporaryDirectory(prefix="loadcal-xdotool-") as scratch:
-        # The program finds its settings in DQCal/ above its own folder: a
-        # copy of it in a scratch folder keeps the user's settings untouched.
-        os.mkdir(os.path.join(scratch, "bin"))
-        program = os.path.join(scratch, "bin", "loadcal")
-        try:
-            os.link(loadcal, program)
-        except OSError:
-            shutil.copy2(loadcal, program)
-        document = {
-            "loads": [
-                {"circuitNo": "WP%d" % i, "equipName": "水泵%d" % i, "phase": "L1,L2,L3,N",
-                 "ratedPower": "10", "voltage": "0.38", "demandFactor": "0.8",
-                 "powerFactor": "0.85", "transformer": "1#TR"} for i in range(1, 5)],
-            "transformers": [
-                {"name": name, "loadRate": "0.7", "kp": "0.9", "kq": "0.97", "alpha": "0.7",
-                 "beta": "0.76", "cosAfter": "0.9"} for name in ("1#TR", "2#TR")],
-        }
-        source = os.path.join(scratch, "two.json")
-        with open(source, "w", encoding="utf-8") as f:
-            json.dump(document, f, ensure_ascii=False)
-        archive = os.path.join(scratch, "two.LDC")
-        run([program, "calc", source, "-o", archive])
+        program = private_program(loadcal, scratch)
+        archive = two_transformer_archive(program, scratch)
         run([seed, os.path.join(scratch, "DQCal", "需要系数法负荷计算.idp"), archive])
 
         server, display = start_xvfb()
-        runtime = os.path.join(scratch, "runtime")
-        os.mkdir(runtime, 0o700)
-        suppressions = os.path.join(os.path.dirname(os.path.abspath(__file__)),
-                                    "lsan-desktop.supp")
-        env = dict(os.environ, DISPLAY=display, XDG_RUNTIME_DIR=runtime,
-                   LSAN_OPTIONS="suppressions=" + suppressions)
-        env.pop("QT_QPA_PLATFORM", None)
-        env.pop("WAYLAND_DISPLAY", None)
+        env = desktop_env(scratch, display)
         window_proc = subprocess.Popen([program], env=env, stdout=subprocess.PIPE,
                                        stderr=subprocess.PIPE, text=True)
         try:
