@@ -135,9 +135,7 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
     }
     CCommandScope command(*this);
     EndPendingCut(grid);
-    m_bDeferRecalculation = true;
-    m_bRecalculationPending = false;
-    try {
+    WithRecalculationDeferred([&] {
         // From the bottom up, so that a row that goes does not move the
         // rows still to be cleared.
         for (auto it = cells.rbegin(); it != cells.rend(); ++it) {
@@ -152,11 +150,26 @@ void CLoadCalDiaog::ClearSelectedCells(GridId grid)
                 }
             }
         }
-    } catch (...) {
-        m_bDeferRecalculation = false;
-        throw;
+    });
+}
+
+// ---- Edits of many cells ----
+
+void CLoadCalDiaog::WithRecalculationDeferred(const std::function<void()>& edits)
+{
+    m_bRecalculationPending = false;
+    {
+        // Cleared however the edits end; a throw leaves the recalculation
+        // to the command's undo.
+        struct Deferral {
+            bool& flag;
+            explicit Deferral(bool& f) : flag(f) { flag = true; }
+            Deferral(const Deferral&) = delete;
+            Deferral& operator=(const Deferral&) = delete;
+            ~Deferral() { flag = false; }
+        } deferral(m_bDeferRecalculation);
+        edits();
     }
-    m_bDeferRecalculation = false;
     if (m_bRecalculationPending) {
         RefreshTotals();
         RecalculateAllTransformers();
@@ -179,9 +192,7 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
     }
     CCommandScope command(*this);
     EndPendingCut(grid);
-    m_bDeferRecalculation = true;
-    m_bRecalculationPending = false;
-    try {
+    WithRecalculationDeferred([&] {
         const int first = std::max(1, bounds.minCol);
         for (size_t j : LineOrder(grid, first, static_cast<size_t>(bounds.maxCol - first + 1))) {
             const int c = first + static_cast<int>(j);
@@ -197,15 +208,7 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
                 }
             }
         }
-    } catch (...) {
-        m_bDeferRecalculation = false;
-        throw;
-    }
-    m_bDeferRecalculation = false;
-    if (m_bRecalculationPending) {
-        RefreshTotals();
-        RecalculateAllTransformers();
-    }
+    });
 }
 
 // ---- Insert ----
@@ -279,9 +282,7 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
     }
     CCommandScope command(*this);
     EndPendingCut(grid);
-    m_bDeferRecalculation = true;
-    m_bRecalculationPending = false;
-    try {
+    WithRecalculationDeferred([&] {
         // Lines over existing rows: typed over their cells.
         for (size_t k = 0; k < std::min(over, lines.size()); ++k) {
             const int row = focus.row + static_cast<int>(k);
@@ -306,15 +307,7 @@ void CLoadCalDiaog::PasteText(GridId grid, const std::wstring& text)
                 PasteNamedLines(grid, fresh, focus.col);
             }
         }
-    } catch (...) {
-        m_bDeferRecalculation = false;
-        throw;
-    }
-    m_bDeferRecalculation = false;
-    if (m_bRecalculationPending) {
-        RefreshTotals();
-        RecalculateAllTransformers();
-    }
+    });
 }
 
 void CLoadCalDiaog::AppendLoadLines(const CTabRows& lines, size_t first, int col)

@@ -3,6 +3,7 @@
 #include <array>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -619,6 +620,10 @@ private:
     /// Undo (backwards) or redo of a step: records, grids, modified mark.
     void ApplyStep(const CDocumentStep& step, bool backwards);
     void EndPendingCut(GridId grid);
+    /// Runs edits of many cells (Delete, fill down, a block paste) with the
+    /// totals and transformers recalculated once at their end, if any edit
+    /// asked for it, instead of after every cell.
+    void WithRecalculationDeferred(const std::function<void()>& edits);
     /// New transformers or boards from pasted lines, each typed into the
     /// entry row; a line whose name is refused is left out (its message
     /// shown once).

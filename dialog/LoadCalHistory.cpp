@@ -345,6 +345,8 @@ void CLoadCalDiaog::EndPendingCut(GridId grid)
             m_arrClipTransformer.RemoveAll();
             m_arrCutTransformerRows.RemoveAll();
             break;
+        case GridId::LoadTypes:  // the library editor's grid cuts nothing here
+            break;
     }
 }
 

@@ -178,6 +178,8 @@ bool CLoadCalDiaog::IsCut(GridId grid) const
             return m_bLoadCut != 0;
         case GridId::Board:
             return m_bBoardCut != 0;
+        case GridId::LoadTypes:  // not a grid of this window
+            return false;
         case GridId::Transformer:
             break;
     }
@@ -191,6 +193,7 @@ const CArray<int>& CLoadCalDiaog::GetCutRows(GridId grid) const
             return m_arrCutLoadRows;
         case GridId::Board:
             return m_arrCutBoardRows;
+        case GridId::LoadTypes:  // not a grid of this window; never asked
         case GridId::Transformer:
             break;
     }

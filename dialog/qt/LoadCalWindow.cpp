@@ -274,6 +274,7 @@ CGridView& CLoadCalWindow::View(GridId grid) const
             return *m_pLoadView;
         case GridId::Board:
             return *m_pBoardView;
+        case GridId::LoadTypes:  // the library editor has a window of its own
         case GridId::Transformer:
             break;
     }
