@@ -222,7 +222,7 @@ void AddTypes(CLI::App& app, CliRun& run)
 void AddBalance(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
-        "balance", "Spread each transformer's single-phase circuits over L1, L2, L3 and report");
+        "balance", "Spread each owner group's single-phase circuits over L1, L2, L3 and report");
     cmd->add_option("IN", run.input, "document to read (.LDC or .json)")->required();
     cmd->add_option("-o,--output", run.output, "write the balanced document (.LDC or .json)");
     cmd->add_flag("--json", run.json, "print the balanced document as JSON after the report");
@@ -284,7 +284,7 @@ void AddExport(CLI::App& app, CliRun& run)
 void AddReport(CLI::App& app, CliRun& run)
 {
     auto* cmd = app.add_subcommand(
-        "report", "Write a document's calculation book (计算书) as a PDF, as it stands");
+        "report", "Recalculate a document and write its calculation book (计算书) as a PDF");
     cmd->add_option("IN", run.input, "document to read (.LDC or .json)")->required();
     cmd->add_option("--pdf", run.pdf, "calculation book to write (.pdf)")->required();
     cmd->callback([&run] {
