@@ -194,11 +194,7 @@ def main():
                 logs.seek(0)
                 x.fail("loadcal exited with %d: %s" % (window_proc.returncode, logs.read()))
         finally:
-            if window_proc.poll() is None:
-                window_proc.kill()
-                window_proc.wait()
-            server.terminate()
-            server.wait()
+            x.stop(window_proc, server)
 
         saved = os.path.join(scratch, "saved.json")
         x.run([program, "convert", archive, saved])

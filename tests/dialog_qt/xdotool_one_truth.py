@@ -161,18 +161,9 @@ def main():
             x.xdo(env, "key", "ctrl+s")
             time.sleep(0.5)
             x.xdo(env, "key", "Escape")
-            try:
-                out, err = window_proc.communicate(timeout=x.TIMEOUT)
-            except subprocess.TimeoutExpired:
-                x.fail("the window did not close after Esc")
-            if window_proc.returncode != 0:
-                x.fail("loadcal exited with %d: %s" % (window_proc.returncode, err))
+            out, _ = x.wait_closed(window_proc)
         finally:
-            if window_proc.poll() is None:
-                window_proc.kill()
-                window_proc.wait()
-            server.terminate()
-            server.wait()
+            x.stop(window_proc, server)
 
         if scenario == "outputs":
             if "基点" in out:

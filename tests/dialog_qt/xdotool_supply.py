@@ -234,18 +234,9 @@ def main():
             if redone != switched:
                 x.fail("redo did not give the document 工程信息 had made")
             x.xdo(env, "key", "Escape")
-            try:
-                _, err = window_proc.communicate(timeout=x.TIMEOUT)
-            except subprocess.TimeoutExpired:
-                x.fail("the window did not close after Esc")
-            if window_proc.returncode != 0:
-                x.fail("loadcal exited with %d: %s" % (window_proc.returncode, err))
+            x.wait_closed(window_proc)
         finally:
-            if window_proc.poll() is None:
-                window_proc.kill()
-                window_proc.wait()
-            server.terminate()
-            server.wait()
+            x.stop(window_proc, server)
     print("ok")
 
 

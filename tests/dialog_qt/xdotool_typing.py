@@ -182,6 +182,27 @@ def two_transformer_archive(program, scratch):
     return archive
 
 
+def wait_closed(window_proc):
+    """Waits for the window to close (after Esc) and fails unless it ended
+    cleanly; gives back what it wrote (out, err)."""
+    try:
+        out, err = window_proc.communicate(timeout=TIMEOUT)
+    except subprocess.TimeoutExpired:
+        fail("the window did not close after Esc")
+    if window_proc.returncode != 0:
+        fail("loadcal exited with %d: %s" % (window_proc.returncode, err))
+    return out, err
+
+
+def stop(window_proc, server):
+    """Ends the window, when it is still open, and the X server."""
+    if window_proc.poll() is None:
+        window_proc.kill()
+        window_proc.wait()
+    server.terminate()
+    server.wait()
+
+
 def main():
     if len(sys.argv) != 3:
         fail("usage: xdotool_typing.py LOADCAL SEED_RECENT_FILE")
@@ -209,18 +230,9 @@ def main():
             xdo(env, "mousemove", *cells["circuit 2 power factor"], "click", "1")
             xdo(env, "mousemove", *cells["transformer 1 name"], "click", "1")
             click_and_type(env, cells["circuit 2 power factor"], "0.9", "ctrl+s", "Escape")
-            try:
-                out, err = window_proc.communicate(timeout=TIMEOUT)
-            except subprocess.TimeoutExpired:
-                fail("the window did not close after Esc")
-            if window_proc.returncode != 0:
-                fail("loadcal exited with %d: %s" % (window_proc.returncode, err))
+            out, _ = wait_closed(window_proc)
         finally:
-            if window_proc.poll() is None:
-                window_proc.kill()
-                window_proc.wait()
-            server.terminate()
-            server.wait()
+            stop(window_proc, server)
 
         saved = os.path.join(scratch, "saved.json")
         run([program, "convert", archive, saved])
