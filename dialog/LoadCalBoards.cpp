@@ -62,6 +62,70 @@ bool CLoadCalDiaog::RefuseBoardCycle(int index, const CBoardCalData& proposed)
     return true;
 }
 
+void CLoadCalDiaog::InsertNamedRow(GridId grid)
+{
+    const bool board = grid == GridId::Board;
+    CGridCtrl& g = GetGrid(grid);
+    const int r = g.GetFocusCell().row;
+    const int records = board ? m_arrBoard.GetSize() : m_arrTransformer.GetSize();
+    if (r < 1 || r > records + 1) {
+        return;  // on the entry row: one more record at the end
+    }
+    CCommandScope command(*this);
+    EndPendingCut(grid);
+    // The first free name of the series: a board or transformer comes with
+    // its name, which the designer types over.
+    const std::wstring_view stem =
+        board ? texts::kInsertedBoardName : texts::kInsertedTransformerName;
+    std::wstring name;
+    for (int n = 1; name.empty() || RefusedName(grid, records, name); ++n) {
+        name = std::wstring(stem) + std::to_wstring(n);
+    }
+    // The entry row's proposals (as shown, typed ones included), read
+    // before the new row moves it down.
+    std::vector<std::wstring> entry(static_cast<size_t>(g.GetColumnCount()));
+    for (int c = 1; c < g.GetColumnCount(); ++c) {
+        entry[static_cast<size_t>(c)] = Trim(g.GetItemText(records + 1, c));
+    }
+    const auto proposals = [&](auto record) {
+        for (int c = 1; c < g.GetColumnCount(); ++c) {
+            const TableColumn& column = *ColumnAt(grid, c);
+            if (column.IsEditable()) {
+                record.FieldAt(column.field) = entry[static_cast<size_t>(c)];
+            }
+        }
+        record.m_strName = name;
+        return record;
+    };
+    const int height = g.GetRowHeight(r);
+    g.InsertRow(L"", r);
+    g.SetRowHeight(r, height);
+    if (board) {
+        CBoardCalData added = proposals(BoardProposal());
+        if (!IsPhaseText(added.m_strPhase)) {
+            added.m_strPhase = std::wstring(kPhaseThree);
+        }
+        Boards().InsertAt(r - 1, added);
+        FillBoardRow(r, added);
+    } else {
+        CTransformerCalData blank;
+        for (int f = 0; f < static_cast<int>(CTransformerCalData::kAnyFieldCount); ++f) {
+            blank.AnyFieldAt(f).clear();
+        }
+        const CTransformerCalData added = proposals(blank);
+        Transformers().InsertAt(r - 1, added);
+        FillTransformerRow(r, added);
+    }
+    const int nameColumn = board ? GridColumnOfField(grid, CBoardCalData::kName)
+                                 : GridColumnOfField(grid, CTransformerCalData::kName);
+    g.ResetSelectedRange();
+    g.SetFocusCell(r, nameColumn);
+    RefreshTotals();
+    RecalculateAllTransformers();
+    g.Invalidate();
+    m_bModified = 1;
+}
+
 void CLoadCalDiaog::OnEndEditBoard(int r, int c)
 {
     const int m = m_arrBoard.GetSize();

@@ -215,6 +215,10 @@ void CLoadCalDiaog::OnFillDown(GridId grid)
 
 void CLoadCalDiaog::OnInsertRow(GridId grid)
 {
+    if (grid == GridId::Board || grid == GridId::Transformer) {
+        InsertNamedRow(grid);
+        return;
+    }
     if (grid != GridId::Load) {
         return;
     }

@@ -243,6 +243,12 @@ bool CLoadCalDiaog::OnCommand(unsigned id)
         case res::ID_LOAD_INSERT:
             OnInsertRow(GridId::Load);
             return true;
+        case res::ID_TRANSFORMER_INSERT:
+            OnInsertRow(GridId::Transformer);
+            return true;
+        case res::ID_BOARD_INSERT:
+            OnInsertRow(GridId::Board);
+            return true;
         case res::ID_EDIT_UNDO:
             OnEditUndo();
             return true;

@@ -196,7 +196,10 @@ public:
     /// The status bar's lasting note as last given to the window.
     const std::wstring& GetStatusNote() const { return m_strStatusNote; }
     /// 插入 (Ctrl++): a new three-phase circuit above the load grid's focus
-    /// row (a circuit row or the entry row). The transformer grid has none.
+    /// row (a circuit row or the entry row); in the board and transformer
+    /// grids a new board or transformer above the focus row (a record's
+    /// row or the entry row), with the entry row's proposals and a free name ("新配电箱1",
+    /// "新变压器1", ...) whose cell takes the keyboard, to be typed over.
     void OnInsertRow(GridId grid);
     /// Ctrl+D: the top cell of each selected column is typed into the
     /// selected cells below it (circuit or transformer rows; the phase list,
@@ -624,6 +627,8 @@ private:
     /// totals and transformers recalculated once at their end, if any edit
     /// asked for it, instead of after every cell.
     void WithRecalculationDeferred(const std::function<void()>& edits);
+    /// 插入 in the board or transformer grid.
+    void InsertNamedRow(GridId grid);
     /// New transformers or boards from pasted lines, each typed into the
     /// entry row; a line whose name is refused is left out (its message
     /// shown once).

@@ -87,11 +87,18 @@ std::optional<CMenuModel> LoadMenu(int resourceId)
             menu.GetSubMenu(0)->AddCommand(W(texts::kMenuInsert), ID_LOAD_INSERT);
             return menu;
         }
-        case IDR_MENU_TRANSFORMER:
-            return ContextMenu(ID_TRANSFORMER_CUT, ID_TRANSFORMER_COPY, ID_TRANSFORMER_PASTE,
-                               ID_TRANSFORMER_DELETE);
-        case IDR_MENU_BOARD:
-            return ContextMenu(ID_BOARD_CUT, ID_BOARD_COPY, ID_BOARD_PASTE, ID_BOARD_DELETE);
+        case IDR_MENU_TRANSFORMER: {
+            CMenuModel menu = ContextMenu(ID_TRANSFORMER_CUT, ID_TRANSFORMER_COPY,
+                                          ID_TRANSFORMER_PASTE, ID_TRANSFORMER_DELETE);
+            menu.GetSubMenu(0)->AddCommand(W(texts::kMenuInsert), ID_TRANSFORMER_INSERT);
+            return menu;
+        }
+        case IDR_MENU_BOARD: {
+            CMenuModel menu =
+                ContextMenu(ID_BOARD_CUT, ID_BOARD_COPY, ID_BOARD_PASTE, ID_BOARD_DELETE);
+            menu.GetSubMenu(0)->AddCommand(W(texts::kMenuInsert), ID_BOARD_INSERT);
+            return menu;
+        }
         default:
             return std::nullopt;
     }

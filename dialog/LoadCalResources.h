@@ -44,7 +44,10 @@ inline constexpr unsigned ID_RECALCULATE_ALL = 32796;  ///< 全部重算 (F9)
 inline constexpr unsigned ID_LOAD_INSERT = 32797;      ///< 插入: a circuit above the current row
 inline constexpr unsigned ID_LOAD_TYPE_LIBRARY = 32798;  ///< 负荷类型库: the library's editor
 inline constexpr unsigned ID_PROJECT_INFO = 32803;  ///< 工程信息: project information and rule set
-inline constexpr unsigned ID_EDIT_UNDO = 0xE12B;  ///< the framework's own undo and redo ids
+inline constexpr unsigned ID_TRANSFORMER_INSERT =
+    32804;                                          ///< 插入: a transformer above the current row
+inline constexpr unsigned ID_BOARD_INSERT = 32805;  ///< 插入: a board above the current row
+inline constexpr unsigned ID_EDIT_UNDO = 0xE12B;    ///< the framework's own undo and redo ids
 inline constexpr unsigned ID_EDIT_REDO = 0xE12C;
 inline constexpr unsigned ID_LOAD_CUT = 32781;
 inline constexpr unsigned ID_LOAD_COPY = 32775;

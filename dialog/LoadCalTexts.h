@@ -65,6 +65,9 @@ inline constexpr std::wstring_view kMenuCopy = L"复制";
 inline constexpr std::wstring_view kMenuPaste = L"粘贴";
 inline constexpr std::wstring_view kMenuDelete = L"删除";
 inline constexpr std::wstring_view kMenuInsert = L"插入\tCtrl++";
+/// The names 插入 gives a new board or transformer (followed by 1, 2, ...).
+inline constexpr std::wstring_view kInsertedBoardName = L"新配电箱";
+inline constexpr std::wstring_view kInsertedTransformerName = L"新变压器";
 inline constexpr std::wstring_view kMenuRecalculateAll = L"全部重算\tF9";
 inline constexpr std::wstring_view kMenuLoadTypeLibrary = L"负荷类型库(&L)...";
 inline constexpr std::wstring_view kMenuProjectInfo = L"工程信息(&P)...";

@@ -178,6 +178,11 @@ public:
                     return "nothing";
                 }
                 const int t = 1 + Pick(m);
+                if (Pick(4) == 0) {
+                    m_f.Transformers().SetFocusCell(t, 1);
+                    m_f.dlg->OnInsertRow(GridId::Transformer);
+                    return "插入 of a transformer at row " + std::to_string(t);
+                }
                 m_f.Type(GridId::Transformer, t, 1, L"T" + std::to_wstring(++m_nNames) + L"x");
                 return "rename of transformer " + std::to_string(t);
             }
@@ -248,9 +253,16 @@ public:
                 return "rename of board " + std::to_string(row);
             }
             case 4: {
-                m_f.AddBoard(L"NEW-" + std::to_wstring(++m_nNames));
-                m_f.OwnBoard(m_f.dlg->GetBoards().GetSize(), RandomOwners());
-                return "new board";
+                if (Pick(2) == 0) {
+                    m_f.AddBoard(L"NEW-" + std::to_wstring(++m_nNames));
+                    m_f.OwnBoard(m_f.dlg->GetBoards().GetSize(), RandomOwners());
+                    return "new board";
+                }
+                const int at = 1 + Pick(b + 1);
+                m_f.Boards().SetFocusCell(at, 1);
+                m_f.dlg->OnInsertRow(GridId::Board);
+                m_f.OwnBoard(at, RandomOwners());
+                return "插入 of a board at row " + std::to_string(at);
             }
             case 5: {
                 if (b < 1) {
@@ -809,4 +821,77 @@ TEST(BoardGrid, TheEntryRowsOtherCellsAreProposalsForTheNextBoard)
     ExpectFollowsTheDocument(f, "3AL");
     f.dlg->OnEditUndo();
     EXPECT_EQ(f.dlg->GetBoards().GetSize(), 0);
+}
+
+// 插入 in the board and transformer grids: a record above the current row,
+// with the entry row's proposals and the first free name of its series,
+// whose cell takes the keyboard; typing over the name renames it, one undo
+// step takes each back. On the entry row it adds one at the end.
+TEST(BoardGrid, InsertPutsANamedBoardOrTransformerAboveTheCurrentRow)
+{
+    DialogFixture f;
+    SmallTree(f);
+    // A transformer already holds the first board name of the series; the
+    // last board and transformer have factors of their own (the entry row's
+    // proposals are not theirs).
+    f.AddTransformer(L"新配电箱1");
+    f.Type(GridId::Board, 2, 4, L"0.8");
+    f.Type(GridId::Transformer, 3, 5, L"0.85");
+    const CLoadCalDocument before = f.dlg->GetDocument();
+    const size_t undoSteps = f.dlg->GetHistory().GetUndoCount();
+
+    f.Boards().SetFocusCell(2, 3);  // AP2's row
+    f.dlg->OnInsertRow(GridId::Board);
+    const CBoardArray& boards = f.dlg->GetBoards();
+    ASSERT_EQ(boards.GetSize(), 3);
+    EXPECT_EQ(boards[1].m_strName, L"新配电箱2");
+    EXPECT_EQ(boards[1].m_strPhase, kPhaseThree);
+    EXPECT_EQ(boards[1].m_strKp, CBoardCalData().m_strKp);
+    EXPECT_EQ(boards[1].m_strOwner, L"");
+    EXPECT_EQ(boards[2].m_strName, L"AP2");
+    EXPECT_EQ(f.Boards().GetFocusCell().row, 2);
+    EXPECT_EQ(f.Boards().GetFocusCell().col, 1);
+    EXPECT_EQ(f.dlg->GetHistory().GetUndoCount(), undoSteps + 1);
+    ExpectFollowsTheDocument(f, "插入 in the board grid");
+
+    // Typed over, fed from T2, it takes a circuit: figures follow.
+    f.Type(GridId::Board, 2, 1, L"AP3");
+    f.OwnBoard(2, {L"T2"});
+    f.Own(3, {L"AP3"});
+    EXPECT_EQ(boards[1].m_strName, L"AP3");
+    EXPECT_EQ(boards[1].m_strRatedPower, L"11");
+    ExpectFollowsTheDocument(f, "the inserted board named and fed");
+
+    // Transformer grid, on its first row: the entry row's figures.
+    f.Transformers().SetFocusCell(1, 4);
+    f.dlg->OnInsertRow(GridId::Transformer);
+    const CTransformerArray& ts = f.dlg->GetTransformers();
+    ASSERT_EQ(ts.GetSize(), 4);
+    EXPECT_EQ(ts[0].m_strName, L"新变压器1");
+    EXPECT_EQ(ts[0].m_strLoadRate, CTransformerCalData().m_strLoadRate);
+    EXPECT_EQ(ts[0].m_strKp, CTransformerCalData().m_strKp);
+    EXPECT_EQ(ts[0].m_strKq, CTransformerCalData().m_strKq);
+    EXPECT_EQ(ts[0].m_strCosAfter, CTransformerCalData().m_strCosAfter);
+    EXPECT_EQ(ts[1].m_strName, L"T1");
+    ExpectFollowsTheDocument(f, "插入 in the transformer grid");
+
+    // On the entry rows: one more at the end, the entry row after it.
+    f.Transformers().SetFocusCell(ts.GetSize() + 1, 1);
+    f.dlg->OnInsertRow(GridId::Transformer);
+    f.Boards().SetFocusCell(boards.GetSize() + 1, 1);
+    f.dlg->OnInsertRow(GridId::Board);
+    ASSERT_EQ(ts.GetSize(), 5);
+    ASSERT_EQ(boards.GetSize(), 4);
+    EXPECT_EQ(ts[4].m_strName, L"新变压器2");
+    EXPECT_EQ(boards[3].m_strName, L"新配电箱2");  // free again since the rename
+    EXPECT_EQ(f.Boards().GetItemText(5, 1), L"");  // the entry row
+    EXPECT_EQ(f.Boards().GetItemText(5, 2), kPhaseThree);
+    ExpectFollowsTheDocument(f, "插入 on the entry rows");
+
+    // Undo, step by step, gives back the document as it was.
+    while (f.dlg->GetHistory().GetUndoCount() > undoSteps) {
+        f.dlg->OnEditUndo();
+    }
+    EXPECT_TRUE(f.dlg->GetDocument() == before);
+    ExpectFollowsTheDocument(f, "every step undone");
 }

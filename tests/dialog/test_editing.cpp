@@ -277,7 +277,7 @@ TEST(ContextMenu, OpensOnlyWithinItsRowsAndColumns)
     f.dlg->OnGridRightClick(GridId::Transformer, 2, 15);
     ASSERT_EQ(f.ui.menus.size(), 2u);
     EXPECT_EQ(f.ui.menus[0], (std::vector<unsigned>{32781, 32775, 32776, 32777, 32797}));
-    EXPECT_EQ(f.ui.menus[1], (std::vector<unsigned>{32782, 32778, 32779, 32780}));
+    EXPECT_EQ(f.ui.menus[1], (std::vector<unsigned>{32782, 32778, 32779, 32780, 32804}));
     EXPECT_TRUE(f.ui.boxes.empty());
 }
 

@@ -11,7 +11,9 @@ of its own, driven with xdotool as a person drives it (click, type at once):
      boards, and ALZ1 keeps its owner.
   4. A board is typed into the board grid's entry row ("AL-NEW") and renamed
      ("AL9").
-  5. Ctrl+Z takes the rename back; Ctrl+S saves; Esc leaves.
+  5. Ctrl+Z takes the rename back.
+  6. Ctrl++ on the second board's row inserts a board above it, whose name
+     ("新配电箱1") is typed over at once ("AP-X"); Ctrl+S saves; Esc leaves.
 
 The saved archive is read back with `loadcal convert` and checked: WL1 at
 20 kW, the new board named AL-NEW, ALZ1 still under 1#变压器, and every
@@ -178,10 +180,19 @@ def main():
             time.sleep(0.3)
             shot(env, shots, "3-new-board.png")
 
-            # 5. Undo the rename, save, leave.
+            # 5. Undo the rename.
             x.xdo(env, "key", "ctrl+z")
             time.sleep(0.3)
             shot(env, shots, "6-undone.png")
+
+            # 6. 插入 on the second board's row (Ctrl+Home, Down: its name
+            # cell), typed over at once; save, leave.
+            x.xdo(env, "mousemove", *screen.in_yellow(1, 1), "click", "1")
+            x.xdo(env, "key", "ctrl+Home", "Down", "Home", "ctrl+plus")
+            x.xdo(env, "type", "--delay", "20", "AP-X")
+            x.xdo(env, "key", "Return")
+            time.sleep(0.3)
+            shot(env, shots, "7-inserted.png")
             x.xdo(env, "key", "ctrl+s")
             time.sleep(0.5)
             x.xdo(env, "key", "Escape")
@@ -200,6 +211,12 @@ def main():
         names = [b["name"] for b in saved["boards"]]
         if names[-1] != "AL-NEW" or "AL9" in names:
             x.fail("boards %s, expected AL-NEW last (its rename taken back)" % names[-3:])
+        inserted = saved["boards"][1]
+        if names[:3] != [before["boards"][0]["name"], "AP-X", before["boards"][1]["name"]] or \
+                (inserted["phase"], inserted["kp"], inserted["kq"], inserted["owner"]) != \
+                ("L1,L2,L3,N", "0.9", "0.95", ""):
+            x.fail("boards %s, the second %s: expected AP-X inserted with the defaults"
+                   % (names[:3], inserted))
         alz1_saved = [b for b in saved["boards"] if b["name"] == "ALZ1"][0]
         if alz1_saved["owner"] != "1#变压器":
             x.fail("ALZ1's owners %r, expected 1#变压器 (the ring refused)" % alz1_saved["owner"])
