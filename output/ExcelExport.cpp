@@ -84,15 +84,39 @@ double HeaderWidth(std::wstring_view header)
     return widest;
 }
 
+/// Where each fire-case column stands in the fire table under a transformer
+/// or board table: in the column of the normal figure it matches, so that a
+/// reviewer reads both cases one above the other (the governing case beside
+/// the name). The sheet keeps the width of its normal tables and prints as
+/// large as without fire roles.
+constexpr std::array<size_t, kIssuedTransformerFireColumns.size()> kTransformerFireUnder = {
+    1,   // 取值工况: beside the name (额定容量, which it decides)
+    6,   // Pc
+    7,   // Q2
+    8,   // S2
+    9,   // I2
+    12,  // cosφ1
+    14,  // Qcc
+    2,   // load rate
+};
+constexpr std::array<size_t, kIssuedBoardFireColumns.size()> kBoardFireUnder = {
+    1,  // 取值工况: beside the name
+    2,  // ΣPe
+    5,  // Pjs
+    6,  // Qjs
+    7,  // Sjs
+    8,  // cosφ
+    9,  // Ijs
+};
+
 /// The columns beyond the original ones that a document's tables carry:
-/// the circuit fields some circuit uses, and with fire roles the fire case
-/// of the transformers and boards.
+/// the circuit fields some circuit uses, and whether the transformers and
+/// boards get fire tables (a document with fire roles).
 struct ExtraColumns {
     std::vector<IssuedColumn> circuit;
-    std::vector<IssuedColumn> transformer;
-    std::vector<IssuedColumn> board;
+    bool fire = false;
 
-    explicit ExtraColumns(const CLoadArray& loads)
+    explicit ExtraColumns(const CLoadArray& loads) : fire(HasFireRoles(loads))
     {
         const auto used = UsedCircuitExtraFields(loads);
         for (size_t k = 0; k < used.size(); ++k) {
@@ -100,19 +124,13 @@ struct ExtraColumns {
                 circuit.push_back(kIssuedCircuitExtraColumns[k]);
             }
         }
-        if (HasFireRoles(loads)) {
-            transformer.assign(kIssuedTransformerFireColumns.begin(),
-                               kIssuedTransformerFireColumns.end());
-            board.assign(kIssuedBoardFireColumns.begin(), kIssuedBoardFireColumns.end());
-        }
     }
     /// The number of columns of the widest table.
     size_t Width(bool boards) const
     {
-        size_t width = std::max(kTransformerColumns.size() + transformer.size(),
-                                kLoadColumns.size() + circuit.size());
+        size_t width = std::max(kTransformerColumns.size(), kLoadColumns.size() + circuit.size());
         if (boards) {
-            width = std::max(width, kBoardColumns.size() + board.size());
+            width = std::max(width, kBoardColumns.size());
         }
         return width;
     }
@@ -138,9 +156,22 @@ std::vector<double> ColumnWidths(const CLoadArray& loads, const CTransformerArra
         }
     };
     fitExtra(kLoadColumns.size(), extra.circuit, loads);
-    fitExtra(kTransformerColumns.size(), extra.transformer, transformers);
-    if (!boards.IsEmpty()) {
-        fitExtra(kBoardColumns.size(), extra.board, boards);
+    const auto fitFire = [&fit](const auto& columns, const auto& under, const auto& records) {
+        for (size_t k = 0; k < columns.size(); ++k) {
+            fit(under[k], HeaderWidth(columns[k].header));
+            for (const auto& r : records) {
+                fit(under[k],
+                    DisplayWidth(Displayed(columns[k].kind, r.AnyFieldAt(columns[k].field))));
+            }
+        }
+    };
+    if (extra.fire) {
+        fit(0, HeaderWidth(kIssuedFireTransformerNameHeader));
+        if (!boards.IsEmpty()) {
+            fit(0, HeaderWidth(kIssuedFireBoardNameHeader));
+        }
+        fitFire(kIssuedTransformerFireColumns, kTransformerFireUnder, transformers);
+        fitFire(kIssuedBoardFireColumns, kBoardFireUnder, boards);
     }
     for (size_t k = 0; k < kLoadColumns.size(); ++k) {
         fit(k, HeaderWidth(kIssuedLoadHeaders[k]));
@@ -258,6 +289,48 @@ void WriteRecord(CSpreadsheetAutomation& a, CCellAddress& address,
     }
 }
 
+/// The fire table under a table of N columns: the name header in A, each
+/// fire column's header under the normal column it matches, then a row per
+/// record (its name, its fire figures); every cell of the N columns bordered.
+template <size_t N, size_t F, class Record>
+void WriteFireTable(CSpreadsheetAutomation& a, CCellAddress& address, std::wstring_view nameHeader,
+                    const std::array<IssuedColumn, F>& columns, const std::array<size_t, F>& under,
+                    const CArray<Record>& records, int row)
+{
+    std::array<const IssuedColumn*, N> at{};
+    for (size_t k = 0; k < F; ++k) {
+        at[under[k]] = &columns[k];
+    }
+    for (size_t i = 0; i < N; ++i) {
+        const std::string_view cell = address(i, row);
+        a.GetRange(cell, cell);
+        if (i == 0) {
+            a.SetRowHeight(kHeaderHeight);
+        }
+        Centre(a, Order::VerticalFirst);
+        a.SetWrapText(true);
+        Bordered(a);
+        if (i == 0 || at[i]) {
+            a.SetValue(i == 0 ? nameHeader : at[i]->header);
+        }
+    }
+    for (int k = 0; k < records.GetSize(); ++k) {
+        for (size_t i = 0; i < N; ++i) {
+            const std::string_view cell = address(i, row + 1 + k);
+            a.GetRange(cell, cell);
+            Centre(a, Order::HorizontalFirst);
+            Bordered(a);
+            if (i == 0 || at[i]) {
+                const FigureKind kind = i == 0 ? FigureKind::Text : at[i]->kind;
+                const std::wstring_view text =
+                    i == 0 ? records[k].m_strName : records[k].AnyFieldAt(at[i]->field);
+                a.SetNumberFormat(NumberFormatOf(kind, text));
+                a.SetValue(text);
+            }
+        }
+    }
+}
+
 std::string ColumnLetter(size_t column)
 {
     return std::string(1, static_cast<char>('A' + column));
@@ -316,28 +389,37 @@ void FillWorkbook(CSpreadsheetAutomation& a, const CLoadArray& loads,
     WriteExtraCells<CLoadCalData>(a, address, kLoadColumns.size(), extra.circuit, nullptr, n + 3);
     // The board table, when there are boards, between the two tables.
     int top = n + 5;
+    // With fire roles a fire table follows each board and transformer table.
     if (const int b = boards.GetSize(); b > 0) {
         WriteHeaders(a, address, kIssuedBoardHeaders, top);
-        WriteExtraHeaders(a, address, kBoardColumns.size(), extra.board, top);
         for (int k = 0; k < b; ++k) {
             WriteRecord(a, address, kBoardColumns, kBoardColumnKinds, boards[k], top + 1 + k);
-            WriteExtraCells(a, address, kBoardColumns.size(), extra.board, &boards[k], top + 1 + k);
         }
         top += b + 2;
+        if (extra.fire) {
+            WriteFireTable<kBoardColumns.size()>(a, address, kIssuedFireBoardNameHeader,
+                                                 kIssuedBoardFireColumns, kBoardFireUnder, boards,
+                                                 top);
+            top += b + 2;
+        }
     }
     WriteHeaders(a, address, kIssuedTransformerHeaders, top);
-    WriteExtraHeaders(a, address, kTransformerColumns.size(), extra.transformer, top);
     const int m = transformers.GetSize();
     for (int k = 0; k < m; ++k) {
         WriteRecord(a, address, kTransformerColumns, kTransformerColumnKinds, transformers[k],
                     top + 1 + k);
-        WriteExtraCells(a, address, kTransformerColumns.size(), extra.transformer, &transformers[k],
-                        top + 1 + k);
+    }
+    int last = top + m;
+    if (extra.fire) {
+        WriteFireTable<kTransformerColumns.size()>(a, address, kIssuedFireTransformerNameHeader,
+                                                   kIssuedTransformerFireColumns,
+                                                   kTransformerFireUnder, transformers, last + 2);
+        last += m + 2;
     }
     a.FreezePanes(1);
     SheetPageSetup page;
     page.printTitleRows = "$1:$1";
-    page.printArea = "$A$1:$" + ColumnLetter(widths.size() - 1) + "$" + std::to_string(top + m);
+    page.printArea = "$A$1:$" + ColumnLetter(widths.size() - 1) + "$" + std::to_string(last);
     a.SetPageSetup(page);
     a.Release();
 }

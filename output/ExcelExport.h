@@ -41,11 +41,15 @@ inline constexpr std::wstring_view kNoSpreadsheetMessage =
 /// Columns beyond the original ones, after them, each header and cell as the
 /// original ones are written: in the load table the circuit fields some
 /// circuit uses (负荷类型, 数量, 负荷等级, 消防; text cells; the total row
-/// bordered and empty there), and for a document with fire roles the
-/// governing case and the fire case's figures of each transformer
-/// (kIssuedTransformerFireColumns) and board (kIssuedBoardFireColumns);
-/// widths and print area take them in. A document using none of them is
-/// written call for call as without them.
+/// bordered and empty there). For a document with fire roles a fire table
+/// follows the board table and the transformer table, one row further down
+/// (the next table two rows after it): the name header
+/// (kIssuedFireBoardNameHeader, kIssuedFireTransformerNameHeader), then each
+/// of kIssuedBoardFireColumns / kIssuedTransformerFireColumns in the column
+/// of the normal figure it matches (the governing case in B), a row per
+/// record with its name; every cell of the table's width bordered; the
+/// sheet gets no column more. A document using none of them is written call
+/// for call as without them.
 /// Precondition: CreateDispatch succeeded.
 /// Errors propagate unchanged; the first one ends the filling.
 void FillWorkbook(CSpreadsheetAutomation& automation, const CLoadArray& loads,

@@ -152,6 +152,11 @@ inline constexpr std::array<IssuedColumn, 8> kIssuedTransformerFireColumns = {{
     {L"火灾负载率 (%)", CTransformerCalData::kFireLoadRate, FigureKind::Percent},
 }};
 
+/// The name headers of the fire tables the workbook puts under the
+/// transformer and board tables.
+inline constexpr std::wstring_view kIssuedFireTransformerNameHeader = L"变压器名称 (火灾工况)";
+inline constexpr std::wstring_view kIssuedFireBoardNameHeader = L"配电箱名称 (火灾工况)";
+
 /// A board's governing case and fire case, likewise.
 inline constexpr std::array<IssuedColumn, 7> kIssuedBoardFireColumns = {{
     {L"取值工况", CBoardCalData::kGoverningCase, FigureKind::Text},

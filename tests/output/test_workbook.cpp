@@ -743,37 +743,76 @@ TEST(WorkbookFile, WithFireRolesTheTablesCarryTheFireCaseAndTheCircuitsTheirFiel
     }
     EXPECT_EQ(cells.count({1, 17}), 0U);
 
-    // The boards' governing case and fire figures after their eleven columns.
+    // A fire table under the board table and under the transformer table:
+    // the name header, then each fire column under the normal column of the
+    // same quantity (the governing case beside the name), so that the sheet
+    // keeps the width of the circuit table.
+    const auto columnOf = [&cells](int row, const std::string& header) {
+        for (int column = 1; column <= 26; ++column) {
+            const auto it = cells.find({row, column});
+            if (it != cells.end() && it->second["value"] == header) {
+                return column;
+            }
+        }
+        ADD_FAILURE() << "no header " << header << " in row " << row;
+        return 0;
+    };
+    const auto expectFireTable =
+        [&](int normalHeader, int fireHeader, const auto& records, const auto& fireColumns,
+            const char* nameHeader, const std::vector<std::pair<std::string, std::string>>& under) {
+            EXPECT_EQ(cells.at({fireHeader, 1})["value"], nameHeader);
+            ASSERT_EQ(under.size(), fireColumns.size());
+            for (size_t k = 0; k < fireColumns.size(); ++k) {
+                const std::string header = ToUtf8(fireColumns[k].header);
+                const int column = columnOf(fireHeader, header);
+                ASSERT_GT(column, 0);
+                EXPECT_EQ(under[k].first, header);
+                EXPECT_EQ(cells.at({normalHeader, column})["value"], under[k].second) << header;
+                for (int i = 0; i < records.GetSize(); ++i) {
+                    ExpectCell(cells, fireHeader + 1 + i, 1, FigureKind::Text,
+                               records[i].m_strName);
+                    ExpectCell(cells, fireHeader + 1 + i, column, fireColumns[k].kind,
+                               records[i].AnyFieldAt(fireColumns[k].field));
+                }
+            }
+        };
     const int boardHeader = n + 5;
-    for (size_t k = 0; k < kIssuedBoardFireColumns.size(); ++k) {
-        const int column = 12 + static_cast<int>(k);
-        EXPECT_EQ(cells.at({boardHeader, column})["value"],
-                  ToUtf8(kIssuedBoardFireColumns[k].header));
-        for (int i = 0; i < b; ++i) {
-            ExpectCell(cells, boardHeader + 1 + i, column, kIssuedBoardFireColumns[k].kind,
-                       doc.boards[i].AnyFieldAt(kIssuedBoardFireColumns[k].field));
-        }
-    }
-    EXPECT_EQ(cells.at({boardHeader + 1 + 23, 12})["value"], "火灾");  // AP-XF
+    const int boardFireHeader = boardHeader + b + 2;
+    expectFireTable(boardHeader, boardFireHeader, doc.boards, kIssuedBoardFireColumns,
+                    "配电箱名称 (火灾工况)",
+                    {{"取值工况", "相位"},
+                     {"火灾设备功率 ΣPe (kW)", "设备功率 ΣPe (kW)"},
+                     {"火灾有功功率 Pjs (kW)", "有功功率 Pjs (kW)"},
+                     {"火灾无功功率 Qjs (kvar)", "无功功率 Qjs (kvar)"},
+                     {"火灾视在功率 Sjs (kV·A)", "视在功率 Sjs (kV·A)"},
+                     {"火灾功率因数 cosφ", "功率因数 cosφ"},
+                     {"火灾计算电流 Ijs (A)", "计算电流 Ijs (A)"}});
+    EXPECT_EQ(cells.at({boardFireHeader + 1 + 23, 2})["value"], "火灾");  // AP-XF
 
-    // The transformers' fire case after their sixteen columns.
-    const int transformerHeader = boardHeader + b + 2;
-    for (size_t k = 0; k < kIssuedTransformerFireColumns.size(); ++k) {
-        const int column = 17 + static_cast<int>(k);
-        EXPECT_EQ(cells.at({transformerHeader, column})["value"],
-                  ToUtf8(kIssuedTransformerFireColumns[k].header));
-        for (int i = 0; i < m; ++i) {
-            ExpectCell(cells, transformerHeader + 1 + i, column,
-                       kIssuedTransformerFireColumns[k].kind,
-                       doc.transformers[i].AnyFieldAt(kIssuedTransformerFireColumns[k].field));
-        }
-    }
-    EXPECT_EQ(cells.at({transformerHeader + 1, 17})["value"], "火灾");
-    EXPECT_EQ(cells.at({transformerHeader + 1, 24})["number_format"], "0.0%");
-    // Print area and widths over the widest table (24 columns, A to X).
+    const int transformerHeader = boardFireHeader + b + 2;
+    const int transformerFireHeader = transformerHeader + m + 2;
+    expectFireTable(transformerHeader, transformerFireHeader, doc.transformers,
+                    kIssuedTransformerFireColumns, "变压器名称 (火灾工况)",
+                    {{"取值工况", "额定容量 Se (kV·A)"},
+                     {"火灾计算有功 Pc (kW)", "计算有功功率 Pc (kW)"},
+                     {"火灾补偿后无功 Q2 (kvar)", "补偿后无功 Q2 (kvar)"},
+                     {"火灾补偿后视在功率 S2 (kV·A)", "补偿后视在功率 S2 (kV·A)"},
+                     {"火灾补偿后电流 I2 (A)", "补偿后电流 I2 (A)"},
+                     {"火灾补偿前功率因数 cosφ1", "补偿前功率因数 cosφ1"},
+                     {"火灾补偿容量 Qcc (kvar)", "补偿容量 Qcc (kvar)"},
+                     {"火灾负载率 (%)", "实际负载率 (%)"}});
+    EXPECT_EQ(cells.at({transformerFireHeader + 1, 2})["value"], "火灾");
+    EXPECT_EQ(cells.at({transformerFireHeader + 1, 3})["number_format"], "0.0%");
+    // Every cell of the fire tables is bordered, the empty ones too.
+    EXPECT_EQ(cells.at({transformerFireHeader + 1, 4})["borders"],
+              json::array({"thin", "thin", "thin", "thin"}));
+    // Print area and widths over the widest table, the circuit table with
+    // its three extra columns (16 columns, A to P): the fire tables add no
+    // column.
+    EXPECT_EQ(cells.count({transformerFireHeader, 17}), 0U);
     EXPECT_EQ(workbook["page"]["print_area"],
-              json::array({"$A$1:$X$" + std::to_string(transformerHeader + m)}));
-    EXPECT_GE(workbook["widths"]["X"].get<double>(), TextColumns("火灾负载率"));
+              json::array({"$A$1:$P$" + std::to_string(transformerFireHeader + m)}));
+    EXPECT_GE(workbook["widths"]["C"].get<double>(), TextColumns("火灾负载率"));
 }
 
 TEST(WorkbookFile, TypesWithoutFireRolesAddOnlyTheCircuitColumns)
