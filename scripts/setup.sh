@@ -20,7 +20,7 @@ packages=(
 )
 if [ "$mode" = test ]; then
     packages+=(libgtest-dev libgmock-dev libbenchmark-dev python3 python3-openpyxl python3-ezdxf poppler-utils locales
-               xvfb xdotool imagemagick)
+               xvfb xdotool xclip imagemagick)
 fi
 if [ "$mode" = fuzz ]; then
     packages+=(clang libclang-rt-14-dev libgtest-dev libbenchmark-dev)

@@ -13,7 +13,9 @@ of its own, driven with xdotool as a person drives it (click, type at once):
      ("AL9").
   5. Ctrl+Z takes the rename back.
   6. Ctrl++ on the second board's row inserts a board above it, whose name
-     ("新配电箱1") is typed over at once ("AP-X"); Ctrl+S saves; Esc leaves.
+     ("新配电箱1") is typed over at once ("AP-X").
+  7. Two lines of a spreadsheet on the clipboard (xclip) are pasted on the
+     load grid's entry row; Ctrl+Z, Ctrl+Y; Ctrl+S saves; Esc leaves.
 
 The saved archive is read back with `loadcal convert` and checked: WL1 at
 20 kW, the new board named AL-NEW, ALZ1 still under 1#变压器, and every
@@ -23,6 +25,7 @@ found on the screen by their title rows (the fixed colour) and their
 computed cells (yellow). Screenshots are kept in SHOTS when given.
 
 usage: xdotool_boards.py LOADCAL SEED_RECENT_FILE EXAMPLE.LDC [SHOTS]
+Needs Xvfb, xdotool, xclip and ImageMagick's `import`.
 """
 import json
 import os
@@ -100,6 +103,12 @@ class Screen:
         """A point in the cell right of the last computed cell of a data row."""
         band = self.rows[grid][row - 1]
         return band[3] + 25, (band[0] + band[1]) // 2
+
+
+# Two circuits as a spreadsheet copies them (tab-separated, one per line):
+# number, equipment, name, phase, rated power, voltage, Kx, cos φ.
+PASTED = ("WX9\t9AX\t九层插座\tL2,N\t6\t0.22\t0.5\t0.85\n"
+          "WX10\t10AX\t十层插座\tL3,N\t4.5\t0.22\t0.5\t0.85\n")
 
 
 def shot(env, shots, name):
@@ -193,6 +202,22 @@ def main():
             x.xdo(env, "key", "Return")
             time.sleep(0.3)
             shot(env, shots, "7-inserted.png")
+
+            # 7. Two lines copied from a spreadsheet, pasted on the load
+            # grid's entry row (Ctrl+Home, then down past every circuit);
+            # Ctrl+Z takes both away, Ctrl+Y brings both back.
+            # (xclip stays to serve the clipboard until the X server ends.)
+            subprocess.run(["xclip", "-selection", "clipboard", "-i"], env=env, check=True,
+                           stderr=subprocess.DEVNULL,
+                           timeout=x.TIMEOUT, input=PASTED.encode("utf-8"))
+            x.xdo(env, "mousemove", *screen.in_yellow(0, 1), "click", "1")
+            x.xdo(env, "key", "ctrl+Home", *(["Down"] * len(before["loads"])), "Home", "ctrl+v")
+            time.sleep(0.5)
+            shot(env, shots, "8-pasted.png")
+            x.xdo(env, "key", "ctrl+z")
+            time.sleep(0.3)
+            x.xdo(env, "key", "ctrl+y")
+            time.sleep(0.3)
             x.xdo(env, "key", "ctrl+s")
             time.sleep(0.5)
             x.xdo(env, "key", "Escape")
@@ -211,6 +236,10 @@ def main():
         names = [b["name"] for b in saved["boards"]]
         if names[-1] != "AL-NEW" or "AL9" in names:
             x.fail("boards %s, expected AL-NEW last (its rename taken back)" % names[-3:])
+        pasted = [(c["circuitNo"], c["equipName"], c["phase"], c["ratedPower"], c["calcP"])
+                  for c in saved["loads"][len(before["loads"]):]]
+        if pasted != [("WX9", "九层插座", "L2,N", "6", "3"), ("WX10", "十层插座", "L3,N", "4.5", "2.25")]:
+            x.fail("the pasted lines were saved as %s" % pasted)
         inserted = saved["boards"][1]
         if names[:3] != [before["boards"][0]["name"], "AP-X", before["boards"][1]["name"]] or \
                 (inserted["phase"], inserted["kp"], inserted["kq"], inserted["owner"]) != \
